@@ -1,0 +1,7 @@
+# Warnings for the project's own code; every warning is an error.
+add_library(CompilerWarnings INTERFACE)
+target_compile_options(CompilerWarnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Wold-style-cast -Wextra-semi -Wimplicit-fallthrough -Werror
+  # AppKit's and the I/O Kit's own idioms.
+  -Wno-gnu-zero-variadic-macro-arguments -Wno-dollar-in-identifier-extension)

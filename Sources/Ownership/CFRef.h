@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Ownership/Handle.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+template <class Ref>
+struct CFTraits {
+    using Raw = Ref;
+    static constexpr Raw null = nullptr;
+    static void retain(Raw object) { CFRetain(object); }
+    static void release(Raw object) { CFRelease(object); }
+};
+
+/// Owns a CoreFoundation object.
+template <class Ref>
+using CFRef = Handle<CFTraits<Ref>>;

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <utility>
+
+/// Owns one reference of a counted platform object.
+///
+/// There are two doors in: `adopt` takes over a reference that the caller already owns (Create,
+/// Copy, Next, alloc), `retain` adds one to a borrowed object. `leak` is the only way out.
+///
+/// Traits supply `Raw`, `null`, `retain(Raw)` and `release(Raw)`.
+template <class Traits>
+class Handle {
+public:
+    using Raw = typename Traits::Raw;
+
+    [[nodiscard]] static Handle adopt(Raw owned) { return Handle(owned); }
+    [[nodiscard]] static Handle retain(Raw borrowed) {
+        if (borrowed != Traits::null) {
+            Traits::retain(borrowed);
+        }
+        return Handle(borrowed);
+    }
+
+    Handle() = default;
+    Handle(Handle&& other) noexcept : raw_(other.leak()) {}
+    Handle& operator=(Handle&& other) noexcept {
+        Handle(std::move(other)).swap(*this);
+        return *this;
+    }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle() { reset(); }
+
+    [[nodiscard]] Raw get() const { return raw_; }
+    explicit operator bool() const { return raw_ != Traits::null; }
+
+    /// Gives the reference to the caller, who releases it.
+    [[nodiscard]] Raw leak() { return std::exchange(raw_, Traits::null); }
+
+    /// Releases the reference now instead of at the end of the scope.
+    void reset() {
+        if (const Raw raw = std::exchange(raw_, Traits::null); raw != Traits::null) {
+            Traits::release(raw);
+        }
+    }
+
+    void swap(Handle& other) noexcept { std::swap(raw_, other.raw_); }
+
+private:
+    explicit Handle(Raw owned) : raw_(owned) {}
+
+    Raw raw_ = Traits::null;
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Ownership/Handle.h"
+
+#include <IOKit/IOKitLib.h>
+
+struct IOObjectTraits {
+    using Raw = io_object_t;
+    static constexpr Raw null = IO_OBJECT_NULL;
+    static void retain(Raw object) { IOObjectRetain(object); }
+    static void release(Raw object) { IOObjectRelease(object); }
+};
+
+/// Owns an I/O Kit object: a registry entry or an iterator.
+using IORef = Handle<IOObjectTraits>;

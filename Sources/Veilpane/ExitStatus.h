@@ -1,0 +1,8 @@
+#pragma once
+
+/// The exit statuses of the command line.
+enum ExitStatus {
+    ExitStatusSuccess = 0,
+    ExitStatusFailure = 1,
+    ExitStatusUsage = 2,
+};

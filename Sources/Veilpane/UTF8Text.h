@@ -1,0 +1,15 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <optional>
+#include <string>
+
+/// The text in UTF-8, zero characters inside it included; absent when it cannot be converted.
+[[nodiscard]] inline std::optional<std::string> utf8Text(NSString* text) {
+    const char* const bytes = [text UTF8String];
+    if (bytes == nullptr) {
+        return std::nullopt;
+    }
+    return std::string(bytes, [text lengthOfBytesUsingEncoding:NSUTF8StringEncoding]);
+}

@@ -1,0 +1,3 @@
+#pragma once
+
+typedef int kern_return_t;

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace simulated_mac {
+
+/// A scene that does not describe a possible Mac. The text is one line that names the source (a file
+/// name or "built-in scene") and the key.
+class SceneError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// How a display's monitor answers DDC/CI; the codes are IOReturn values.
+struct MonitorDDC {
+    int brightness = 50; ///< percent, when the monitor is first plugged in
+    int32_t open = 0;    ///< what IOI2CInterfaceOpen returns
+    int32_t send = 0;    ///< what IOI2CSendRequest returns
+    int32_t result = 0;  ///< what the request's result field holds afterwards
+};
+
+struct SceneDisplay {
+    uint32_t id = 0;
+    uint32_t vendor = 0;
+    uint32_t model = 0;
+    bool builtin = false;
+    bool main = false;
+    bool connected = true;
+    bool enabled = true;
+    uint32_t mirrors = 0; ///< the ID of the mirror master, 0 for none
+    std::optional<std::string> profilerName;
+    std::optional<std::string> screenName;
+    std::optional<std::string> registryName;
+    bool gamma = true; ///< false: its tables cannot be read
+    std::optional<MonitorDDC> ddc;
+};
+
+/// One node of the I/O registry, with its children in the plane "IOService".
+struct RegistryNode {
+    std::string className;
+    nlohmann::json properties = nlohmann::json::object();
+    std::vector<std::optional<uint32_t>> i2cBuses; ///< display that each bus leads to, if any
+    std::vector<RegistryNode> children;
+};
+
+struct SceneFault {
+    std::string call; ///< a C function's name, or "*" for every call
+    int nth = 1;      ///< 1 for the first call in the process; 0 for every call
+    std::optional<int64_t> returns;
+    bool null = false; ///< instead of `returns`: success with a null or zero result
+};
+
+struct Scene {
+    bool softwareMirroring = false;
+    /// The functions that SkyLight exports; absent when there is no SkyLight at all.
+    std::optional<std::vector<std::string>> skyLight;
+    std::vector<SceneDisplay> displays;
+    std::optional<std::vector<RegistryNode>> registry; ///< instead of what `ddc` implies
+    nlohmann::json defaults = nlohmann::json::object();
+    std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
+    bool profilerMissing = false;
+    std::vector<SceneFault> faults;
+
+    /// Reads a scene file's text. Throws SceneError, which names `source` and the key.
+    static Scene parse(const std::string& text, const std::string& source);
+    /// The built-in scene: 1 built-in and main without DDC, 2 with DDC, 3 without DDC, SkyLight.
+    static Scene desk();
+};
+
+} // namespace simulated_mac

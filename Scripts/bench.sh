@@ -1,0 +1,86 @@
+#!/bin/sh
+# Prints what Veilpane costs beside a straight-line program that makes the same platform calls.
+# Numbers only: nothing here passes or fails, apart from the two making different calls.
+#
+#   instructions  of the whole process, counted by callgrind
+#   own           of the program's own objects, without libraries and the simulated Mac
+#   peak          resident memory at most, in KiB
+set -eu
+
+cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --bench
+sh Scripts/build.sh linux-bench
+
+build=build/linux-bench
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+scene() { # COUNT: a Mac with that many displays, all with DDC, the first one built in and main
+    printf '{ "skylight": true, "displays": ['
+    i=1
+    while [ "$i" -le "$1" ]; do
+        [ "$i" -eq 1 ] && first='"builtin": true, "main": true, ' || first=
+        [ "$i" -eq "$1" ] && comma= || comma=,
+        printf '{ "id": %d, %s"profilerName": "Display %02d", "ddc": { "brightness": 50 } }%s' \
+            "$i" "$first" "$i" "$comma"
+        i=$((i + 1))
+    done
+    printf '] }\n'
+}
+
+fresh_mac() { # COUNT
+    rm -rf "$work/state"
+    scene "$1" >"$work/scene.json"
+    export SIMULATED_MAC_SCENE="$work/scene.json" SIMULATED_MAC_STATE="$work/state"
+}
+
+calls_of() { # COUNT PROGRAM OPTION…: the platform calls that it makes, one a line
+    fresh_mac "$1"
+    shift
+    "$@" >/dev/null
+    "$build/macsim" calls --json | sed 's/"pid":[0-9]*,//; s/^{"pid": *[0-9]*, */{/'
+}
+
+check_same_calls() { # COUNT OPTION…
+    count=$1
+    shift
+    calls_of "$count" "$build/Veilpane" "$@" >"$work/program.calls"
+    calls_of "$count" "$build/Reference" "$@" >"$work/reference.calls"
+    diff "$work/reference.calls" "$work/program.calls" >&2 || {
+        echo "bench.sh: Veilpane and the reference make different calls for '$*'" >&2
+        exit 1
+    }
+}
+
+measure() { # COUNT PROGRAM OPTION…: sets total, own and peak
+    fresh_mac "$1"
+    shift
+    valgrind --tool=callgrind --callgrind-out-file="$work/callgrind.out" "$@" >/dev/null 2>&1
+    total=$(awk '/^totals:/ { print $2 }' "$work/callgrind.out")
+    own=$(awk -v name="/$(basename "$1")$" -f Tests/Bench/own-instructions.awk "$work/callgrind.out")
+    fresh_mac "$count"
+    peak=$( { /usr/bin/time -f %M "$@" >/dev/null; } 2>&1)
+}
+
+report() { # COUNT OPTION…
+    count=$1
+    shift
+    check_same_calls "$count" "$@"
+    measure "$count" "$build/Reference" "$@"
+    reference_total=$total reference_own=$own reference_peak=$peak
+    measure "$count" "$build/Veilpane" "$@"
+    awk -v what="$* ($count displays)" -v calls="$(wc -l <"$work/program.calls")" \
+        -v t="$total" -v o="$own" -v p="$peak" \
+        -v rt="$reference_total" -v ro="$reference_own" -v rp="$reference_peak" 'BEGIN {
+            printf "%-26s %6d  %11d %9d %6.2f%% %7d  %11d %9d %7d  %6.3f %6.2f %6.3f\n",
+                what, calls, t, o, 100 * o / t, p, rt, ro, rp, t / rt, o / ro, p / rp }'
+}
+
+printf '%-26s %6s  %11s %9s %7s %7s  %11s %9s %7s  %6s %6s %6s\n' '' '' 'Veilpane' '' '' '' \
+    'reference' '' '' 'ratio' '' ''
+printf '%-26s %6s  %11s %9s %7s %7s  %11s %9s %7s  %6s %6s %6s\n' command calls \
+    instructions own share peak instructions own peak whole own peak
+report 2 --list
+report 8 --list
+report 32 --list
+report 3 --power off 2

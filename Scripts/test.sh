@@ -1,0 +1,13 @@
+#!/bin/sh
+# Sets up, builds and runs every test, plain and under the sanitizers.
+set -eu
+
+cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --tests
+for preset in linux linux-asan; do
+    echo "Building the preset $preset"
+    sh Scripts/build.sh "$preset"
+    ctest --preset "$preset" --quiet --output-log "build/$preset-tests.log" >/dev/null && status=0 || status=$?
+    tail -n 40 "build/$preset-tests.log"
+    [ "$status" -eq 0 ] || exit "$status"
+done

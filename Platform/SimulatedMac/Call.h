@@ -1,8 +1,7 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
@@ -19,8 +18,8 @@ namespace simulated_mac {
 ///     }
 class Call {
 public:
-    /// `args` is a JSON array with the plain arguments: numbers, strings, booleans; pointers are left
-    /// out or told by what they point to.
+    /// `args` is a JSON array with the plain arguments: numbers, strings, booleans; pointers are
+    /// left out or told by what they point to.
     Call(std::string name, nlohmann::json args);
     ~Call(); ///< logs a call that returned nothing
     Call(const Call&) = delete;
@@ -40,7 +39,7 @@ public:
 
     template <class Result>
     Result returns(Result result) {
-        write(nlohmann::json(result));
+        write(nlohmann::json(static_cast<int64_t>(result)));
         return result;
     }
     /// For results that are no plain values (pointers): logs `shown` instead.
@@ -59,6 +58,17 @@ private:
     std::optional<int64_t> failure_;
     bool null_ = false;
     bool written_ = false;
+    bool internal_;
+};
+
+/// Calls that the simulated Mac makes itself while one of these lives are neither counted nor
+/// logged.
+class InternalCalls {
+public:
+    InternalCalls();
+    ~InternalCalls();
+    InternalCalls(const InternalCalls&) = delete;
+    InternalCalls& operator=(const InternalCalls&) = delete;
 };
 
 } // namespace simulated_mac

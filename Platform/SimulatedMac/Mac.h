@@ -3,8 +3,9 @@
 #include "Scene.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -31,48 +32,65 @@ struct LoggedCall {
     nlohmann::json notes;
 };
 
+class MacState;
+
 /// The Mac that this process runs on. Without `boot` it is the one of SIMULATED_MAC_SCENE and
-/// SIMULATED_MAC_STATE, opened at the first platform call.
+/// SIMULATED_MAC_STATE, opened at the first platform call. A Mac that cannot be opened, read or
+/// written ends the process with status 2 and one line on standard error.
 class Mac {
 public:
     static Mac& current();
 
-    /// Puts this process on a new Mac whose state lives in a temporary directory of its own. Call log,
-    /// fault counts and ledger start empty. For tests.
+    /// Puts this process on a new Mac whose state lives in a temporary directory of its own. Call
+    /// log, fault counts and ledger start empty. For tests; throws SceneError.
     static Mac& boot(const Scene& scene);
     /// Like `boot` with a scene file's text.
     static Mac& boot(const std::string& sceneText);
+
+    Mac(const Mac&) = delete;
+    Mac& operator=(const Mac&) = delete;
+    ~Mac();
 
     // From outside: what a person does to the Mac. Unknown IDs throw std::invalid_argument.
     void unplug(uint32_t id);
     void plug(uint32_t id);
     void logOut();
     void reboot();
+    /// Puts everything back to the scene: arrangement, user defaults, call log.
+    void reset();
 
     // What a person sees.
-    [[nodiscard]] std::vector<DisplayStatus> displays();
+    [[nodiscard]] std::vector<DisplayStatus> displays(); ///< in order of ID
     [[nodiscard]] DisplayStatus display(uint32_t id);
+    [[nodiscard]] int droppedMessages(uint32_t id); ///< bad DDC/CI messages that its monitor got
     [[nodiscard]] std::vector<LoggedCall> calls();
     void clearCalls();
+    [[nodiscard]] nlohmann::json storedDefaults();
 
-    // Faults, beside those of the scene; `failCall` counts from now on.
-    void failCall(const SceneFault& fault);
+    // Faults, beside those of the scene.
+    void failCall(const SceneFault& fault); ///< counts from now on
     void clearFaults();
     [[nodiscard]] bool faultFired() const;
 
     // For the platform functions.
     [[nodiscard]] const Scene& scene() const;
-    /// The scene's registry, or the one that its displays imply.
-    [[nodiscard]] const std::vector<RegistryNode>& registry() const;
-    /// The directory that holds state, user defaults and the call log.
-    [[nodiscard]] std::string stateDirectory() const;
-    /// A message that reached the monitor of display `id`: obeyed, or dropped and counted when it is
-    /// no valid DDC/CI message.
-    void monitorReceives(uint32_t id, uint32_t address, std::span<const uint8_t> bytes);
-    [[nodiscard]] int droppedMessages(uint32_t id);
-    [[nodiscard]] std::optional<uint32_t> mainDisplay();
-    [[nodiscard]] std::vector<uint32_t> onlineDisplays();
-    [[nodiscard]] std::vector<uint32_t> activeDisplays();
+    [[nodiscard]] const SceneDisplay* sceneDisplay(uint32_t id) const; ///< null for an unknown ID
+    [[nodiscard]] const std::string& stateDirectory() const;
+    /// The arrangement as last published by any process.
+    [[nodiscard]] const MacState& state();
+    /// Changes the arrangement and publishes it, in one step for other processes.
+    void change(const std::function<void(MacState&)>& apply);
+    void storeDefaults(const nlohmann::json& defaults);
+    /// Counts a call; the fault that applies to it, if any.
+    [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
+    void log(const LoggedCall& call);
+    void flushLog();
+
+private:
+    Mac(Scene scene, std::string directory, bool temporary);
+
+    struct Internals;
+    std::unique_ptr<Internals> internals_;
 };
 
 } // namespace simulated_mac

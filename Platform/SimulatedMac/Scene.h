@@ -1,8 +1,7 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -10,8 +9,8 @@
 
 namespace simulated_mac {
 
-/// A scene that does not describe a possible Mac. The text is one line that names the source (a file
-/// name or "built-in scene") and the key.
+/// A scene that does not describe a possible Mac. The text is one line that names the source (a
+/// file name or "built-in scene") and the key.
 class SceneError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -38,13 +37,19 @@ struct SceneDisplay {
     std::optional<std::string> registryName;
     bool gamma = true; ///< false: its tables cannot be read
     std::optional<MonitorDDC> ddc;
+    /// CGDisplayIOServicePort answers the first registry node with this display's DisplayID, as on
+    /// Intel Macs; otherwise 0, as on Apple silicon.
+    bool servicePort = false;
 };
 
 /// One node of the I/O registry, with its children in the plane "IOService".
 struct RegistryNode {
     std::string className;
     nlohmann::json properties = nlohmann::json::object();
-    std::vector<std::optional<uint32_t>> i2cBuses; ///< display that each bus leads to, if any
+    int i2cBuses = 0;
+    /// The display whose monitor hangs on the buses, if any: the one of the node's or a child's
+    /// DisplayID, else of its vendor and product, else the only one with DDC.
+    std::optional<uint32_t> busDisplay;
     std::vector<RegistryNode> children;
 };
 
@@ -56,11 +61,12 @@ struct SceneFault {
 };
 
 struct Scene {
+    std::string text; ///< what it was read from
     bool softwareMirroring = false;
     /// The functions that SkyLight exports; absent when there is no SkyLight at all.
     std::optional<std::vector<std::string>> skyLight;
     std::vector<SceneDisplay> displays;
-    std::optional<std::vector<RegistryNode>> registry; ///< instead of what `ddc` implies
+    std::vector<RegistryNode> registry; ///< as given, or what the displays imply
     nlohmann::json defaults = nlohmann::json::object();
     std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
     bool profilerMissing = false;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <mach/port.h>
+
 #include <stdint.h>
 
 #ifdef __cplusplus
@@ -73,14 +74,35 @@ CFIndex CFStringGetLength(CFStringRef string); // UTF-16 units
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
-CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8* bytes, CFIndex count,
-                                    CFStringEncoding encoding, Boolean isExternalRepresentation);
 
 CFTypeID CFDictionaryGetTypeID(void);
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
 void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                   const void** values);
+
+// Creating objects: what the simulated Mac makes registry properties of.
+
+typedef struct {
+    CFIndex version;
+    const void* reserved[5];
+} CFDictionaryKeyCallBacks;
+
+typedef struct {
+    CFIndex version;
+    const void* reserved[4];
+} CFDictionaryValueCallBacks;
+
+extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
+extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
+
+CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
+CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8* bytes, CFIndex count,
+                                    CFStringEncoding encoding, Boolean isExternalRepresentation);
+CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
+                                   CFIndex count, const CFDictionaryKeyCallBacks* keyCallBacks,
+                                   const CFDictionaryValueCallBacks* valueCallBacks);
 
 // The compiler lays the string out as a constant object of class
 // __CFConstantStringClassReference; it is never released.

@@ -1,0 +1,144 @@
+// dlopen and its kin for the two frameworks that the program opens at run time. System libraries
+// are no files since macOS 11, so their paths are known here; every other one goes to the real
+// loader.
+//
+// The linker redirects the program's own calls (--wrap); libraries keep the real functions.
+
+#include "Call.h"
+#include "DisplayConfiguration.h"
+#include "Ledger.h"
+#include "Mac.h"
+#include "MacState.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <IOKit/IOKitLib.h>
+
+#include <algorithm>
+#include <string>
+
+using namespace simulated_mac;
+
+extern "C" {
+
+io_service_t CGDisplayIOServicePort(CGDirectDisplayID display);
+
+void* __real_dlopen(const char* path, int mode);
+void* __real_dlsym(void* library, const char* symbol);
+int __real_dlclose(void* library);
+void* __wrap_dlopen(const char* path, int mode);
+void* __wrap_dlsym(void* library, const char* symbol);
+int __wrap_dlclose(void* library);
+
+} // extern "C"
+
+namespace {
+
+constexpr const char* skyLightPath =
+    "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight";
+constexpr const char* coreGraphicsPath =
+    "/System/Library/Frameworks/CoreGraphics.framework/CoreGraphics";
+
+// A loaded image has one handle however often it is opened.
+char skyLightImage;
+char coreGraphicsImage;
+
+uintptr_t handle(const void* library) {
+    return reinterpret_cast<uintptr_t>(library);
+}
+
+bool isOurs(const void* library) {
+    return library == &skyLightImage || library == &coreGraphicsImage;
+}
+
+CGError configureDisplayEnabled(CGDisplayConfigRef config, CGDirectDisplayID display,
+                                bool enabled) {
+    Call call("SLSConfigureDisplayEnabled", {numberOf(config), display, enabled});
+    requireLive(config, "SLSConfigureDisplayEnabled");
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    if (!Mac::current().state().isKnown(display)) {
+        return call.returns(kCGErrorIllegalArgument);
+    }
+    addChange(config, [display, enabled](MacState& state, bool permanently) {
+        state.setEnabled(display, enabled, permanently);
+    });
+    return call.returns(kCGErrorSuccess);
+}
+
+CGError getDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32_t* count) {
+    Call call("SLSGetDisplayList", {capacity});
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    auto all = call.yieldsNull() ? std::vector<uint32_t>() : Mac::current().state().known();
+    if (displays != nullptr) {
+        all.resize(std::min<std::size_t>(all.size(), capacity));
+        std::ranges::copy(all, displays);
+    }
+    *count = static_cast<uint32_t>(all.size());
+    call.note("displays", all);
+    return call.returns(kCGErrorSuccess);
+}
+
+void* symbolOf(const void* library, const std::string& symbol) {
+    if (library == &coreGraphicsImage) {
+        return symbol == "CGDisplayIOServicePort" ? reinterpret_cast<void*>(&CGDisplayIOServicePort)
+                                                  : nullptr;
+    }
+    const auto exported = Mac::current().scene().skyLight.value_or(std::vector<std::string>());
+    if (std::ranges::find(exported, symbol) == exported.end()) {
+        return nullptr;
+    }
+    return symbol == "SLSGetDisplayList" ? reinterpret_cast<void*>(&getDisplayList)
+                                         : reinterpret_cast<void*>(&configureDisplayEnabled);
+}
+
+void* open(const std::string& path) {
+    if (path == coreGraphicsPath) {
+        ledger::opened(Resource::loaderHandle, handle(&coreGraphicsImage), "handle of " + path);
+        return &coreGraphicsImage;
+    }
+    if (!Mac::current().scene().skyLight) {
+        return nullptr;
+    }
+    // Left open on purpose: the addresses found in it stay in use.
+    ledger::opened(Resource::loaderHandle, handle(&skyLightImage), "handle of " + path);
+    ledger::exempt(Resource::loaderHandle, handle(&skyLightImage));
+    return &skyLightImage;
+}
+
+} // namespace
+
+extern "C" {
+
+void* __wrap_dlopen(const char* path, int mode) {
+    if (path == nullptr ||
+        (path != std::string(skyLightPath) && path != std::string(coreGraphicsPath))) {
+        return __real_dlopen(path, mode);
+    }
+    Call call("dlopen", {path, mode});
+    void* const library = call.failed() || call.yieldsNull() ? nullptr : open(path);
+    return call.returns(library, library != nullptr);
+}
+
+void* __wrap_dlsym(void* library, const char* symbol) {
+    if (!isOurs(library)) {
+        return __real_dlsym(library, symbol);
+    }
+    Call call("dlsym", {symbol});
+    ledger::requireOpen(Resource::loaderHandle, handle(library), "dlsym");
+    void* const address = call.failed() || call.yieldsNull() ? nullptr : symbolOf(library, symbol);
+    return call.returns(address, address != nullptr);
+}
+
+int __wrap_dlclose(void* library) {
+    if (!isOurs(library)) {
+        return __real_dlclose(library);
+    }
+    Call call("dlclose", nlohmann::json::array());
+    ledger::closed(Resource::loaderHandle, handle(library), "dlclose");
+    return call.returns(call.failed() ? call.failure<int>() : 0);
+}
+
+} // extern "C"

@@ -1,0 +1,104 @@
+// The screen list of the simulated Mac, for the program's own code. GNUstep's AppKit keeps its X11
+// screens, which its windows need.
+
+#import "FoundationHooks.h"
+
+#include "Call.h"
+#include "Mac.h"
+#include "MacState.h"
+
+#import <AppKit/AppKit.h>
+
+#include <dlfcn.h>
+#include <string>
+#include <string_view>
+
+using namespace simulated_mac;
+
+/// Answers what the program asks of an NSScreen.
+@interface SimulatedScreen : NSObject {
+    NSDictionary* _deviceDescription;
+    NSString* _localizedName;
+}
+- (instancetype)initWithDisplay:(const SceneDisplay&)display;
+- (NSDictionary*)deviceDescription;
+- (NSString*)localizedName;
+@end
+
+@implementation SimulatedScreen
+
+- (instancetype)initWithDisplay:(const SceneDisplay&)display {
+    self = [super init];
+    if (self != nil) {
+        _deviceDescription = [[NSDictionary alloc]
+            initWithObjectsAndKeys:[NSNumber numberWithUnsignedInt:display.id], @"NSScreenNumber",
+                                   nil];
+        _localizedName =
+            [[NSString alloc] initWithUTF8String:display.screenName.value_or("").c_str()];
+    }
+    return self;
+}
+
+- (void)dealloc {
+    [_deviceDescription release];
+    [_localizedName release];
+    [super dealloc];
+}
+
+- (NSDictionary*)deviceDescription {
+    return _deviceDescription;
+}
+
+- (NSString*)localizedName {
+    return _localizedName;
+}
+
+@end
+
+namespace {
+
+NSArray* (*originalScreens)(id, SEL);
+
+bool isInGNUstep(const void* address) {
+    Dl_info image = {};
+    return dladdr(address, &image) != 0 &&
+           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
+}
+
+// Reported: a display that mirrors another has no screen of its own.
+bool hasScreen(uint32_t display) {
+    const MacState& state = Mac::current().state();
+    return state.isActive(display) && state.mirrorMaster(display) == 0;
+}
+
+NSArray* screens(id self, SEL selector) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalScreens(self, selector);
+    }
+    Call call("NSScreen.screens", nlohmann::json::array());
+    NSMutableArray* const list = [NSMutableArray array];
+    for (const uint32_t display : Mac::current().state().active()) {
+        if (hasScreen(display) && !call.failed() && !call.yieldsNull()) {
+            const auto* const described = Mac::current().sceneDisplay(display);
+            [list addObject:[[[SimulatedScreen alloc] initWithDisplay:*described] autorelease]];
+        }
+    }
+    return call.returns<NSArray*>(list, [list count]);
+}
+
+} // namespace
+
+/// Loaded with the program; its only task is to put the function above in place.
+@interface SimulatedScreens : NSObject
+@end
+
+@implementation SimulatedScreens
+
++ (void)load {
+    originalScreens = functionFrom<NSArray*(id, SEL)>(
+        replaceClassMethod([NSScreen class], @selector(screens), methodFrom(screens)));
+}
+
+@end
+
+extern "C" const int simulatedScreens = 1;

@@ -1,0 +1,141 @@
+// The user defaults live in the Mac's state directory. They are stored when they are set: on a Mac
+// the defaults daemon does that soon after, also when the process that set them has exited.
+
+#import "FoundationHooks.h"
+
+#include "Call.h"
+#include "Mac.h"
+
+#include <string>
+
+using namespace simulated_mac;
+using nlohmann::json;
+
+namespace {
+
+id (*originalObjectForKey)(id, SEL, NSString*);
+
+std::string text(NSString* string) {
+    return [string UTF8String];
+}
+
+// What a property list may hold; nil for JSON's null.
+id objectFrom(const json& value) {
+    switch (value.type()) {
+    case json::value_t::boolean:
+        return [NSNumber numberWithBool:value.get<bool>()];
+    case json::value_t::number_integer:
+    case json::value_t::number_unsigned:
+        return [NSNumber numberWithLongLong:value.get<long long>()];
+    case json::value_t::number_float:
+        return [NSNumber numberWithDouble:value.get<double>()];
+    case json::value_t::string:
+        return [NSString stringWithUTF8String:value.get<std::string>().c_str()];
+    case json::value_t::array: {
+        NSMutableArray* const array = [NSMutableArray array];
+        for (const json& element : value) {
+            [array addObject:objectFrom(element)];
+        }
+        return array;
+    }
+    case json::value_t::object: {
+        NSMutableDictionary* const dictionary = [NSMutableDictionary dictionary];
+        for (const auto& [key, member] : value.items()) {
+            [dictionary setObject:objectFrom(member)
+                           forKey:[NSString stringWithUTF8String:key.c_str()]];
+        }
+        return dictionary;
+    }
+    default:
+        return [NSNull null];
+    }
+}
+
+json numberFrom(NSNumber* number) {
+    const double value = [number doubleValue];
+    const long long whole = [number longLongValue];
+    return static_cast<double>(whole) == value ? json(whole) : json(value);
+}
+
+json jsonFrom(id object) {
+    if ([object isKindOfClass:[NSNumber class]]) {
+        return numberFrom(object);
+    }
+    if ([object isKindOfClass:[NSString class]]) {
+        return text(object);
+    }
+    if ([object isKindOfClass:[NSArray class]]) {
+        json array = json::array();
+        for (id element in object) {
+            array.push_back(jsonFrom(element));
+        }
+        return array;
+    }
+    if ([object isKindOfClass:[NSDictionary class]]) {
+        json members = json::object();
+        for (NSString* key in object) {
+            members[text(key)] = jsonFrom([object objectForKey:key]);
+        }
+        return members;
+    }
+    return text([object description]);
+}
+
+// Documented order: command-line arguments come before what is stored, registered values after it.
+id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
+    id const argument = [[self volatileDomainForName:NSArgumentDomain] objectForKey:key];
+    if (argument != nil) {
+        return argument;
+    }
+    const json stored = Mac::current().storedDefaults();
+    const auto found = stored.find(text(key));
+    return found != stored.end() ? objectFrom(*found) : originalObjectForKey(self, selector, key);
+}
+
+id arrayForKey(NSUserDefaults* self, SEL, NSString* key) {
+    Call call("NSUserDefaults.arrayForKey", {text(key)});
+    id const object = [self objectForKey:key];
+    const bool isArray = [object isKindOfClass:[NSArray class]];
+    const bool answers = isArray && !call.failed() && !call.yieldsNull();
+    return call.returns<id>(answers ? object : nil, answers ? jsonFrom(object) : json());
+}
+
+void setObjectForKey(NSUserDefaults*, SEL, id object, NSString* key) {
+    Call call("NSUserDefaults.setObject", {jsonFrom(object), text(key)});
+    json stored = Mac::current().storedDefaults();
+    stored[text(key)] = jsonFrom(object);
+    Mac::current().storeDefaults(stored);
+}
+
+void removeObjectForKey(NSUserDefaults*, SEL, NSString* key) {
+    json stored = Mac::current().storedDefaults();
+    stored.erase(text(key));
+    Mac::current().storeDefaults(stored);
+}
+
+BOOL synchronize(NSUserDefaults*, SEL) {
+    Call call("NSUserDefaults.synchronize", json::array());
+    return call.returns<BOOL>(YES);
+}
+
+} // namespace
+
+/// Loaded with the program; its only task is to put the functions above in place.
+@interface SimulatedUserDefaults : NSObject
+@end
+
+@implementation SimulatedUserDefaults
+
++ (void)load {
+    Class const defaults = [NSUserDefaults class];
+    originalObjectForKey = functionFrom<id(id, SEL, NSString*)>(
+        replaceMethod(defaults, @selector(objectForKey:), methodFrom(objectForKey)));
+    replaceMethod(defaults, @selector(arrayForKey:), methodFrom(arrayForKey));
+    replaceMethod(defaults, @selector(setObject:forKey:), methodFrom(setObjectForKey));
+    replaceMethod(defaults, @selector(removeObjectForKey:), methodFrom(removeObjectForKey));
+    replaceMethod(defaults, @selector(synchronize), methodFrom(synchronize));
+}
+
+@end
+
+extern "C" const int simulatedUserDefaults = 1;

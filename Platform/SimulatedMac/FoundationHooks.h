@@ -17,3 +17,7 @@ template <class Function>
 Function* functionFrom(IMP method) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(method));
 }
+
+/// Whether a return address lies in GNUstep's own libraries, which keep the methods that they were
+/// built with.
+bool isInGNUstep(const void* returnAddress);

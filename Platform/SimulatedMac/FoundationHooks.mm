@@ -4,6 +4,10 @@
 
 #import <objc/runtime.h>
 
+#include <dlfcn.h>
+#include <string>
+#include <string_view>
+
 namespace {
 
 IMP replace(Method method, SEL selector, IMP replacement) {
@@ -21,4 +25,10 @@ IMP replaceMethod(Class theClass, SEL selector, IMP replacement) {
 
 IMP replaceClassMethod(Class theClass, SEL selector, IMP replacement) {
     return replace(class_getClassMethod(theClass, selector), selector, replacement);
+}
+
+bool isInGNUstep(const void* returnAddress) {
+    Dl_info image = {};
+    return dladdr(returnAddress, &image) != 0 &&
+           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
 }

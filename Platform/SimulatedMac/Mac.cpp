@@ -150,6 +150,8 @@ struct Mac::Internals {
         }
     }
 
+    static inline int macs = 0;
+    int serial = ++macs;
     Scene scene;
     StateDirectory directory;
     FaultPlan faults;
@@ -227,6 +229,7 @@ Mac& Mac::boot(const std::string& sceneText) {
     return boot(Scene::parse(sceneText, "scene"));
 }
 
+int Mac::serial() const { return internals_->serial; }
 const Scene& Mac::scene() const {
     return internals_->scene;
 }

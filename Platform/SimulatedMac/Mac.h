@@ -73,6 +73,7 @@ public:
     [[nodiscard]] bool faultFired() const;
 
     // For the platform functions.
+    [[nodiscard]] int serial() const; ///< tells the Macs of one process apart; from 1
     [[nodiscard]] const Scene& scene() const;
     [[nodiscard]] const SceneDisplay* sceneDisplay(uint32_t id) const; ///< null for an unknown ID
     [[nodiscard]] const std::string& stateDirectory() const;

@@ -32,7 +32,7 @@ struct Iterator {
 };
 
 struct Registry {
-    const Scene* scene = nullptr;
+    int mac = 0;                              // Mac::serial
     std::vector<const RegistryNode*> entries; // handle: firstEntry + index
     std::vector<Iterator> iterators;          // handle: firstIterator + index
     std::set<io_object_t> borrowedPorts;      // references of the graphics system's own
@@ -48,11 +48,11 @@ void collect(const std::vector<RegistryNode>& nodes, std::vector<const RegistryN
 // Made anew for each Mac that a process boots.
 Registry& registry() {
     static Registry current;
-    const Scene& scene = Mac::current().scene();
-    if (current.scene != &scene || current.entries.empty()) {
+    const Mac& mac = Mac::current();
+    if (current.mac != mac.serial()) {
         current = {};
-        current.scene = &scene;
-        collect(scene.registry, current.entries);
+        current.mac = mac.serial();
+        collect(mac.scene().registry, current.entries);
     }
     return current;
 }

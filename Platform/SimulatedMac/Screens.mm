@@ -9,10 +9,6 @@
 
 #import <AppKit/AppKit.h>
 
-#include <dlfcn.h>
-#include <string>
-#include <string_view>
-
 using namespace simulated_mac;
 
 /// Answers what the program asks of an NSScreen.
@@ -58,12 +54,6 @@ using namespace simulated_mac;
 namespace {
 
 NSArray* (*originalScreens)(id, SEL);
-
-bool isInGNUstep(const void* address) {
-    Dl_info image = {};
-    return dladdr(address, &image) != 0 &&
-           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
-}
 
 // Reported: a display that mirrors another has no screen of its own.
 bool hasScreen(uint32_t display) {

@@ -14,6 +14,10 @@ using nlohmann::json;
 namespace {
 
 id (*originalObjectForKey)(id, SEL, NSString*);
+id (*originalArrayForKey)(id, SEL, NSString*);
+void (*originalSetObjectForKey)(id, SEL, id, NSString*);
+void (*originalRemoveObjectForKey)(id, SEL, NSString*);
+BOOL (*originalSynchronize)(id, SEL);
 
 std::string text(NSString* string) {
     return [string UTF8String];
@@ -83,6 +87,9 @@ json jsonFrom(id object) {
 
 // Documented order: command-line arguments come before what is stored, registered values after it.
 id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalObjectForKey(self, selector, key);
+    }
     id const argument = [[self volatileDomainForName:NSArgumentDomain] objectForKey:key];
     if (argument != nil) {
         return argument;
@@ -92,7 +99,10 @@ id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
     return found != stored.end() ? objectFrom(*found) : originalObjectForKey(self, selector, key);
 }
 
-id arrayForKey(NSUserDefaults* self, SEL, NSString* key) {
+id arrayForKey(NSUserDefaults* self, SEL selector, NSString* key) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalArrayForKey(self, selector, key);
+    }
     Call call("NSUserDefaults.arrayForKey", {text(key)});
     id const object = [self objectForKey:key];
     const bool isArray = [object isKindOfClass:[NSArray class]];
@@ -100,20 +110,29 @@ id arrayForKey(NSUserDefaults* self, SEL, NSString* key) {
     return call.returns<id>(answers ? object : nil, answers ? jsonFrom(object) : json());
 }
 
-void setObjectForKey(NSUserDefaults*, SEL, id object, NSString* key) {
+void setObjectForKey(NSUserDefaults* self, SEL selector, id object, NSString* key) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalSetObjectForKey(self, selector, object, key);
+    }
     Call call("NSUserDefaults.setObject", {jsonFrom(object), text(key)});
     json stored = Mac::current().storedDefaults();
     stored[text(key)] = jsonFrom(object);
     Mac::current().storeDefaults(stored);
 }
 
-void removeObjectForKey(NSUserDefaults*, SEL, NSString* key) {
+void removeObjectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalRemoveObjectForKey(self, selector, key);
+    }
     json stored = Mac::current().storedDefaults();
     stored.erase(text(key));
     Mac::current().storeDefaults(stored);
 }
 
-BOOL synchronize(NSUserDefaults*, SEL) {
+BOOL synchronize(NSUserDefaults* self, SEL selector) {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return originalSynchronize(self, selector);
+    }
     Call call("NSUserDefaults.synchronize", json::array());
     return call.returns<BOOL>(YES);
 }
@@ -130,10 +149,14 @@ BOOL synchronize(NSUserDefaults*, SEL) {
     Class const defaults = [NSUserDefaults class];
     originalObjectForKey = functionFrom<id(id, SEL, NSString*)>(
         replaceMethod(defaults, @selector(objectForKey:), methodFrom(objectForKey)));
-    replaceMethod(defaults, @selector(arrayForKey:), methodFrom(arrayForKey));
-    replaceMethod(defaults, @selector(setObject:forKey:), methodFrom(setObjectForKey));
-    replaceMethod(defaults, @selector(removeObjectForKey:), methodFrom(removeObjectForKey));
-    replaceMethod(defaults, @selector(synchronize), methodFrom(synchronize));
+    originalArrayForKey = functionFrom<id(id, SEL, NSString*)>(
+        replaceMethod(defaults, @selector(arrayForKey:), methodFrom(arrayForKey)));
+    originalSetObjectForKey = functionFrom<void(id, SEL, id, NSString*)>(
+        replaceMethod(defaults, @selector(setObject:forKey:), methodFrom(setObjectForKey)));
+    originalRemoveObjectForKey = functionFrom<void(id, SEL, NSString*)>(
+        replaceMethod(defaults, @selector(removeObjectForKey:), methodFrom(removeObjectForKey)));
+    originalSynchronize = functionFrom<BOOL(id, SEL)>(
+        replaceMethod(defaults, @selector(synchronize), methodFrom(synchronize)));
 }
 
 @end

@@ -4,7 +4,6 @@
 #include "SimulatedMac/Mac.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
@@ -13,7 +12,8 @@ class SimulatedMacTest : public testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(simulated_mac::ledger::outstanding(), ""); }
 
-    /// Puts the test on a new Mac made from a scene file's text; without one on the built-in `desk`.
+    /// Puts the test on a new Mac made from a scene file's text; without one on the built-in
+    /// `desk`.
     static simulated_mac::Mac& boot() {
         return simulated_mac::Mac::boot(simulated_mac::Scene::desk());
     }

@@ -1,7 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <cstdio>
 #include <cstdlib>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -10,8 +9,9 @@ namespace {
 class OneTestPerProcess : public testing::EmptyTestEventListener {
     void OnTestIterationStart(const testing::UnitTest& unitTest, int) override {
         if (unitTest.test_to_run_count() > 1) {
-            std::fputs("run these tests with ctest, or one of them with --gtest_filter=SUITE.NAME\n",
-                       stderr);
+            std::fputs(
+                "run these tests with ctest, or one of them with --gtest_filter=SUITE.NAME\n",
+                stderr);
             std::exit(2);
         }
     }

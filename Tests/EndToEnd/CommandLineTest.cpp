@@ -1,0 +1,251 @@
+#include "EndToEnd/ProgramRun.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+namespace {
+
+/// A run that wrote nothing to standard error.
+ProgramRun quiet(int status, const std::string& output) {
+    return {status, output, ""};
+}
+
+const std::string reconnected = "method=断开显示器（SLS） success=true\n已重新连接显示器（SLS）\n";
+const std::string disconnected =
+    "method=断开显示器（SLS） success=true\n已断开显示器（SLS，系统设置中将消失）\n";
+const std::string mainRefused = "method=断开显示器（SLS） success=false\n主屏禁止关闭，已阻止\n";
+
+std::string scene(const std::string& displays, const std::string& more = "") {
+    return R"({ "displays": [ )" + displays + " ]" + (more.empty() ? "" : ", " + more) + " }";
+}
+
+const std::string main1 = R"({ "id": 1, "main": true, "builtin": true, "profilerName": "Panel" })";
+const std::string ddc2 = R"({ "id": 2, "profilerName": "Studio", "ddc": { "brightness": 40 } })";
+const std::string plain2 = R"({ "id": 2, "profilerName": "Studio" })";
+
+nlohmann::json displayOf(const MacOnDisk& mac, uint32_t id) {
+    const auto shown = nlohmann::json::parse(mac.macsim({"show", "--json"}).output);
+    for (const auto& display : shown.at("displays")) {
+        if (display.at("id") == id) {
+            return display;
+        }
+    }
+    return {};
+}
+
+std::vector<std::string> namesOfCalls(const MacOnDisk& mac) {
+    std::vector<std::string> names;
+    std::istringstream lines(mac.macsim({"calls", "--json"}).output);
+    for (std::string line; std::getline(lines, line);) {
+        names.push_back(nlohmann::json::parse(line).at("call"));
+    }
+    return names;
+}
+
+TEST(CommandLine, list_prints_one_line_per_display) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, "1\tColor LCD\tmain,builtin,no-ddc\n"
+                                                 "3\tSide\tno-ddc\n"
+                                                 "2\tStudio\tddc\n"));
+}
+
+TEST(CommandLine, list_prints_nothing_without_displays) {
+    const MacOnDisk mac(scene(""));
+    EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, ""));
+}
+
+TEST(CommandLine, two_processes_in_a_row_see_each_others_effects) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--power", "off", "2"}), quiet(0, disconnected));
+    EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, "1\tColor LCD\tmain,builtin,no-ddc\n"
+                                                 "3\tSide\tno-ddc\n"
+                                                 "2\tStudio\tddc,disconnected,sls-off\n"));
+    EXPECT_EQ(mac.macsim({"defaults", "--json"}).output,
+              "{\"Veilpane.disconnectedDisplayIDs\":[2]}\n");
+    EXPECT_EQ(mac.veilpane({"--power", "off", "2"}),
+              quiet(0, "method=断开显示器（SLS） success=true\n显示器已断开\n"));
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}),
+              quiet(0, "method=断开显示器（SLS） success=true\n已重新连接显示器\n"));
+    EXPECT_EQ(mac.macsim({"defaults", "--json"}).output,
+              "{\"Veilpane.disconnectedDisplayIDs\":[]}\n");
+    EXPECT_TRUE(displayOf(mac, 2)["lit"]);
+}
+
+TEST(CommandLine, a_disconnect_survives_a_reboot_and_can_be_undone_after_it) {
+    const MacOnDisk mac;
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    ASSERT_EQ(mac.macsim({"reboot"}).status, 0);
+    EXPECT_FALSE(displayOf(mac, 2)["online"]);
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}).output,
+              "method=断开显示器（SLS） success=true\n已重新连接显示器\n");
+}
+
+TEST(CommandLine, a_remembered_display_that_was_plugged_in_anew_is_an_ordinary_one) {
+    const MacOnDisk mac;
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    ASSERT_EQ(mac.macsim({"unplug", "2"}).status, 0);
+    EXPECT_EQ(mac.veilpane({"--list"}).output,
+              "1\tColor LCD\tmain,builtin,no-ddc\n3\tSide\tno-ddc\n");
+    ASSERT_EQ(mac.macsim({"plug", "2"}).status, 0);
+    EXPECT_EQ(mac.veilpane({"--list"}).output,
+              "1\tColor LCD\tmain,builtin,no-ddc\n3\tSide\tno-ddc\n2\tStudio\tddc\n");
+    EXPECT_EQ(mac.veilpane({"--power", "off", "2"}), quiet(0, disconnected));
+}
+
+TEST(CommandLine, these_state_words_mean_on) {
+    for (const char* const word : {"on", "ON", "oN", "1", "true", "True", "TRUE"}) {
+        const MacOnDisk mac;
+        EXPECT_EQ(mac.veilpane({"--power", word, "2"}), quiet(0, reconnected)) << word;
+    }
+}
+
+TEST(CommandLine, every_other_state_word_means_off) {
+    for (const char* const word : {"off", "0", "false", "yes", "onn", "", " on", "ｏｎ", "01",
+                                   "--list", "--selftest", "--power", "\xFF\xFE"}) {
+        const MacOnDisk mac;
+        EXPECT_EQ(mac.veilpane({"--power", word, "2"}), quiet(0, disconnected)) << word;
+    }
+}
+
+TEST(CommandLine, power_without_a_state_word_is_a_usage_error) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--power"}), quiet(2, "usage: --power on|off [displayID]\n"));
+    EXPECT_EQ(mac.veilpane({"--list", "--power"}), quiet(2, "usage: --power on|off [displayID]\n"));
+}
+
+TEST(CommandLine, power_wins_over_list_and_selftest_and_ignores_what_follows) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--list", "--selftest", "--power", "on", "2", "3", "--list"}),
+              quiet(0, reconnected));
+}
+
+TEST(CommandLine, an_operand_that_is_no_display_id_means_the_first_listed_display) {
+    for (const char* const operand :
+         {"0x2", "4294967296", " 2", "2 ", "-1", "two", "", "--list", "2.0", "+"}) {
+        const MacOnDisk mac;
+        EXPECT_EQ(mac.veilpane({"--power", "off", operand}), quiet(1, mainRefused)) << operand;
+    }
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--power", "off"}), quiet(1, mainRefused));
+    EXPECT_EQ(mac.veilpane({"--power", "--list"}), quiet(1, mainRefused));
+}
+
+TEST(CommandLine, signs_and_leading_zeros_are_part_of_a_display_id) {
+    for (const char* const operand : {"+2", "002", "+0002"}) {
+        const MacOnDisk mac;
+        EXPECT_EQ(mac.veilpane({"--power", "off", operand}), quiet(0, disconnected)) << operand;
+    }
+}
+
+TEST(CommandLine, a_given_id_is_used_without_asking_whether_it_exists) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--power", "on", "4294967295"}),
+              quiet(0, "method=BlackOut（镜像+Gamma） success=true\n"
+                       "SLS 重连失败（SLSConfigureDisplayEnabled 失败 CGError 1001），"
+                       "已恢复软件显示\n"));
+}
+
+TEST(CommandLine, with_an_id_the_system_profiler_does_not_run) {
+    const MacOnDisk mac;
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    const auto names = namesOfCalls(mac);
+    EXPECT_EQ(std::ranges::count(names, "posix_spawn"), 0);
+    EXPECT_EQ(std::ranges::count(names, "SLSConfigureDisplayEnabled"), 1);
+}
+
+TEST(CommandLine, without_displays_there_is_none_to_switch) {
+    const MacOnDisk mac(scene(""));
+    EXPECT_EQ(mac.veilpane({"--power", "off"}), quiet(1, "no display\n"));
+    EXPECT_EQ(mac.veilpane({"--power", "on", "x"}), quiet(1, "no display\n"));
+}
+
+TEST(CommandLine, the_main_display_is_never_switched_off) {
+    const MacOnDisk mac;
+    EXPECT_EQ(mac.veilpane({"--power", "off", "1"}), quiet(1, mainRefused));
+    EXPECT_TRUE(displayOf(mac, 1)["lit"]);
+}
+
+TEST(CommandLine, list_wins_over_selftest) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"--list", "--selftest"}, {"--selftest", "x", "--list"}}) {
+        const MacOnDisk mac;
+        EXPECT_EQ(mac.veilpane(arguments), quiet(0, "1\tColor LCD\tmain,builtin,no-ddc\n"
+                                                    "3\tSide\tno-ddc\n"
+                                                    "2\tStudio\tddc\n"));
+        const auto names = namesOfCalls(mac);
+        EXPECT_EQ(std::ranges::count(names, "SLSConfigureDisplayEnabled"), 0);
+    }
+}
+
+TEST(CommandLine, a_ddc_standby_lasts_and_is_ended_through_skylight_only) {
+    const MacOnDisk mac(scene(main1 + ", " + ddc2, R"("skylight": false)"));
+    EXPECT_EQ(mac.veilpane({"--power", "off", "2"}),
+              quiet(0, "method=DDC 硬件电源 success=true\nDDC 已发送 Power Off\n"));
+    ASSERT_EQ(mac.macsim({"reboot"}).status, 0);
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}),
+              quiet(0, "method=BlackOut（镜像+Gamma） success=true\n已恢复显示\n"));
+    EXPECT_EQ(displayOf(mac, 2)["power"], "standby");
+    mac.changeScene(scene(main1 + ", " + ddc2));
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}), quiet(0, reconnected));
+    EXPECT_EQ(displayOf(mac, 2)["power"], "on");
+}
+
+TEST(CommandLine, a_blackout_from_the_command_line_ends_with_the_process_but_stays_mirrored) {
+    const MacOnDisk mac(scene(main1 + ", " + plain2, R"("skylight": false)"));
+    EXPECT_EQ(mac.veilpane({"--power", "off", "2"}),
+              quiet(0, "method=BlackOut（镜像+Gamma） success=true\n"
+                       "BlackOut：镜像 + Gamma 归零（软件兜底）\n"));
+    EXPECT_EQ(displayOf(mac, 2)["mirrors"], 1);
+    EXPECT_EQ(displayOf(mac, 2)["gamma"], "normal");
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}),
+              quiet(0, "method=BlackOut（镜像+Gamma） success=true\n已恢复显示\n"));
+    EXPECT_EQ(displayOf(mac, 2)["mirrors"], 0);
+}
+
+TEST(CommandLine, a_damaged_stored_set_is_ignored_and_written_anew) {
+    const MacOnDisk mac(
+        scene(main1 + R"(, { "id": 2, "profilerName": "Studio", "enabled": false })",
+              R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2, "x" ] })"));
+    EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, "1\tPanel\tmain,builtin,no-ddc\n"));
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}), quiet(0, reconnected));
+    EXPECT_EQ(mac.macsim({"defaults", "--json"}).output,
+              "{\"Veilpane.disconnectedDisplayIDs\":[]}\n");
+}
+
+ProgramRun underShell(const MacOnDisk& mac, const std::string& argumentsAndRedirections) {
+    return runProgram(
+        "/bin/sh",
+        {"-c", std::string("exec ") + VEILPANE_EXECUTABLE + " " + argumentsAndRedirections},
+        mac.environment());
+}
+
+TEST(CommandLine, a_standard_output_that_takes_nothing_changes_nothing_else) {
+    const MacOnDisk mac;
+    EXPECT_EQ(underShell(mac, "--power off 2 >/dev/full"), quiet(0, ""));
+    EXPECT_FALSE(displayOf(mac, 2)["online"]);
+    EXPECT_EQ(underShell(mac, "--power on 2 >&-"), quiet(0, ""));
+    EXPECT_TRUE(displayOf(mac, 2)["online"]);
+}
+
+TEST(CommandLine, standard_input_and_error_may_be_closed) {
+    const MacOnDisk mac;
+    EXPECT_EQ(underShell(mac, "--list <&- 2>&-"), quiet(0, "1\tColor LCD\tmain,builtin,no-ddc\n"
+                                                           "3\tSide\tno-ddc\n"
+                                                           "2\tStudio\tddc\n"));
+}
+
+TEST(CommandLine, without_an_option_one_line_tells_what_is_missing) {
+    const MacOnDisk mac;
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{}, {"--help"}, {"-list"}, {"--List"}, {"--list=1"}}) {
+        const ProgramRun run = mac.veilpane(arguments);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(std::ranges::count(run.errors, '\n'), 1);
+        EXPECT_TRUE(run.errors.starts_with("Veilpane: ")) << run.errors;
+    }
+}
+
+} // namespace

@@ -1,0 +1,92 @@
+#include "EndToEnd/ProgramRun.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+std::string contentOf(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+std::string newDirectory() {
+    std::string name = std::filesystem::temp_directory_path() / "veilpane-test-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("cannot create " + name);
+    }
+    return name;
+}
+
+[[noreturn]] void becomeProgram(const std::string& executable,
+                                const std::vector<std::string>& arguments,
+                                const std::map<std::string, std::string>& environment,
+                                const std::string& directory) {
+    for (const auto& [name, value] : environment) {
+        setenv(name.c_str(), value.c_str(), 1);
+    }
+    if (std::freopen((directory + "/output").c_str(), "w", stdout) == nullptr ||
+        std::freopen((directory + "/errors").c_str(), "w", stderr) == nullptr) {
+        _exit(126);
+    }
+    std::vector<char*> argv = {const_cast<char*>(executable.c_str())};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    execv(executable.c_str(), argv.data());
+    _exit(127);
+}
+
+} // namespace
+
+ProgramRun runProgram(const std::string& executable, const std::vector<std::string>& arguments,
+                      const std::map<std::string, std::string>& environment) {
+    const std::string directory = newDirectory();
+    const pid_t child = fork();
+    if (child == 0) {
+        becomeProgram(executable, arguments, environment, directory);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    ProgramRun run{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
+                   contentOf(directory + "/output"), contentOf(directory + "/errors")};
+    std::filesystem::remove_all(directory);
+    return run;
+}
+
+MacOnDisk::MacOnDisk(const std::string& scene)
+    : directory_(newDirectory()), hasScene_(!scene.empty()) {
+    if (hasScene_) {
+        changeScene(scene);
+    }
+}
+
+MacOnDisk::~MacOnDisk() {
+    std::filesystem::remove_all(directory_);
+}
+
+void MacOnDisk::changeScene(const std::string& scene) const {
+    std::ofstream(sceneFile()) << scene;
+}
+
+std::map<std::string, std::string> MacOnDisk::environment() const {
+    return {{"SIMULATED_MAC_STATE", stateDirectory()},
+            {"SIMULATED_MAC_SCENE", hasScene_ ? sceneFile() : ""}};
+}
+
+ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const {
+    return runProgram(VEILPANE_EXECUTABLE, arguments, environment());
+}
+
+ProgramRun MacOnDisk::macsim(const std::vector<std::string>& arguments) const {
+    return runProgram(MACSIM_EXECUTABLE, arguments, environment());
+}

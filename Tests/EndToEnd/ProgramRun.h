@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// What a finished program left behind.
+struct ProgramRun {
+    int status = -1; ///< exit status; 128 + the signal's number when a signal ended it
+    std::string output;
+    std::string errors;
+
+    bool operator==(const ProgramRun&) const = default;
+};
+
+/// Runs an executable to its end. `environment` is added to this process's own.
+ProgramRun runProgram(const std::string& executable, const std::vector<std::string>& arguments,
+                      const std::map<std::string, std::string>& environment);
+
+/// A simulated Mac in files of its own, removed at the end, and the programs that run on it.
+class MacOnDisk {
+public:
+    /// `scene` is a scene file's text; empty for the built-in scene.
+    explicit MacOnDisk(const std::string& scene = "");
+    MacOnDisk(const MacOnDisk&) = delete;
+    MacOnDisk& operator=(const MacOnDisk&) = delete;
+    ~MacOnDisk();
+
+    [[nodiscard]] ProgramRun veilpane(const std::vector<std::string>& arguments) const;
+    [[nodiscard]] ProgramRun macsim(const std::vector<std::string>& arguments) const;
+
+    /// Replaces the scene file, as if other monitors or faults were found at the next start.
+    void changeScene(const std::string& scene) const;
+
+    [[nodiscard]] std::string sceneFile() const { return directory_ + "/scene.json"; }
+    [[nodiscard]] std::string stateDirectory() const { return directory_ + "/state"; }
+    [[nodiscard]] std::map<std::string, std::string> environment() const;
+
+private:
+    std::string directory_;
+    bool hasScene_;
+};

@@ -14,6 +14,7 @@
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
+#include <crt_externs.h>
 #include <cstdlib>
 #include <optional>
 #include <string>
@@ -23,20 +24,17 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
+// As bytes, not through Foundation: an argument need not be valid UTF-8.
 Arguments processArguments() {
-    Arguments arguments;
-    @autoreleasepool {
-        for (NSString* argument in [[NSProcessInfo processInfo] arguments]) {
-            arguments.push_back(utf8Text(argument).value_or(std::string()));
-        }
-    }
-    return arguments;
+    const char* const* const arguments = *_NSGetArgv();
+    return {arguments, arguments + *_NSGetArgc()};
 }
 
 bool contains(const Arguments& arguments, const char* option) {
     return std::ranges::find(arguments, option) != arguments.end();
 }
 
+// Empty for what is no valid UTF-8.
 std::string lowerCased(const std::string& word) {
     @autoreleasepool {
         NSString* const lower = [[NSString stringWithUTF8String:word.c_str()] lowercaseString];

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,11 @@ struct ProgramRun {
     std::string errors;
 
     bool operator==(const ProgramRun&) const = default;
+    friend std::ostream& operator<<(std::ostream& stream, const ProgramRun& run) {
+        return stream << "status " << run.status << "\noutput:\n"
+                      << run.output << "errors:\n"
+                      << run.errors;
+    }
 };
 
 /// Runs an executable to its end. `environment` is added to this process's own.

@@ -74,6 +74,8 @@ struct FailureCase {
     const char* name;
     const char* scene;
     std::int32_t result;
+
+    friend void PrintTo(const FailureCase& row, std::ostream* stream) { *stream << row.name; }
 };
 
 class DDCFailure : public SimulatedMacTest, public testing::WithParamInterface<FailureCase> {};
@@ -124,6 +126,8 @@ struct MatchCase {
     const char* registry;
     CGDirectDisplayID display;
     bool found;
+
+    friend void PrintTo(const MatchCase& row, std::ostream* stream) { *stream << row.name; }
 };
 
 class FramebufferMatch : public SimulatedMacTest, public testing::WithParamInterface<MatchCase> {};

@@ -85,6 +85,8 @@ struct FailureRow {
     Reason reason;
     std::int32_t code;
     std::vector<std::string> calls;
+
+    friend void PrintTo(const FailureRow& row, std::ostream* stream) { *stream << row.name; }
 };
 
 class DisconnectFailure : public SimulatedMacTest,

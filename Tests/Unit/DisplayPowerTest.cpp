@@ -40,6 +40,8 @@ struct OutcomeRow {
     bool on;
     CGDirectDisplayID display;
     PowerResult result;
+
+    friend void PrintTo(const OutcomeRow& row, std::ostream* stream) { *stream << row.name; }
 };
 
 void nothing() {}
@@ -310,6 +312,8 @@ struct StatusRow {
     std::function<void()> before;
     CGDirectDisplayID display;
     const char* line;
+
+    friend void PrintTo(const StatusRow& row, std::ostream* stream) { *stream << row.name; }
 };
 
 void blackOut1() {

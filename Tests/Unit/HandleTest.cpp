@@ -1,0 +1,120 @@
+#include "Ownership/CFRef.h"
+#include "Ownership/FileDescriptor.h"
+#include "Ownership/IORef.h"
+#include "Ownership/RegistryProperty.h"
+#include "Support/SimulatedMacTest.h"
+
+#include <fcntl.h>
+
+namespace {
+
+struct CountingTraits {
+    using Raw = int;
+    static constexpr Raw null = 0;
+    static inline int retained = 0;
+    static inline int released = 0;
+    static void retain(Raw) { ++retained; }
+    static void release(Raw) { ++released; }
+};
+using Counted = Handle<CountingTraits>;
+
+void expectCounts(int retained, int released) {
+    EXPECT_EQ(CountingTraits::retained, retained);
+    EXPECT_EQ(CountingTraits::released, released);
+}
+
+TEST(HandleTest, an_empty_handle_counts_nothing) {
+    {
+        const Counted empty;
+        EXPECT_FALSE(empty);
+        const Counted adopted = Counted::adopt(0);
+        const Counted retained = Counted::retain(0);
+        EXPECT_FALSE(retained);
+    }
+    expectCounts(0, 0);
+}
+
+TEST(HandleTest, adopting_takes_over_a_reference) {
+    {
+        const Counted handle = Counted::adopt(7);
+        EXPECT_EQ(handle.get(), 7);
+        expectCounts(0, 0);
+    }
+    expectCounts(0, 1);
+}
+
+TEST(HandleTest, retaining_adds_a_reference) {
+    {
+        const Counted handle = Counted::retain(7);
+        expectCounts(1, 0);
+    }
+    expectCounts(1, 1);
+}
+
+TEST(HandleTest, moving_hands_the_reference_on) {
+    {
+        Counted first = Counted::adopt(7);
+        Counted second = std::move(first);
+        EXPECT_FALSE(first); // NOLINT(bugprone-use-after-move): moved from means empty
+        EXPECT_EQ(second.get(), 7);
+        Counted third = Counted::adopt(8);
+        third = std::move(second);
+        EXPECT_EQ(third.get(), 7);
+        expectCounts(0, 1);
+    }
+    expectCounts(0, 2);
+}
+
+TEST(HandleTest, leaking_gives_the_reference_away) {
+    {
+        Counted handle = Counted::adopt(7);
+        EXPECT_EQ(handle.leak(), 7);
+        EXPECT_FALSE(handle);
+    }
+    expectCounts(0, 0);
+}
+
+TEST(HandleTest, resetting_releases_once) {
+    Counted handle = Counted::adopt(7);
+    handle.reset();
+    handle.reset();
+    EXPECT_FALSE(handle);
+    expectCounts(0, 1);
+}
+
+TEST(HandleTest, a_file_descriptor_is_closed_with_its_owner) {
+    int raw = -1;
+    {
+        const FileDescriptor descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        ASSERT_TRUE(descriptor);
+        raw = descriptor.get();
+        EXPECT_NE(fcntl(raw, F_GETFD), -1);
+    }
+    EXPECT_EQ(fcntl(raw, F_GETFD), -1);
+    EXPECT_FALSE(FileDescriptor(-1));
+}
+
+using OwnedObjects = SimulatedMacTest;
+
+TEST_F(OwnedObjects, registry_objects_and_properties_are_given_back) {
+    boot();
+    io_iterator_t found = IO_OBJECT_NULL;
+    ASSERT_EQ(IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching("IOFramebuffer"),
+                                           &found),
+              0);
+    {
+        const IORef services = IORef::adopt(found);
+        const IORef service = IORef::adopt(IOIteratorNext(services.get()));
+        const auto property = copyRegistryProperty(service.get(), CFSTR("DisplayID"));
+        ASSERT_TRUE(property);
+        EXPECT_FALSE(copyRegistryProperty(service.get(), CFSTR("NoSuchProperty")));
+        const auto second = CFRef<CFTypeRef>::retain(property.get());
+        EXPECT_EQ(simulated_mac::ledger::references(simulated_mac::Resource::cfObject,
+                                                    reinterpret_cast<uintptr_t>(property.get())),
+                  2u);
+        EXPECT_NE(simulated_mac::ledger::outstanding(), "");
+    }
+    EXPECT_EQ(simulated_mac::ledger::outstanding(), "");
+}
+
+} // namespace

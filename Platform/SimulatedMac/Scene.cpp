@@ -14,18 +14,19 @@ using nlohmann::json;
 /// A JSON value together with its place in the scene, for messages that name it.
 class Field {
 public:
-    Field(const json& value, std::string place) : value_(value), place_(std::move(place)) {}
+    Field(const json& value, std::string source, std::string place = {})
+        : value_(value), source_(std::move(source)), place_(std::move(place)) {}
 
     [[noreturn]] void reject(const std::string& problem) const {
-        throw SceneError(place_ + ": " + problem);
+        throw SceneError(source_ + ": " + (place_.empty() ? "" : place_ + ": ") + problem);
     }
 
     [[nodiscard]] const json& value() const { return value_; }
     [[nodiscard]] Field member(const std::string& key) const {
-        return {value_.at(key), place_ + (place_.ends_with(": ") ? "" : ".") + key};
+        return {value_.at(key), source_, place_.empty() ? key : place_ + "." + key};
     }
     [[nodiscard]] Field element(std::size_t index) const {
-        return {value_.at(index), place_ + "[" + std::to_string(index) + "]"};
+        return {value_.at(index), source_, place_ + "[" + std::to_string(index) + "]"};
     }
 
     [[nodiscard]] bool boolean() const {
@@ -64,8 +65,7 @@ public:
         for (const auto& [key, value] : value_.items()) {
             const auto reader = readers.find(key);
             if (reader == readers.end()) {
-                Field(value, place_ + (place_.ends_with(": ") ? "" : ".") + key)
-                    .reject("unknown key");
+                member(key).reject("unknown key");
             }
             reader->second(member(key));
         }
@@ -79,6 +79,7 @@ public:
 
 private:
     const json& value_;
+    std::string source_;
     std::string place_;
 };
 
@@ -344,7 +345,7 @@ constexpr const char* deskText = R"({
 
 Scene Scene::parse(const std::string& text, const std::string& source) {
     const json document = parseJson(text, source);
-    const Field root(document, source + ": ");
+    const Field root(document, source);
     Scene scene;
     scene.text = text;
     scene.skyLight = {"SLSConfigureDisplayEnabled", "SLSGetDisplayList"};

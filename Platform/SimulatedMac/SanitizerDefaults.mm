@@ -1,0 +1,44 @@
+// What a build under sanitizers starts with.
+
+#import <Foundation/Foundation.h>
+
+#include <sanitizer/lsan_interface.h>
+
+extern "C" {
+
+const char* __asan_default_options();
+const char* __lsan_default_options();
+
+// Whole stacks: GNUstep is built without frame pointers, so the fast unwinder would stop at its first
+// frame and a leak of ours could not be told from one of its own.
+const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
+
+// GCC's Objective-C runtime never frees what it allocates when it loads a class or adds to one.
+const char* __lsan_default_suppressions() {
+    return "leak:__objc_exec_class\nleak:class_addMethod\n";
+}
+
+// Standard error is the program's own.
+const char* __lsan_default_options() { return "print_suppressions=0"; }
+
+extern const int simulatedMacSanitizerDefaults;
+const int simulatedMacSanitizerDefaults = 1;
+
+} // extern "C"
+
+/// Loaded with the program; its only task is to let GNUstep set up its user defaults, which leaks,
+/// before leaks are looked for.
+@interface SimulatedMacSanitizerDefaults : NSObject
+@end
+
+@implementation SimulatedMacSanitizerDefaults
+
++ (void)load {
+    __lsan_disable();
+    @autoreleasepool {
+        [NSUserDefaults standardUserDefaults];
+    }
+    __lsan_enable();
+}
+
+@end

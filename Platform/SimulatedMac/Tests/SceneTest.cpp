@@ -1,0 +1,130 @@
+#include "SimulatedMac/Scene.h"
+
+#include <gtest/gtest.h>
+
+namespace simulated_mac {
+namespace {
+
+std::string errorOf(const std::string& text) {
+    try {
+        (void)Scene::parse(text, "desk.json");
+    } catch (const SceneError& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST(SceneTest, every_mistake_is_one_line_that_names_the_file_and_the_key) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"", "desk.json: not valid JSON at byte 1"},
+        {"[]", "desk.json: must be an object"},
+        {R"({ "colour": 1 })", "desk.json: colour: unknown key"},
+        {R"({ "displays": {} })", "desk.json: displays: must be an array"},
+        {R"({ "displays": [ 1 ] })", "desk.json: displays[0]: must be an object"},
+        {R"({ "displays": [ {} ] })", "desk.json: displays[0]: id is missing"},
+        {R"({ "displays": [ { "id": 0 } ] })", "desk.json: displays[0].id: 0 is no display"},
+        {R"({ "displays": [ { "id": "2" } ] })",
+         "desk.json: displays[0].id: must be a whole number"},
+        {R"({ "displays": [ { "id": 2.5 } ] })",
+         "desk.json: displays[0].id: must be a whole number"},
+        {R"({ "displays": [ { "id": -1 } ] })",
+         "desk.json: displays[0].id: not within 0 and 4294967295"},
+        {R"({ "displays": [ { "id": 4294967296 } ] })",
+         "desk.json: displays[0].id: not within 0 and 4294967295"},
+        {R"({ "displays": [ { "id": 18446744073709551615 } ] })",
+         "desk.json: displays[0].id: not within 0 and 4294967295"},
+        {R"({ "displays": [ { "id": 2, "colour": 1 } ] })",
+         "desk.json: displays[0].colour: unknown key"},
+        {R"({ "displays": [ { "id": 2, "main": 1 } ] })",
+         "desk.json: displays[0].main: must be true or false"},
+        {R"({ "displays": [ { "id": 2, "screenName": 1 } ] })",
+         "desk.json: displays[0].screenName: must be a text"},
+        {R"({ "displays": [ { "id": 2, "ddc": { "brightness": 101 } } ] })",
+         "desk.json: displays[0].ddc.brightness: not within 0 and 100"},
+        {R"({ "displays": [ { "id": 2, "ddc": { "speed": 1 } } ] })",
+         "desk.json: displays[0].ddc.speed: unknown key"},
+        {R"({ "displays": [ { "id": 2 }, { "id": 2 } ] })",
+         "desk.json: displays[1].id: another display has the ID 2"},
+        {R"({ "displays": [ { "id": 1, "main": true }, { "id": 2, "main": true } ] })",
+         "desk.json: displays[1].main: another display is the main one"},
+        {R"({ "displays": [ { "id": 1, "main": true, "enabled": false } ] })",
+         "desk.json: displays[0].main: the main display must be connected, enabled and no mirror"},
+        {R"({ "displays": [ { "id": 1, "main": true, "connected": false } ] })",
+         "desk.json: displays[0].main: the main display must be connected, enabled and no mirror"},
+        {R"({ "displays": [ { "id": 1, "mirrors": 9 } ] })",
+         "desk.json: displays[0].mirrors: must be another display that mirrors none itself"},
+        {R"({ "displays": [ { "id": 1, "mirrors": 1 } ] })",
+         "desk.json: displays[0].mirrors: must be another display that mirrors none itself"},
+        {R"({ "displays": [ { "id": 1, "mirrors": 2 }, { "id": 2, "mirrors": 1 } ] })",
+         "desk.json: displays[0].mirrors: must be another display that mirrors none itself"},
+        {R"({ "mirroring": "both" })",
+         "desk.json: mirroring: must be \"software\" or \"hardware\""},
+        {R"({ "skylight": "yes" })", "desk.json: skylight: must be an array"},
+        {R"({ "skylight": [ "SLSOther" ] })",
+         "desk.json: skylight[0]: must be SLSConfigureDisplayEnabled or SLSGetDisplayList"},
+        {R"({ "registry": [ {} ] })", "desk.json: registry[0]: class is missing"},
+        {R"({ "registry": [ { "class": "X", "properties": { "P": [ 1 ] } } ] })",
+         "desk.json: registry[0].properties.P: must be a number, a text, true, false, {\"data\": "
+         "…} "
+         "or an object of texts"},
+        {R"({ "registry": [ { "class": "X", "properties": { "P": { "data": "0G" } } } ] })",
+         "desk.json: registry[0].properties.P.data: must be pairs of hexadecimal digits"},
+        {R"({ "registry": [ { "class": "X", "properties": { "P": { "en": 1 } } } ] })",
+         "desk.json: registry[0].properties.P.en: must be a text"},
+        {R"({ "registry": [ { "class": "X", "children": [ { "class": "Y", "i2cBuses": -1 } ] } ] })",
+         "desk.json: registry[0].children[0].i2cBuses: not within 0 and 256"},
+        {R"({ "defaults": [] })", "desk.json: defaults: must be an object"},
+        {R"({ "profiler": { "slow": true } })", "desk.json: profiler.slow: unknown key"},
+        {R"({ "faults": [ { "returns": 1 } ] })", "desk.json: faults[0]: call is missing"},
+        {R"({ "faults": [ { "call": "*" } ] })",
+         "desk.json: faults[0]: needs either returns or \"null\": true"},
+        {R"({ "faults": [ { "call": "*", "returns": 1, "null": true } ] })",
+         "desk.json: faults[0]: needs either returns or \"null\": true"},
+        {R"({ "faults": [ { "call": "*", "nth": -1, "returns": 1 } ] })",
+         "desk.json: faults[0].nth: not within 0 and 2147483647"},
+    };
+    for (const auto& [text, error] : rows) {
+        EXPECT_EQ(errorOf(text), error);
+    }
+}
+
+TEST(SceneTest, every_key_may_be_left_out_but_a_displays_id) {
+    const Scene scene = Scene::parse(R"({ "displays": [ { "id": 7 } ] })", "scene");
+    ASSERT_EQ(scene.displays.size(), 1u);
+    EXPECT_TRUE(scene.displays[0].connected);
+    EXPECT_TRUE(scene.displays[0].enabled);
+    EXPECT_TRUE(scene.displays[0].gamma);
+    EXPECT_FALSE(scene.displays[0].ddc);
+    EXPECT_TRUE(scene.skyLight);
+    EXPECT_FALSE(scene.softwareMirroring);
+    EXPECT_TRUE(Scene::parse("{}", "scene").displays.empty());
+}
+
+TEST(SceneTest, skylight_can_be_missing_or_export_a_part) {
+    EXPECT_FALSE(Scene::parse(R"({ "skylight": false })", "scene").skyLight);
+    EXPECT_EQ(Scene::parse(R"({ "skylight": ["SLSGetDisplayList"] })", "scene").skyLight,
+              std::vector<std::string>{"SLSGetDisplayList"});
+}
+
+TEST(SceneTest, displays_imply_the_registry) {
+    const Scene scene = Scene::parse(
+        R"({ "displays": [ { "id": 1 }, { "id": 2, "vendor": 5, "model": 6, "ddc": {},
+             "registryName": "Studio" } ] })",
+        "scene");
+    ASSERT_EQ(scene.registry.size(), 2u);
+    EXPECT_EQ(scene.registry[0].i2cBuses, 0);
+    EXPECT_EQ(scene.registry[1].i2cBuses, 1);
+    EXPECT_EQ(scene.registry[1].busDisplay, 2u);
+    EXPECT_EQ(scene.registry[1].children.at(1).properties["DisplayVendorID"], 5);
+}
+
+TEST(SceneTest, the_desk_has_a_built_in_main_display_and_one_monitor_with_ddc) {
+    const Scene desk = Scene::desk();
+    ASSERT_EQ(desk.displays.size(), 3u);
+    EXPECT_TRUE(desk.displays[0].builtin && desk.displays[0].main && !desk.displays[0].ddc);
+    EXPECT_TRUE(desk.displays[1].ddc);
+    EXPECT_FALSE(desk.displays[2].ddc);
+}
+
+} // namespace
+} // namespace simulated_mac

@@ -1,0 +1,210 @@
+#include "EndToEnd/ProgramRun.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const std::string twoDisplays =
+    R"({ "displays": [ { "id": 4, "main": true, "profilerName": "显示器" },
+    { "id": 2, "profilerName": "Studio", "ddc": { "brightness": 40 } } ] })";
+
+std::string contentOf(const std::string& file) {
+    std::ifstream stream(file);
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+TEST(Macsim, show_tells_every_display_in_order_of_id) {
+    const MacOnDisk mac(twoDisplays);
+    EXPECT_EQ(
+        mac.macsim({"show", "--json"}),
+        (ProgramRun{0,
+                    R"({"displays":[{"id":2,"name":"Studio","connected":true,"enabled":true,)"
+                    R"("online":true,"active":true,"main":false,"mirrors":0,"gamma":"normal",)"
+                    R"("power":"on","brightness":40,"lit":true},)"
+                    R"({"id":4,"name":"显示器","connected":true,"enabled":true,"online":true,)"
+                    R"("active":true,"main":true,"mirrors":0,"gamma":"normal","power":"on",)"
+                    R"("brightness":null,"lit":true}]})"
+                    "\n",
+                    ""}));
+    EXPECT_EQ(mac.macsim({"show"}).output,
+              "ID  NAME    ARRANGEMENT  POWER  GAMMA   BRIGHTNESS  PICTURE\n"
+              "2   Studio  active       on     normal  40 %        lit\n"
+              "4   显示器  main         on     normal  -           lit\n");
+}
+
+TEST(Macsim, unplug_plug_logout_and_reboot_act_on_the_mac) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"unplug", "2"}), (ProgramRun{0, "", ""}));
+    EXPECT_NE(mac.macsim({"show"}).output.find("unplugged"), std::string::npos);
+    ASSERT_EQ(mac.macsim({"plug", "2"}).status, 0);
+    EXPECT_EQ(mac.macsim({"show"}).output.find("unplugged"), std::string::npos);
+    EXPECT_EQ(mac.macsim({"logout"}).status, 0);
+    EXPECT_EQ(mac.macsim({"reboot"}).status, 0);
+}
+
+TEST(Macsim, reset_puts_arrangement_defaults_and_log_back) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    ASSERT_EQ(mac.macsim({"reset"}), (ProgramRun{0, "", ""}));
+    EXPECT_NE(mac.macsim({"show", "--json"})
+                  .output.find(R"("id":2,"name":"Studio","connected":true,"enabled":true)"),
+              std::string::npos);
+    EXPECT_EQ(mac.macsim({"defaults", "--json"}).output, "{}\n");
+    EXPECT_EQ(mac.macsim({"calls", "--json"}).output, "");
+}
+
+TEST(Macsim, calls_are_one_object_a_line_with_the_bytes_of_ddc_messages) {
+    const MacOnDisk mac(
+        R"({ "skylight": false, "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {} } ] })");
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    std::istringstream lines(mac.macsim({"calls", "--json"}).output);
+    int messages = 0;
+    for (std::string line; std::getline(lines, line);) {
+        const auto call = nlohmann::json::parse(line);
+        EXPECT_TRUE(call.contains("pid") && call.contains("call") && call.contains("args") &&
+                    call.contains("result"))
+            << line;
+        if (call["call"] == "IOI2CSendRequest") {
+            ++messages;
+            EXPECT_EQ(call["address"], 110);
+            EXPECT_EQ(call["bytes"], "5184030C0005B1");
+        }
+    }
+    EXPECT_EQ(messages, 1);
+    ASSERT_EQ(mac.macsim({"calls", "--clear"}), (ProgramRun{0, "", ""}));
+    EXPECT_EQ(mac.macsim({"calls", "--json"}).output, "");
+}
+
+TEST(Macsim, a_wrong_command_line_is_one_line_and_status_2) {
+    const MacOnDisk mac(twoDisplays);
+    const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+        {{}, "macsim: no verb; 'macsim --help' lists them\n"},
+        {{"explode"}, "macsim: unknown verb 'explode'; 'macsim --help' lists them\n"},
+        {{"show", "--xml"}, "macsim: show: unknown option '--xml'\n"},
+        {{"unplug"}, "macsim: unplug: takes one display ID\n"},
+        {{"unplug", "2", "3"}, "macsim: unplug: takes one display ID\n"},
+        {{"unplug", "two"}, "macsim: unplug: 'two' is no display ID\n"},
+        {{"unplug", "9"}, "macsim: no display 9\n"},
+        {{"plug", "4294967296"}, "macsim: plug: '4294967296' is no display ID\n"},
+        {{"reset", "now"}, "macsim: reset: unknown option 'now'\n"},
+    };
+    for (const auto& [arguments, error] : rows) {
+        EXPECT_EQ(mac.macsim(arguments), (ProgramRun{2, "", error}));
+    }
+}
+
+TEST(BadInput, a_bad_scene_is_one_line_that_names_file_and_key) {
+    const MacOnDisk mac(R"({ "displays": [ { "id": 1, "colour": 3 } ] })");
+    const ProgramRun expected{
+        2, "", "simulated Mac: " + mac.sceneFile() + ": displays[0].colour: unknown key\n"};
+    EXPECT_EQ(mac.macsim({"show"}), expected);
+    EXPECT_EQ(mac.veilpane({"--list"}), expected);
+}
+
+TEST(BadInput, an_unreadable_scene_is_one_line) {
+    const MacOnDisk mac(twoDisplays);
+    std::filesystem::remove(mac.sceneFile());
+    const ProgramRun expected{2, "", "simulated Mac: " + mac.sceneFile() + ": cannot be read\n"};
+    EXPECT_EQ(mac.macsim({"show"}), expected);
+    std::filesystem::create_directory(mac.sceneFile());
+    EXPECT_EQ(mac.macsim({"show"}), expected);
+}
+
+TEST(BadInput, a_bad_scene_leaves_the_old_state_intact) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    const std::string before = contentOf(mac.stateDirectory() + "/state.json");
+    mac.changeScene("{ broken");
+    EXPECT_EQ(mac.macsim({"reset"}).status, 2);
+    EXPECT_EQ(mac.veilpane({"--power", "on", "2"}).status, 2);
+    EXPECT_EQ(contentOf(mac.stateDirectory() + "/state.json"), before);
+}
+
+TEST(BadInput, a_state_written_by_a_newer_version_is_left_alone) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/state.json";
+    auto state = nlohmann::json::parse(contentOf(file));
+    state["version"] = 99;
+    std::ofstream(file) << state;
+    const std::string before = contentOf(file);
+    EXPECT_EQ(
+        mac.veilpane({"--list"}),
+        (ProgramRun{2, "",
+                    "simulated Mac: " + file + ": version: written by a newer simulated Mac\n"}));
+    EXPECT_EQ(contentOf(file), before);
+}
+
+TEST(BadInput, a_damaged_state_is_one_line) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/state.json";
+    std::ofstream(file) << "{ \"version\"";
+    EXPECT_EQ(mac.macsim({"show"}),
+              (ProgramRun{2, "", "simulated Mac: " + file + ": not valid JSON\n"}));
+    std::ofstream(file) << R"({ "version": 1, "displays": { "2": {} } })";
+    EXPECT_EQ(
+        mac.macsim({"show"}),
+        (ProgramRun{2, "",
+                    "simulated Mac: " + file + ": displays: not a state of a simulated Mac\n"}));
+}
+
+TEST(BadInput, a_state_directory_that_cannot_be_made_is_one_line) {
+    const MacOnDisk mac(twoDisplays);
+    auto environment = mac.environment();
+    environment["SIMULATED_MAC_STATE"] = mac.sceneFile() + "/state"; // below a file
+    const ProgramRun run = runProgram(MACSIM_EXECUTABLE, {"show"}, environment);
+    EXPECT_EQ(run, (ProgramRun{2, "",
+                               "simulated Mac: " + environment["SIMULATED_MAC_STATE"] +
+                                   ": Not a directory\n"}));
+}
+
+// A limit on file sizes stands for the full disk: writing fails in the middle in the same way.
+TEST(BadInput, a_disk_that_takes_no_more_leaves_the_old_state_intact) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string before = contentOf(mac.stateDirectory() + "/state.json");
+    const ProgramRun run = runProgram("/bin/bash",
+                                      {"-c", std::string("(trap '' XFSZ; ulimit -f 0; exec ") +
+                                                 MACSIM_EXECUTABLE + " unplug 2 2>&1) | cat"},
+                                      mac.environment());
+    EXPECT_EQ(run.output,
+              "simulated Mac: " + mac.stateDirectory() + "/state.json: File too large\n");
+    EXPECT_EQ(contentOf(mac.stateDirectory() + "/state.json"), before);
+    EXPECT_FALSE(std::filesystem::exists(mac.stateDirectory() + "/state.json.new"));
+}
+
+TEST(TwoProcesses, at_once_lose_none_of_their_changes) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    constexpr int rounds = 20;
+    const auto toggle = [&mac](const char* id) {
+        for (int i = 0; i < rounds; ++i) {
+            if (mac.macsim({"unplug", id}).status != 0 || mac.macsim({"plug", id}).status != 0) {
+                return 1;
+            }
+        }
+        return mac.macsim({"unplug", id}).status;
+    };
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(toggle("2"));
+    }
+    EXPECT_EQ(toggle("4"), 0);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    const auto shown = nlohmann::json::parse(mac.macsim({"show", "--json"}).output);
+    EXPECT_FALSE(shown["displays"][0]["connected"]);
+    EXPECT_FALSE(shown["displays"][1]["connected"]);
+}
+
+} // namespace

@@ -299,7 +299,7 @@ CFTypeID CFDictionaryGetTypeID() {
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {
     Call call("CFBooleanGetValue", nlohmann::json::array());
     const bool value = valueOf<bool>(boolean, "CFBooleanGetValue");
-    return call.returns<Boolean>(call.failed() ? call.failure<Boolean>() : value);
+    return call.returns<Boolean>(value);
 }
 
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
@@ -331,8 +331,7 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
 CFIndex CFDataGetLength(CFDataRef data) {
     Call call("CFDataGetLength", nlohmann::json::array());
     const auto& bytes = valueOf<std::vector<UInt8>>(data, "CFDataGetLength");
-    return call.returns(call.failed() || call.yieldsNull() ? 0
-                                                           : static_cast<CFIndex>(bytes.size()));
+    return call.returns(static_cast<CFIndex>(bytes.size()));
 }
 
 void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer) {
@@ -391,8 +390,7 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
     Call call("CFDictionaryGetCount", nlohmann::json::array());
     const auto& entries = valueOf<Entries>(dictionary, "CFDictionaryGetCount");
-    return call.returns(call.failed() || call.yieldsNull() ? 0
-                                                           : static_cast<CFIndex>(entries.size()));
+    return call.returns(static_cast<CFIndex>(entries.size()));
 }
 
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {

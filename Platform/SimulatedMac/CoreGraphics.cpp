@@ -127,8 +127,9 @@ uint32_t CGDisplayModelNumber(CGDirectDisplayID display) {
 }
 
 io_service_t CGDisplayIOServicePort(CGDirectDisplayID display) {
-    return question<io_service_t>("CGDisplayIOServicePort", display,
-                                  servicePortForDisplay(display));
+    Call call("CGDisplayIOServicePort", {display});
+    const bool answers = !call.failed() && !call.yieldsNull();
+    return call.returns(answers ? servicePortForDisplay(display) : IO_OBJECT_NULL);
 }
 
 CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {

@@ -229,7 +229,9 @@ Mac& Mac::boot(const std::string& sceneText) {
     return boot(Scene::parse(sceneText, "scene"));
 }
 
-int Mac::serial() const { return internals_->serial; }
+int Mac::serial() const {
+    return internals_->serial;
+}
 const Scene& Mac::scene() const {
     return internals_->scene;
 }

@@ -13,5 +13,9 @@ __attribute__((constructor)) void keepArguments(int count, char** arguments, cha
 
 } // namespace
 
-int* _NSGetArgc() { return &argumentCount; }
-char*** _NSGetArgv() { return &argumentVector; }
+int* _NSGetArgc() {
+    return &argumentCount;
+}
+char*** _NSGetArgv() {
+    return &argumentVector;
+}

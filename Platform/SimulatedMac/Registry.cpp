@@ -179,6 +179,13 @@ std::vector<const RegistryNode*> nodesOfClass(const std::string& className) {
     return found;
 }
 
+// A port that the graphics system handed out although its own last reference was given back. It is
+// an invalid name by then, which the functions that take any object refuse.
+bool isDeadPort(io_object_t object) {
+    return registry().borrowedPorts.contains(object) &&
+           ledger::references(Resource::ioObject, object) == 0;
+}
+
 // The dictionary is consumed whatever becomes of the search.
 std::string consumeMatching(CFDictionaryRef matching) {
     const auto* const className =
@@ -302,7 +309,7 @@ kern_return_t IOObjectRetain(io_object_t object) {
 
 kern_return_t IOObjectRelease(io_object_t object) {
     Call call("IOObjectRelease", {object});
-    if (object == IO_OBJECT_NULL) {
+    if (object == IO_OBJECT_NULL || isDeadPort(object)) {
         return call.returns(badArgument);
     }
     if (registry().borrowedPorts.contains(object) &&
@@ -315,7 +322,7 @@ kern_return_t IOObjectRelease(io_object_t object) {
 
 boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
     Call call("IOObjectConformsTo", {object, className});
-    if (object == IO_OBJECT_NULL) {
+    if (object == IO_OBJECT_NULL || isDeadPort(object)) {
         return call.returns<boolean_t>(0);
     }
     const bool conforms = conformsTo(nodeFor(object, "IOObjectConformsTo").className, className);

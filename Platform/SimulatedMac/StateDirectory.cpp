@@ -54,7 +54,6 @@ public:
 
     [[nodiscard]] off_t size() const { return lseek(fd_, 0, SEEK_END); }
     [[nodiscard]] int cutTo(off_t size) const { return ftruncate(fd_, size); }
-    [[nodiscard]] int sync() const { return fsync(fd_) == 0 ? 0 : errno; }
 
 private:
     std::string name_;
@@ -105,7 +104,6 @@ void StateDirectory::replace(const char* name, const nlohmann::json& content) co
     {
         const OpenFile output(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
         error = output.write(content.dump(1) + "\n");
-        error = error != 0 ? error : output.sync();
     }
     if (error == 0 && rename(temporary.c_str(), file(name).c_str()) != 0) {
         error = errno;

@@ -4,6 +4,8 @@ set -eu
 
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
+echo "Checking form"
+sh Scripts/lint.sh
 for preset in linux linux-asan; do
     echo "Building the preset $preset"
     sh Scripts/build.sh "$preset"

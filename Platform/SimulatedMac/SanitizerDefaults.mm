@@ -9,9 +9,11 @@ extern "C" {
 const char* __asan_default_options();
 const char* __lsan_default_options();
 
-// Whole stacks: GNUstep is built without frame pointers, so the fast unwinder would stop at its first
-// frame and a leak of ours could not be told from one of its own.
-const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
+// Whole stacks: GNUstep is built without frame pointers, so the fast unwinder would stop at its
+// first frame and a leak of ours could not be told from one of its own.
+const char* __asan_default_options() {
+    return "fast_unwind_on_malloc=0";
+}
 
 // GCC's Objective-C runtime never frees what it allocates when it loads a class or adds to one.
 const char* __lsan_default_suppressions() {
@@ -19,7 +21,9 @@ const char* __lsan_default_suppressions() {
 }
 
 // Standard error is the program's own.
-const char* __lsan_default_options() { return "print_suppressions=0"; }
+const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
 
 extern const int simulatedMacSanitizerDefaults;
 const int simulatedMacSanitizerDefaults = 1;

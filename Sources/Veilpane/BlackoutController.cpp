@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ranges>
 #include <utility>
 
 namespace {
@@ -155,9 +156,6 @@ BlackoutController::takeState(CGDirectDisplayID displayID) {
 }
 
 std::vector<CGDirectDisplayID> BlackoutController::blackedOutDisplays() const {
-    std::vector<CGDirectDisplayID> displays;
-    for (const auto& [displayID, state] : states_) {
-        displays.push_back(displayID);
-    }
-    return displays;
+    const auto displays = std::views::keys(states_);
+    return {displays.begin(), displays.end()};
 }

@@ -2,13 +2,16 @@
 #pragma once
 
 #include <mach/boolean.h>
+
 #include <stdint.h>
 
 #ifdef __cplusplus
 #define CG_ENUM(name, type) enum name : type
 extern "C" {
 #else
-#define CG_ENUM(name, type) typedef type name; enum
+#define CG_ENUM(name, type)                                                                        \
+    typedef type name;                                                                             \
+    enum
 #endif
 
 typedef uint32_t CGDirectDisplayID;

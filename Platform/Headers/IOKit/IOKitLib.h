@@ -2,7 +2,6 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
-
 #include <mach/boolean.h>
 #include <mach/kern_return.h>
 #include <mach/port.h>

@@ -41,7 +41,6 @@ struct IOI2CRequest {
 IOReturn IOFBGetI2CInterfaceCount(io_service_t framebuffer, IOItemCount* count);
 IOReturn IOFBCopyI2CInterfaceForBus(io_service_t framebuffer, IOOptionBits bus,
                                     io_service_t* interface);
-IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
-                            IOI2CConnectRef* connect);
+IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options, IOI2CConnectRef* connect);
 IOReturn IOI2CInterfaceClose(IOI2CConnectRef connect, IOOptionBits options);
 IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRequest* request);

@@ -1,0 +1,22 @@
+#!/bin/sh
+# Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, and that
+# no source file is left out of the build.
+set -eu
+
+cd "$(dirname "$0")/.."
+
+git ls-files '*.h' '*.cpp' '*.mm' | xargs clang-format-19 --dry-run --Werror
+
+git ls-files '*.sh' .ci/run | xargs shellcheck
+
+git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/SimulatedMac/*.cpp' \
+    'Platform/SimulatedMac/*.mm' | while read -r file; do
+    git grep -q "$(basename "$file")" -- '*CMakeLists.txt' || {
+        echo "lint.sh: $file is in no CMakeLists.txt" >&2
+        exit 1
+    }
+done
+
+cmake --preset linux >/dev/null
+git ls-files 'Sources/*.cpp' 'Sources/*.mm' |
+    xargs -P 2 -n 4 clang-tidy-19 -p build/linux --quiet 2>/dev/null

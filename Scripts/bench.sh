@@ -15,14 +15,17 @@ build=build/linux-bench
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-scene() { # COUNT: a Mac with that many displays, all with DDC, the first one built in and main
+# A Mac with COUNT displays, all with DDC, the first one built in and main. From the tenth on the
+# profiler's hexadecimal IDs would name other displays, so the screen list names those.
+scene() { # COUNT
     printf '{ "skylight": true, "displays": ['
     i=1
     while [ "$i" -le "$1" ]; do
         [ "$i" -eq 1 ] && first='"builtin": true, "main": true, ' || first=
         [ "$i" -eq "$1" ] && comma= || comma=,
-        printf '{ "id": %d, %s"profilerName": "Display %02d", "ddc": { "brightness": 50 } }%s' \
-            "$i" "$first" "$i" "$comma"
+        [ "$i" -lt 10 ] && source=profilerName || source=screenName
+        printf '{ "id": %d, %s"%s": "Display %02d", "ddc": {} }%s' \
+            "$i" "$first" "$source" "$i" "$comma"
         i=$((i + 1))
     done
     printf '] }\n'

@@ -4,6 +4,7 @@
 // same calls. It supports what the benchmark's scenes need: online displays, all of them named by
 // the profiler, framebuffers that carry a DisplayID, SkyLight present.
 
+#import <AppKit/AppKit.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>
 #import <Foundation/Foundation.h>
@@ -18,6 +19,7 @@ extern "C" {
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <initializer_list>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -75,6 +77,12 @@ NSString* nameIn(NSDictionary* parsed, CGDirectDisplayID display) {
             }
         }
     }
+    for (NSScreen* screen in [NSScreen screens]) {
+        if ([[[screen deviceDescription] objectForKey:@"NSScreenNumber"] unsignedIntValue] ==
+            display) {
+            return [screen localizedName];
+        }
+    }
     return @"";
 }
 
@@ -130,8 +138,12 @@ bool canControl(CGDirectDisplayID display) {
     io_iterator_t framebuffers = 0;
     IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching("IOFramebuffer"),
                                  &framebuffers);
+    io_object_t candidate = 0;
     while (const io_object_t framebuffer = IOIteratorNext(framebuffers)) {
         if (hasDisplayID(framebuffer, display)) {
+            if (candidate != 0) {
+                IOObjectRelease(candidate);
+            }
             IOObjectRelease(framebuffers);
             IOItemCount count = 0;
             IOFBGetI2CInterfaceCount(framebuffer, &count);
@@ -142,7 +154,10 @@ bool canControl(CGDirectDisplayID display) {
             return true;
         }
         passOverChildren(framebuffer);
-        IOObjectRelease(framebuffer);
+        if (candidate != 0) {
+            IOObjectRelease(candidate);
+        }
+        candidate = framebuffer;
     }
     IOObjectRelease(framebuffers);
     return false;
@@ -159,16 +174,18 @@ void list() {
     CGGetOnlineDisplayList(32, displays, &count);
     [[NSUserDefaults standardUserDefaults] arrayForKey:@"Veilpane.disconnectedDisplayIDs"];
     bool isMain[32] = {};
+    NSString* names[32] = {};
     for (uint32_t i = 0; i < count; ++i) {
         CGDisplayIsOnline(displays[i]);
         isSoftDisconnected(displays[i]);
+        names[i] = nameIn(parsed, displays[i]);
         CGDisplayIsBuiltin(displays[i]);
         isMain[i] = CGDisplayIsMain(displays[i]) != 0;
         CGDisplayIsInMirrorSet(displays[i]);
     }
     for (uint32_t i = 0; i < count; ++i) {
-        std::printf("%u\t%s\t%s%s\n", displays[i], [nameIn(parsed, displays[i]) UTF8String],
-                    isMain[i] ? "main," : "", canControl(displays[i]) ? "ddc" : "no-ddc");
+        std::printf("%u\t%s\t%s%s\n", displays[i], [names[i] UTF8String], isMain[i] ? "main," : "",
+                    canControl(displays[i]) ? "ddc" : "no-ddc");
     }
 }
 

@@ -1,18 +1,29 @@
+#import "Veilpane/AppDelegate.h"
+#include "Veilpane/AppMain.h"
 #include "Veilpane/CLI.h"
 #include "Veilpane/ExitStatus.h"
+#include "Veilpane/StandardError.h"
 
-#import <Foundation/Foundation.h>
+#import <AppKit/AppKit.h>
 
-#include <cstdio>
+namespace {
+
+void runApplication() {
+    NSApplication* const application = [NSApplication sharedApplication];
+    [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    AppMain::shared.delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
+    [application setDelegate:AppMain::shared.delegate.get()];
+    writeToStandardError(@"Veilpane GUI starting…\n");
+    [application run];
+}
+
+} // namespace
 
 int main() {
     @autoreleasepool {
-        if (CLI::runIfNeeded()) {
-            return ExitStatusSuccess;
+        if (!CLI::runIfNeeded()) {
+            runApplication();
         }
-        std::fputs("Veilpane: this build has no menu-bar application; use --power on|off "
-                   "[displayID], --list or --selftest\n",
-                   stderr);
-        return ExitStatusFailure;
     }
+    return ExitStatusSuccess;
 }

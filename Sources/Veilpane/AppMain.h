@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Ownership/NSRef.h"
+
+@class AppDelegate;
+
+/// Keeps the application delegate alive for the life of the process: NSApplication does not.
+class AppMain {
+public:
+    static AppMain shared;
+
+    /// Empty until the menu-bar application starts.
+    NSRef<AppDelegate> delegate;
+};

@@ -1,0 +1,5 @@
+#include "Veilpane/AppMain.h"
+
+#import "Veilpane/AppDelegate.h"
+
+AppMain AppMain::shared;

@@ -1,0 +1,23 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+/// A menu row with a line of text and, optionally, a second text at the right.
+@interface MenuLabelRowView : NSView
+
+/// `trailingText` may be nil; `height` is in points.
+- (instancetype)initWithText:(NSString*)text
+                        font:(NSFont*)font
+                       color:(NSColor*)color
+                trailingText:(NSString*)trailingText
+                      height:(CGFloat)height NS_DESIGNATED_INITIALIZER;
+
+- (instancetype)initWithFrame:(NSRect)frame NS_UNAVAILABLE;
+/// Ends the program: rows are never archived.
+- (instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;
+
+@property (nonatomic, readonly) NSTextField* label;
+/// In the view only when the row has a trailing text.
+@property (nonatomic, readonly) NSTextField* trailing;
+
+@end

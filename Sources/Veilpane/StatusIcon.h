@@ -1,0 +1,7 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+/// The status item's picture, 18 × 18 points: a monitor on its stand with a power dot, in black.
+/// Autoreleased.
+NSImage* makeStatusIcon();

@@ -7,6 +7,7 @@
 #include "Veilpane/DisplayStore.h"
 #include "Veilpane/EventLog.h"
 #include "Veilpane/FailureAlert.h"
+#include "Veilpane/FatalError.h"
 #import "Veilpane/MenuLabelRowView.h"
 #include "Veilpane/MenuText.h"
 #import "Veilpane/PowerSwitchRowView.h"
@@ -40,14 +41,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 } // namespace
 
-@implementation AppDelegate {
-    NSRef<NSStatusItem> _statusItem;
-    DisplayStore* _store;
-    std::optional<std::string> _lastMessage;
-    std::map<CGDirectDisplayID, NSRef<PowerSwitchRowView>> _powerRows;
-    /// Rows hold it weakly, so that they can tell whether the delegate is still there.
-    std::shared_ptr<AppDelegate*> _presence;
-}
+@implementation AppDelegate
 
 - (instancetype)init {
     self = [super init];
@@ -60,21 +54,21 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 - (void)applicationDidFinishLaunching:(NSNotification*)__unused notification {
     if (_statusItem) {
-        logEvent(@"didFinishLaunching already done — ignore");
+        EventLog::log(@"didFinishLaunching already done — ignore");
         return;
     }
-    logEvent(@"applicationDidFinishLaunching");
+    EventLog::log(@"applicationDidFinishLaunching");
     // The status bar does not retain its items.
     _statusItem = NSRef<NSStatusItem>::retain(
         [[NSStatusBar systemStatusBar] statusItemWithLength:NSVariableStatusItemLength]);
     NSStatusBarButton* const button = [_statusItem.get() button];
     if (button == nil) {
-        logEvent(@"ERROR: statusItem.button is nil");
+        EventLog::log(@"ERROR: statusItem.button is nil");
         return;
     }
     [self setUpButton:button];
     [_statusItem.get() setMenu:[self makeMenu]];
-    logEvent([@"status item created image=true buttonWidth="
+    EventLog::log([@"status item created image=true buttonWidth="
         stringByAppendingString:shortestDecimal([button frame].size.width)]);
 }
 
@@ -90,6 +84,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
                                          font:[NSFont systemFontOfSize:11
                                                                 weight:NSFontWeightSemibold]
                                         color:[NSColor secondaryLabelColor]
+                                 trailingText:nil
                                        height:30]];
     [self addDisplays:displays toMenu:menu];
     [menu addItem:[NSMenuItem separatorItem]];
@@ -98,10 +93,14 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     [menu addItem:[self makeLabelItemWithText:@" "
                                          font:[NSFont systemFontOfSize:4]
                                         color:[NSColor clearColor]
+                                 trailingText:nil
                                        height:8]];
 }
 
 - (void)quit {
+    if (NSApp == nil) {
+        fatalError("there is no application to quit");
+    }
     [NSApp terminate:nil];
 }
 
@@ -127,6 +126,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
         [menu addItem:[self makeLabelItemWithText:@"未检测到显示器"
                                              font:[NSFont systemFontOfSize:13]
                                             color:[NSColor tertiaryLabelColor]
+                                     trailingText:nil
                                            height:40]];
     }
     for (const DisplayItem& display : displays) {
@@ -144,6 +144,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     [menu addItem:[self makeLabelItemWithText:shortenedForMenu(nsString(*_lastMessage))
                                          font:[NSFont systemFontOfSize:11]
                                         color:[NSColor tertiaryLabelColor]
+                                 trailingText:nil
                                        height:28]];
     [menu addItem:[NSMenuItem separatorItem]];
 }
@@ -151,12 +152,13 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 - (NSMenuItem*)makeLabelItemWithText:(NSString*)text
                                 font:(NSFont*)font
                                color:(NSColor*)color
+                        trailingText:(NSString*)trailingText
                               height:(CGFloat)height {
     const auto view =
         NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc] initWithText:text
                                                                          font:font
                                                                         color:color
-                                                                 trailingText:nil
+                                                                 trailingText:trailingText
                                                                        height:height]);
     return makeItem(view.get(), false);
 }
@@ -166,7 +168,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     const CGDirectDisplayID displayID = display.id;
     auto onToggle = [presence, displayID](bool wantsOn) {
         if (const auto present = presence.lock()) {
-            [*present handleToggleOfDisplay:displayID wantsOn:wantsOn];
+            [*present handleToggleWithDisplayID:displayID wantsOn:wantsOn];
         }
     };
     auto row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
@@ -194,7 +196,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     return item;
 }
 
-- (void)handleToggleOfDisplay:(CGDirectDisplayID)displayID wantsOn:(bool)wantsOn {
+- (void)handleToggleWithDisplayID:(CGDirectDisplayID)displayID wantsOn:(bool)wantsOn {
     // The alert runs the event loop, which may let go of this object.
     const auto keptAlive = NSRef<AppDelegate>::retain(self);
     if (!wantsOn && CGDisplayIsMain(displayID) != 0) {
@@ -207,7 +209,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     _lastMessage = (wantsOn ? "开： " : "关： ") + result.message;
     [self showDisplay:displayID asOn:currentlyOn(displayID)];
     if (!result.success) {
-        showFailureAlert(wantsOn, displayID, result);
+        showAlert(wantsOn, displayID, result);
     }
 }
 

@@ -43,7 +43,7 @@ void appendToLogFile(NSString* line) {
 
 } // namespace
 
-void logEvent(NSString* message) {
+void EventLog::log(NSString* message) {
     @autoreleasepool {
         NSString* const line = logLine(message);
         writeToStandardError(line);

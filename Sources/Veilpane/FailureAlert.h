@@ -4,5 +4,6 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
-/// Tells the user that a display could not be switched, and waits until that was dismissed.
-void showFailureAlert(bool wantedOn, CGDirectDisplayID displayID, const PowerResult& result);
+/// Tells the user that a display could not be switched on or off, and waits until the alert is
+/// dismissed.
+void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result);

@@ -22,10 +22,10 @@ NSString* informativeText(CGDirectDisplayID displayID, const PowerResult& result
 
 } // namespace
 
-void showFailureAlert(bool wantedOn, CGDirectDisplayID displayID, const PowerResult& result) {
+void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result) {
     const auto alert = NSRef<NSAlert>::adopt([[NSAlert alloc] init]);
     [alert.get() setAlertStyle:NSAlertStyleWarning];
-    [alert.get() setMessageText:wantedOn ? @"无法打开显示器" : @"无法关闭显示器"];
+    [alert.get() setMessageText:on ? @"无法打开显示器" : @"无法关闭显示器"];
     [alert.get() setInformativeText:informativeText(displayID, result)];
     [alert.get() addButtonWithTitle:@"好"];
     // An accessory application is not in front by itself.

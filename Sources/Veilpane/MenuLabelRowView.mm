@@ -7,10 +7,7 @@
 using MenuMetrics::rowWidth;
 using MenuMetrics::sideMargin;
 
-@implementation MenuLabelRowView {
-    NSRef<NSTextField> _label;
-    NSRef<NSTextField> _trailing;
-}
+@implementation MenuLabelRowView
 
 - (instancetype)initWithText:(NSString*)text
                         font:(NSFont*)font

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Ownership/NSRef.h"
+
 #import <AppKit/AppKit.h>
 #include <CoreGraphics/CoreGraphics.h>
 
@@ -10,17 +12,25 @@ using ToggleHandler = std::function<void(bool)>;
 
 /// A display's row in the menu: an icon, the display's name and, but for the main display, a
 /// switch.
-@interface PowerSwitchRowView : NSView
+@interface PowerSwitchRowView : NSView {
+@private
+    CGDirectDisplayID _displayID;
+    BOOL _isMain;
+    ToggleHandler _onToggle;
+    NSRef<NSTextField> _titleLabel;
+    NSRef<NSSwitch> _powerSwitch;
+    NSRef<NSImageView> _iconView;
+}
 
 - (instancetype)initWithDisplayID:(CGDirectDisplayID)displayID
                             title:(NSString*)title
                            isMain:(BOOL)isMain
                              isOn:(BOOL)isOn
-                         onToggle:(ToggleHandler)onToggle NS_DESIGNATED_INITIALIZER;
+                         onToggle:(ToggleHandler)onToggle;
 
 - (instancetype)initWithFrame:(NSRect)frame NS_UNAVAILABLE;
 /// Ends the program: rows are never archived.
-- (instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;
+- (instancetype)initWithCoder:(NSCoder*)coder;
 
 @property (nonatomic, readonly) CGDirectDisplayID displayID;
 @property (nonatomic, readonly) BOOL isMain;

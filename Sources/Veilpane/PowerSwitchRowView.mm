@@ -14,14 +14,7 @@ constexpr CGFloat iconSize = 18;
 
 } // namespace
 
-@implementation PowerSwitchRowView {
-    CGDirectDisplayID _displayID;
-    BOOL _isMain;
-    ToggleHandler _onToggle;
-    NSRef<NSTextField> _titleLabel;
-    NSRef<NSSwitch> _powerSwitch;
-    NSRef<NSImageView> _iconView;
-}
+@implementation PowerSwitchRowView
 
 - (instancetype)initWithDisplayID:(CGDirectDisplayID)displayID
                             title:(NSString*)title

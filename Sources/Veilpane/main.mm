@@ -2,13 +2,18 @@
 #include "Veilpane/AppMain.h"
 #include "Veilpane/CLI.h"
 #include "Veilpane/ExitStatus.h"
+#include "Veilpane/StandardDescriptors.h"
 #include "Veilpane/StandardError.h"
 
 #import <AppKit/AppKit.h>
 
+#include <csignal>
+
 namespace {
 
 void runApplication() {
+    // Whoever reads standard error may go away; that must not end the application.
+    std::signal(SIGPIPE, SIG_IGN);
     NSApplication* const application = [NSApplication sharedApplication];
     [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
     AppMain::shared.delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
@@ -20,6 +25,7 @@ void runApplication() {
 } // namespace
 
 int main() {
+    openMissingStandardDescriptors();
     @autoreleasepool {
         if (!CLI::runIfNeeded()) {
             runApplication();

@@ -4,6 +4,104 @@
 
 #include_next <AppKit/AppKit.h>
 
+#define NSAlertStyleWarning NSWarningAlertStyle
+#define NSAlertStyleInformational NSInformationalAlertStyle
+#define NSAlertStyleCritical NSCriticalAlertStyle
+#define NSEventModifierFlagCommand NSCommandKeyMask
+#define NSLineCapStyleButt NSButtLineCapStyle
+#define NSLineCapStyleRound NSRoundLineCapStyle
+#define NSLineCapStyleSquare NSSquareLineCapStyle
+
+/// The size of a view without a natural one, in -intrinsicContentSize.
+static const CGFloat NSViewNoIntrinsicMetric = -1;
+
+@interface NSApplication (ActivationPolicy)
+/// Accessory applications have no icon of their own on the screen.
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
+- (NSApplicationActivationPolicy)activationPolicy;
+@end
+
+@interface NSStatusItem (Button)
+/// What is seen of the item in the status bar.
+@property (readonly, strong) NSStatusBarButton* button;
+@end
+
+@interface NSMenu (Items)
+- (void)removeAllItems;
+/// Closes the menu if it is open.
+- (void)cancelTracking;
+@end
+
+@interface NSMenuItem (View)
+/// Drawn instead of the title. It gets the mouse; a click sends no action of the item's.
+@property (strong) NSView* view;
+@end
+
 @interface NSScreen (LocalizedName)
 @property (readonly, copy) NSString* localizedName;
+@end
+
+@interface NSView (LayoutAnchors)
+@property (readonly, strong) NSLayoutXAxisAnchor* leadingAnchor;
+@property (readonly, strong) NSLayoutXAxisAnchor* trailingAnchor;
+@property (readonly, strong) NSLayoutXAxisAnchor* leftAnchor;
+@property (readonly, strong) NSLayoutXAxisAnchor* rightAnchor;
+@property (readonly, strong) NSLayoutXAxisAnchor* centerXAnchor;
+@property (readonly, strong) NSLayoutYAxisAnchor* topAnchor;
+@property (readonly, strong) NSLayoutYAxisAnchor* bottomAnchor;
+@property (readonly, strong) NSLayoutYAxisAnchor* centerYAnchor;
+@property (readonly, strong) NSLayoutDimension* widthAnchor;
+@property (readonly, strong) NSLayoutDimension* heightAnchor;
+@end
+
+@interface NSView (AutoLayout)
+/// While it is on, the default, a subview keeps the frame that it was given.
+@property BOOL translatesAutoresizingMaskIntoConstraints;
+/// The constraints that are installed on this view, in the order in which they were activated.
+@property (readonly, copy) NSArray* constraints;
+@property (readonly) NSSize intrinsicContentSize;
+/// The smallest size that satisfies the constraints.
+@property (readonly) NSSize fittingSize;
+
+- (void)addConstraint:(NSLayoutConstraint*)constraint;
+- (void)removeConstraint:(NSLayoutConstraint*)constraint;
+/// Gives this view and those in it the frames that their constraints ask for.
+- (void)layoutSubtreeIfNeeded;
+@end
+
+@interface NSLayoutConstraint (Priority)
+/// Must be set before the constraint is activated.
+- (void)setPriority:(NSLayoutPriority)priority;
+@end
+
+@interface NSControl (Sizes)
+@property NSControlSize controlSize;
+@property NSLineBreakMode lineBreakMode;
+@end
+
+@interface NSTextField (Labels)
+/// One line of text that can be neither edited nor selected.
++ (instancetype)labelWithString:(NSString*)text;
+@end
+
+@interface NSImageView (Tint)
+/// Template images are drawn in this colour.
+@property (copy) NSColor* contentTintColor;
+@end
+
+@interface NSImage (DrawingAndSymbols)
+/// An image that `drawingHandler` draws each time, in its own coordinates.
++ (NSImage*)imageWithSize:(NSSize)size
+                  flipped:(BOOL)isFlipped
+           drawingHandler:(BOOL (^)(NSRect))drawingHandler;
+/// One of the system's symbols, a template image; nil if there is none of that name.
++ (NSImage*)imageWithSystemSymbolName:(NSString*)name
+             accessibilityDescription:(NSString*)description;
+/// Only the shape of a template image counts; whoever shows it chooses the colour.
+- (BOOL)isTemplate;
+- (void)setTemplate:(BOOL)isTemplate;
+@end
+
+@interface NSFont (Weights)
++ (NSFont*)systemFontOfSize:(CGFloat)size weight:(NSFontWeight)weight;
 @end

@@ -1,0 +1,36 @@
+// How an application takes part in the desktop. None has a Dock icon here: there is no Dock, and
+// GNUstep's own icon is suppressed.
+
+#import <AppKit/AppKit.h>
+
+namespace {
+
+NSApplicationActivationPolicy currentPolicy = NSApplicationActivationPolicyProhibited;
+
+} // namespace
+
+@implementation NSApplication (ActivationPolicy)
+
++ (NSApplication*)sharedApplication {
+    if (NSApp == nil) {
+        // GNUstep would try out how the window manager decorates windows, and complain if there is
+        // none.
+        [[NSUserDefaults standardUserDefaults] registerDefaults:@{
+            @"GSX11HandlesWindowDecorations" : @(NO),
+            @"GSSuppressAppIcon" : @(YES)
+        }];
+        NSApp = [[self alloc] init];
+    }
+    return NSApp;
+}
+
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy {
+    currentPolicy = policy;
+    return YES;
+}
+
+- (NSApplicationActivationPolicy)activationPolicy {
+    return currentPolicy;
+}
+
+@end

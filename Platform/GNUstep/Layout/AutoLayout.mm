@@ -1,0 +1,103 @@
+// Auto Layout's part of NSView: the constraints that are installed on a view, natural sizes,
+// layout.
+
+#import "Layout/LayoutSolver.h"
+
+#import <AppKit/AppKit.h>
+#import <objc/associated_objects.h>
+
+#include <cmath>
+
+namespace {
+
+const char constraintsKey = 0;
+const char keepsNoFrameKey = 0;
+
+// A text field leaves this room, in points, at either side of its text.
+constexpr CGFloat textInset = 2;
+
+NSMutableArray* installedConstraints(NSView* view) {
+    NSMutableArray* constraints = objc_getAssociatedObject(view, &constraintsKey);
+    if (constraints == nil) {
+        constraints = [NSMutableArray array];
+        objc_setAssociatedObject(view, &constraintsKey, constraints, OBJC_ASSOCIATION_RETAIN);
+    }
+    return constraints;
+}
+
+} // namespace
+
+@implementation NSView (AutoLayout)
+
+- (BOOL)translatesAutoresizingMaskIntoConstraints {
+    return objc_getAssociatedObject(self, &keepsNoFrameKey) == nil;
+}
+
+- (void)setTranslatesAutoresizingMaskIntoConstraints:(BOOL)translates {
+    objc_setAssociatedObject(self, &keepsNoFrameKey, translates ? nil : @(YES),
+                             OBJC_ASSOCIATION_RETAIN);
+}
+
+- (NSArray*)constraints {
+    NSArray* const constraints = objc_getAssociatedObject(self, &constraintsKey);
+    return constraints == nil ? [NSArray array] : [NSArray arrayWithArray:constraints];
+}
+
+- (void)addConstraint:(NSLayoutConstraint*)constraint {
+    NSMutableArray* const constraints = installedConstraints(self);
+    if (![constraints containsObject:constraint]) {
+        [constraints addObject:constraint];
+        [constraint setActive:YES];
+    }
+}
+
+- (void)removeConstraint:(NSLayoutConstraint*)constraint {
+    [[constraint retain] autorelease];
+    [installedConstraints(self) removeObject:constraint];
+    [constraint setActive:NO];
+}
+
+- (NSSize)intrinsicContentSize {
+    return NSMakeSize(NSViewNoIntrinsicMetric, NSViewNoIntrinsicMetric);
+}
+
+- (NSSize)fittingSize {
+    LayoutSolver solver(self);
+    solver.makeRootSmall();
+    solver.solve();
+    return solver.rootSize();
+}
+
+- (void)layoutSubtreeIfNeeded {
+    LayoutSolver solver(self);
+    solver.makeRootSmall();
+    solver.solve();
+    solver.setFrames();
+}
+
+@end
+
+@implementation NSTextField (AutoLayout)
+
+- (NSSize)intrinsicContentSize {
+    const NSSize text = [[self attributedStringValue] size];
+    return NSMakeSize(std::ceil(text.width) + 2 * textInset, std::ceil(text.height));
+}
+
+@end
+
+@implementation NSButton (AutoLayout)
+
+- (NSSize)intrinsicContentSize {
+    return [[self cell] cellSize];
+}
+
+@end
+
+@implementation NSImageView (AutoLayout)
+
+- (NSSize)intrinsicContentSize {
+    return [self image] != nil ? [[self image] size] : [super intrinsicContentSize];
+}
+
+@end

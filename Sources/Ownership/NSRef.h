@@ -15,3 +15,10 @@ struct NSObjectTraits {
 /// Owns an Objective-C object under manual retain/release.
 template <class Object>
 using NSRef = Handle<NSObjectTraits<Object>>;
+
+/// Keeps an object until the autorelease pool is drained: for a method that may lose the last
+/// reference to its own object, whose caller goes on using it.
+template <class Object>
+void keepUntilPoolDrains(Object* object) {
+    [[object retain] autorelease];
+}

@@ -24,6 +24,9 @@ class DisplayStore;
     std::shared_ptr<AppDelegate*> _presence;
 }
 
+/// nil until the application has been launched.
+@property (nonatomic, readonly) NSStatusItem* statusItem;
+
 /// Ends the application. The action of the menu's quit item.
 - (void)quit;
 

@@ -52,6 +52,10 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     return self;
 }
 
+- (NSStatusItem*)statusItem {
+    return _statusItem.get();
+}
+
 - (void)applicationDidFinishLaunching:(NSNotification*)__unused notification {
     if (_statusItem) {
         EventLog::log(@"didFinishLaunching already done — ignore");
@@ -198,7 +202,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 - (void)handleToggleWithDisplayID:(CGDirectDisplayID)displayID wantsOn:(bool)wantsOn {
     // The alert runs the event loop, which may let go of this object.
-    const auto keptAlive = NSRef<AppDelegate>::retain(self);
+    keepUntilPoolDrains(self);
     if (!wantsOn && CGDisplayIsMain(displayID) != 0) {
         _lastMessage = "主屏禁止关闭";
         [self showDisplay:displayID asOn:true];

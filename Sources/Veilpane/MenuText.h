@@ -6,6 +6,6 @@
 /// are those that a person perceives. Autoreleased.
 NSString* shortenedForMenu(NSString* text);
 
-/// The shortest decimal form that reads back as the same number, with at least one fractional
-/// digit. Autoreleased.
+/// The shortest decimal form that reads back as the same number, with 1 to 17 fractional digits and
+/// no exponent: for lengths in points. Autoreleased.
 NSString* shortestDecimal(double number);

@@ -1,7 +1,5 @@
 #include "Veilpane/MenuText.h"
 
-#include <limits>
-
 namespace {
 
 constexpr NSUInteger longestText = 64;
@@ -16,12 +14,6 @@ NSUInteger indexAfter(NSString* text, NSUInteger count) {
     return index;
 }
 
-bool hasFraction(NSString* number) {
-    return
-        [number rangeOfCharacterFromSet:[NSCharacterSet characterSetWithCharactersInString:@".en"]]
-            .location != NSNotFound;
-}
-
 } // namespace
 
 NSString* shortenedForMenu(NSString* text) {
@@ -33,12 +25,13 @@ NSString* shortenedForMenu(NSString* text) {
 }
 
 NSString* shortestDecimal(double number) {
+    constexpr int mostDigits = 17;
     NSString* text = nil;
-    for (int digits = 1; digits <= std::numeric_limits<double>::max_digits10; ++digits) {
-        text = [NSString stringWithFormat:@"%.*g", digits, number];
+    for (int digits = 1; digits <= mostDigits; ++digits) {
+        text = [NSString stringWithFormat:@"%.*f", digits, number];
         if ([text doubleValue] == number) {
             break;
         }
     }
-    return hasFraction(text) ? text : [text stringByAppendingString:@".0"];
+    return text;
 }

@@ -154,7 +154,7 @@ constexpr CGFloat iconSize = 18;
         return;
     }
     // The handler may rebuild the menu and with it let go of this row.
-    const auto keptAlive = NSRef<PowerSwitchRowView>::retain(self);
+    keepUntilPoolDrains(self);
     _onToggle(wantsOn);
 }
 

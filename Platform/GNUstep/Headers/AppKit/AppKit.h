@@ -2,7 +2,12 @@
 #pragma once
 #pragma clang system_header
 
+// GNUstep's beep is an inline function, so nothing could stand in for it.
+#define NSBeep GSInlineBeep
 #include_next <AppKit/AppKit.h>
+#undef NSBeep
+
+extern "C" void NSBeep(void);
 
 #define NSAlertStyleWarning NSWarningAlertStyle
 #define NSAlertStyleInformational NSInformationalAlertStyle

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Ownership/NSRef.h"
+#include "Support/SimulatedMacTest.h"
+#include "Support/VirtualScreen.h"
+#import "Veilpane/AppDelegate.h"
+
+#import <AppKit/AppKit.h>
+
+#include <string>
+#include <vector>
+
+/// A test of views, menus and the application delegate on a screen of its own.
+class MenuBarTest : public SimulatedMacTest {
+protected:
+    MenuBarTest();
+    ~MenuBarTest() override;
+
+private:
+    VirtualScreen screen_;
+    NSAutoreleasePool* pool_;
+};
+
+/// An NSString's text; "(nil)" for nil.
+std::string text(NSString* string);
+
+/// Every constraint that was activated while the object lived, in that order, in words such as
+/// "NSTextField.leading == MenuLabelRowView.leading +16".
+class ActivatedConstraints {
+public:
+    ActivatedConstraints();
+    ActivatedConstraints(const ActivatedConstraints&) = delete;
+    ActivatedConstraints& operator=(const ActivatedConstraints&) = delete;
+    ~ActivatedConstraints();
+
+    [[nodiscard]] const std::vector<std::string>& inOrder() const;
+};
+
+/// Replaces a method for as long as the object lives.
+class ReplacedMethod {
+public:
+    ReplacedMethod(Class theClass, SEL selector, IMP replacement);
+    ReplacedMethod(const ReplacedMethod&) = delete;
+    ReplacedMethod& operator=(const ReplacedMethod&) = delete;
+    ~ReplacedMethod();
+
+    [[nodiscard]] IMP former() const { return former_; }
+
+private:
+    Class class_;
+    SEL selector_;
+    IMP former_;
+};
+
+template <class Function>
+IMP methodFromFunction(Function* function) {
+    return reinterpret_cast<IMP>(reinterpret_cast<void*>(function));
+}

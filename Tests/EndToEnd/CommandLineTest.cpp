@@ -236,16 +236,4 @@ TEST(CommandLine, standard_input_and_error_may_be_closed) {
                                                            "2\tStudio\tddc\n"));
 }
 
-TEST(CommandLine, without_an_option_one_line_tells_what_is_missing) {
-    const MacOnDisk mac;
-    for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{}, {"--help"}, {"-list"}, {"--List"}, {"--list=1"}}) {
-        const ProgramRun run = mac.veilpane(arguments);
-        EXPECT_EQ(run.status, 1);
-        EXPECT_EQ(run.output, "");
-        EXPECT_EQ(std::ranges::count(run.errors, '\n'), 1);
-        EXPECT_TRUE(run.errors.starts_with("Veilpane: ")) << run.errors;
-    }
-}
-
 } // namespace

@@ -1,5 +1,6 @@
 #include "EndToEnd/ProgramRun.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -48,19 +49,48 @@ std::string newDirectory() {
 
 } // namespace
 
+RunningProgram::RunningProgram(const std::string& executable,
+                               const std::vector<std::string>& arguments,
+                               const std::map<std::string, std::string>& environment)
+    : directory_(newDirectory()), process_(fork()) {
+    if (process_ == 0) {
+        becomeProgram(executable, arguments, environment, directory_);
+    }
+}
+
+RunningProgram::~RunningProgram() {
+    if (process_ > 0) {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+    }
+    std::filesystem::remove_all(directory_);
+}
+
+std::string RunningProgram::errorsSoFar() const {
+    return contentOf(directory_ + "/errors");
+}
+
+bool RunningProgram::isRunning() {
+    int status = 0;
+    if (process_ > 0 && waitpid(process_, &status, WNOHANG) == process_) {
+        status_ = status;
+        process_ = 0;
+    }
+    return process_ > 0;
+}
+
+ProgramRun RunningProgram::finish() {
+    if (process_ > 0) {
+        waitpid(process_, &status_, 0);
+        process_ = 0;
+    }
+    return {WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_),
+            contentOf(directory_ + "/output"), contentOf(directory_ + "/errors")};
+}
+
 ProgramRun runProgram(const std::string& executable, const std::vector<std::string>& arguments,
                       const std::map<std::string, std::string>& environment) {
-    const std::string directory = newDirectory();
-    const pid_t child = fork();
-    if (child == 0) {
-        becomeProgram(executable, arguments, environment, directory);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    ProgramRun run{WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status),
-                   contentOf(directory + "/output"), contentOf(directory + "/errors")};
-    std::filesystem::remove_all(directory);
-    return run;
+    return RunningProgram(executable, arguments, environment).finish();
 }
 
 MacOnDisk::MacOnDisk(const std::string& scene)
@@ -80,7 +110,8 @@ void MacOnDisk::changeScene(const std::string& scene) const {
 
 std::map<std::string, std::string> MacOnDisk::environment() const {
     return {{"SIMULATED_MAC_STATE", stateDirectory()},
-            {"SIMULATED_MAC_SCENE", hasScene_ ? sceneFile() : ""}};
+            {"SIMULATED_MAC_SCENE", hasScene_ ? sceneFile() : ""},
+            {"TMPDIR", directory_}};
 }
 
 ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const {

@@ -3,6 +3,7 @@
 #include <map>
 #include <ostream>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 /// What a finished program left behind.
@@ -17,6 +18,27 @@ struct ProgramRun {
                       << run.output << "errors:\n"
                       << run.errors;
     }
+};
+
+/// A program that runs beside the test. It is killed when the object goes.
+class RunningProgram {
+public:
+    /// `environment` is added to this process's own.
+    RunningProgram(const std::string& executable, const std::vector<std::string>& arguments,
+                   const std::map<std::string, std::string>& environment);
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+    ~RunningProgram();
+
+    [[nodiscard]] std::string errorsSoFar() const;
+    [[nodiscard]] bool isRunning();
+    /// Waits for its end.
+    ProgramRun finish();
+
+private:
+    std::string directory_;
+    pid_t process_;
+    int status_ = 0;
 };
 
 /// Runs an executable to its end. `environment` is added to this process's own.

@@ -1,12 +1,35 @@
-// As on a Mac the user's temporary directory is that of TMPDIR. GNUstep has one of its own.
+// As on a Mac the user's temporary directory is that of TMPDIR. GNUstep has one of its own, with
+// access rights that it insists on for its own files.
 
 #import <Foundation/Foundation.h>
 
 #include <cstdlib>
+#include <dlfcn.h>
+#include <string_view>
+
+namespace {
+
+using TemporaryDirectory = NSString*();
+
+bool isInGNUstep(const void* returnAddress) {
+    Dl_info image = {};
+    return dladdr(returnAddress, &image) != 0 &&
+           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
+}
+
+NSString* gnustepTemporaryDirectory() {
+    static auto* const original =
+        reinterpret_cast<TemporaryDirectory*>(dlsym(RTLD_NEXT, "NSTemporaryDirectory"));
+    return original();
+}
+
+} // namespace
 
 NSString* NSTemporaryDirectory() {
+    if (isInGNUstep(__builtin_return_address(0))) {
+        return gnustepTemporaryDirectory();
+    }
     const char* const directory = std::getenv("TMPDIR");
-    NSString* const path =
-        [NSString stringWithUTF8String:directory != nullptr ? directory : "/tmp"];
+    NSString* const path = [NSString stringWithUTF8String:directory != nullptr ? directory : "/tmp"];
     return [path hasSuffix:@"/"] ? path : [path stringByAppendingString:@"/"];
 }

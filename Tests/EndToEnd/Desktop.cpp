@@ -56,8 +56,8 @@ void Desktop::pressCommand(char letter) {
 
 Color Desktop::colorAt(Point place) const {
     Display* const display = connection_->display;
-    XImage* const image = XGetImage(display, DefaultRootWindow(display), place.x, place.y, 1, 1,
-                                    AllPlanes, ZPixmap);
+    XImage* const image =
+        XGetImage(display, DefaultRootWindow(display), place.x, place.y, 1, 1, AllPlanes, ZPixmap);
     const auto color = static_cast<Color>(XGetPixel(image, 0, 0) & 0xFFFFFF);
     XDestroyImage(image);
     return color;

@@ -1,6 +1,8 @@
 // How an application takes part in the desktop. None has a Dock icon here: there is no Dock, and
 // GNUstep's own icon is suppressed.
 
+#include "AppKit/EventWaiting.h"
+
 #import <AppKit/AppKit.h>
 
 namespace {
@@ -19,6 +21,7 @@ NSApplicationActivationPolicy currentPolicy = NSApplicationActivationPolicyProhi
             @"GSX11HandlesWindowDecorations" : @(NO),
             @"GSSuppressAppIcon" : @(YES)
         }];
+        watchXlibsQueue();
         NSApp = [[self alloc] init];
     }
     return NSApp;

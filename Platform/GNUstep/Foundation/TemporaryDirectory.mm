@@ -30,6 +30,7 @@ NSString* NSTemporaryDirectory() {
         return gnustepTemporaryDirectory();
     }
     const char* const directory = std::getenv("TMPDIR");
-    NSString* const path = [NSString stringWithUTF8String:directory != nullptr ? directory : "/tmp"];
+    NSString* const path =
+        [NSString stringWithUTF8String:directory != nullptr ? directory : "/tmp"];
     return [path hasSuffix:@"/"] ? path : [path stringByAppendingString:@"/"];
 }

@@ -1,0 +1,37 @@
+#include "AppKit/EventWaiting.h"
+
+#include "Runtime/MethodReplacement.h"
+
+#import <AppKit/AppKit.h>
+
+namespace {
+
+using NextEvent = NSEvent*(NSApplication*, SEL, NSUInteger, NSDate*, NSString*, BOOL);
+
+NextEvent* nextEventOfConnection = nullptr;
+
+constexpr NSTimeInterval seconds = 0.05;
+
+// Every call starts with a look into the queue.
+NSEvent* nextEvent(NSApplication* application, SEL selector, NSUInteger mask, NSDate* end,
+                   NSString* mode, BOOL isDequeued) {
+    NSEvent* event = nil;
+    for (bool isTimeLeft = true; event == nil && isTimeLeft;) {
+        @autoreleasepool {
+            NSDate* const sliceEnd = [NSDate dateWithTimeIntervalSinceNow:seconds];
+            NSDate* const limit = end != nil ? [sliceEnd earlierDate:end] : end;
+            event = [nextEventOfConnection(application, selector, mask, limit, mode, isDequeued)
+                retain];
+            isTimeLeft = [end timeIntervalSinceNow] > 0;
+        }
+    }
+    return [event autorelease];
+}
+
+} // namespace
+
+void watchXlibsQueue() {
+    nextEventOfConnection = functionOf<NextEvent>(replaceInstanceMethod(
+        [NSApplication class], @selector(nextEventMatchingMask:untilDate:inMode:dequeue:),
+        implementationOf(nextEvent)));
+}

@@ -1,5 +1,6 @@
 // Looks at the simulated Mac and changes it from outside.
 
+#include "DeskPicture.h"
 #include "Mac.h"
 
 #include <charconv>
@@ -20,7 +21,7 @@ using Arguments = std::vector<std::string>;
 
 constexpr const char* usage =
     "usage: macsim show [--json] | reset | logout | reboot | unplug ID | plug ID |\n"
-    "              calls [--json | --clear] | defaults [--json]\n";
+    "              calls [--json | --clear] | defaults [--json] | desk FILE.png\n";
 
 /// A command line that asks for nothing that macsim does.
 struct UsageError : std::runtime_error {
@@ -117,15 +118,15 @@ void printCalls(bool asJson) {
     }
 }
 
-std::string operand(const Arguments& arguments) {
+std::string operand(const Arguments& arguments, const std::string& what) {
     if (arguments.size() != 2) {
-        throw UsageError(arguments[0] + ": takes one display ID");
+        throw UsageError(arguments[0] + ": takes one " + what);
     }
     return arguments[1];
 }
 
 uint32_t displayOperand(const Arguments& arguments) {
-    const std::string text = operand(arguments);
+    const std::string text = operand(arguments, "display ID");
     uint32_t id = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
     if (error != std::errc() || end != text.data() + text.size()) {
@@ -185,14 +186,19 @@ void reboot(const Arguments& arguments) {
     Mac::current().reboot();
 }
 
+void desk(const Arguments& arguments) {
+    const std::string file = operand(arguments, "file name");
+    drawDesk(Mac::current().displays(), Mac::current().scene(), file);
+}
+
 void help(const Arguments&) {
     std::cout << usage;
 }
 
 const std::map<std::string, std::function<void(const Arguments&)>> verbs = {
-    {"show", show},     {"reset", reset},       {"logout", logOut},
-    {"reboot", reboot}, {"unplug", unplug},     {"plug", plug},
-    {"calls", calls},   {"defaults", defaults}, {"--help", help},
+    {"show", show},     {"reset", reset}, {"logout", logOut}, {"reboot", reboot},
+    {"unplug", unplug}, {"plug", plug},   {"calls", calls},   {"defaults", defaults},
+    {"desk", desk},     {"--help", help},
 };
 
 void run(const Arguments& arguments) {

@@ -3,16 +3,17 @@
 set -eu
 
 debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git gnustep-back0.29-cairo gobjc
-libblocksruntime-dev libclang-rt-19-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
-ninja-build nlohmann-json3-dev"
+libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
+libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config xvfb"
 
 # Beside them, what only the measurements or the checks of style need.
 case "${1:-}" in
 --bench) debian_packages="$debian_packages time valgrind" ;;
+--pictures) debian_packages="$debian_packages imagemagick xdotool" ;;
 --tests) debian_packages="$debian_packages clang-format-19 clang-tidy-19 shellcheck" ;;
 '') ;;
 *)
-    echo "usage: bootstrap.sh [--bench|--tests]" >&2
+    echo "usage: bootstrap.sh [--bench|--pictures|--tests]" >&2
     exit 2
     ;;
 esac

@@ -1,7 +1,9 @@
 #!/bin/sh
-# Sets up, builds and runs Veilpane on the simulated Mac: run.sh [OPTION OF VEILPANE…]
+# Sets up, builds and runs Veilpane on the simulated Mac: run.sh [--app | OPTION OF VEILPANE…]
 #
-# Without options it shows the main job: list, switch a display off and on, self-test.
+#   --app         the menu-bar application, on this X display or on a screen that nobody sees
+#   OPTION…       the command line
+#   nothing       the main job: list, switch a display off and on, self-test, and pictures of the desk
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -9,9 +11,14 @@ sh Scripts/bootstrap.sh
 sh Scripts/build.sh linux Veilpane macsim
 build=build/linux
 
-if [ $# -gt 0 ]; then
-    exec "$build/Veilpane" "$@"
-fi
+case "${1:-}" in
+--app)
+    [ -n "${DISPLAY:-}" ] && exec "$build/Veilpane"
+    echo "There is no X display, so nobody will see the application; Control-C ends it."
+    exec xvfb-run -a -s '-screen 0 1280x800x24' "$build/Veilpane"
+    ;;
+?*) exec "$build/Veilpane" "$@" ;;
+esac
 
 show() {
     echo
@@ -22,8 +29,12 @@ show() {
 }
 
 show Veilpane --list
+show macsim desk "$build/desk-before.png"
 show Veilpane --power off 2
 show Veilpane --list
 show macsim show
+show macsim desk "$build/desk-after.png"
 show Veilpane --power on 2
 show Veilpane --selftest
+echo
+echo "The desk before and after display 2 was switched off: $build/desk-before.png, $build/desk-after.png"

@@ -1,0 +1,142 @@
+#!/bin/sh
+# Makes the pictures in Docs/Pictures from the running application.
+set -eu
+
+cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --pictures
+sh Scripts/build.sh linux Veilpane macsim StatusIconPicture
+
+build=$PWD/build/linux
+pictures=$PWD/Docs/Pictures
+work=$(mktemp -d)
+server=
+application=
+stop() {
+    for process in "$application" "$server"; do
+        [ -z "$process" ] || kill "$process" 2>/dev/null || true
+    done
+    rm -rf "$work"
+}
+trap stop EXIT
+mkdir -p "$pictures"
+
+# Waits until a command succeeds, for ten seconds at most.
+eventually() {
+    tries=0
+    until "$@"; do
+        tries=$((tries + 1))
+        [ "$tries" -lt 100 ] || {
+            echo "pictures.sh: '$*' never held" >&2
+            exit 1
+        }
+        sleep 0.1
+    done
+}
+
+start_screen() {
+    mkfifo "$work/display"
+    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset \
+        3>"$work/display" >/dev/null 2>&1 &
+    server=$!
+    read -r number <"$work/display"
+    export DISPLAY=":$number"
+    convert -size 1280x800 gradient:'#7fa7d8'-'#c9b6dd' "$work/wallpaper.png"
+    show_wallpaper
+}
+
+# display ends with 1 although it has done its work.
+show_wallpaper() {
+    display -window root "$work/wallpaper.png" || true
+    eventually has_color 1279 799 c9b6dd
+}
+
+color_at() { # X Y: as rrggbb
+    import -silent -window root -crop "1x1+$1+$2" -depth 8 rgb:- | od -An -tx1 | tr -d ' \n'
+}
+has_color() { # X Y COLOR
+    [ "$(color_at "$1" "$2")" = "$3" ]
+}
+
+start_application() { # SCENE
+    export SIMULATED_MAC_SCENE="$work/scene.json" SIMULATED_MAC_STATE="$work/state" TMPDIR="$work"
+    printf '%s' "$1" >"$SIMULATED_MAC_SCENE"
+    rm -rf "$SIMULATED_MAC_STATE"
+    "$build/Veilpane" 2>/dev/null &
+    application=$!
+    eventually has_color 600 5 eeeeee
+}
+stop_application() {
+    kill $application
+    wait $application 2>/dev/null || true
+    application=
+    show_wallpaper
+}
+
+open_menu() {
+    xdotool mousemove 1256 12 click 1
+    eventually has_color 1000 36 f7f7f7
+    xdotool mousemove 640 700
+}
+close_menu() {
+    xdotool key Escape
+    sleep 0.3
+}
+# The row below the header, from 0; the position follows from the heights of rows and separators.
+flip() {
+    xdotool mousemove 1238 $((83 + 51 * $1)) click 1
+    sleep 0.5
+    xdotool mousemove 640 700
+    sleep 0.2
+}
+
+take() { # NAME WIDTHxHEIGHT+X+Y
+    import -silent -window root -crop "$2" +repage -strip \
+        -define png:exclude-chunks=date,time "$pictures/$1.png"
+    echo "Docs/Pictures/$1.png"
+}
+
+names='{ "id": 1, "builtin": true, "main": true, "profilerName": "内建视网膜显示器" },
+       { "id": 2, "profilerName": "Studio" }, { "id": 3, "profilerName": "投影仪" }'
+long='{ "id": 1, "builtin": true, "main": true, "profilerName": "内建视网膜显示器" },
+      { "id": 2, "profilerName": "A display whose maker gave it a remarkably long name 超长名称的显示器" }'
+
+start_screen
+
+start_application "{ \"displays\": [ $names ] }"
+open_menu
+take menu 340x290+940+0
+flip 2
+take menu-display-off 340x290+940+0
+stop_application
+
+start_application '{ "displays": [] }'
+open_menu
+take menu-no-display 340x190+940+0
+stop_application
+
+start_application "{ \"displays\": [ $long ],
+    \"faults\": [ { \"call\": \"SLSConfigureDisplayEnabled\", \"nth\": 0, \"returns\": 1001 } ] }"
+open_menu
+flip 1
+close_menu
+open_menu
+take menu-long-texts 340x280+940+0
+stop_application
+
+start_application "{ \"displays\": [ $names ],
+    \"faults\": [ { \"call\": \"CGGetActiveDisplayList\", \"nth\": 0, \"returns\": 1001 } ] }"
+open_menu
+flip 1
+sleep 0.5
+take alert 340x410+470+130
+stop_application
+
+"$build/StatusIconPicture" "$pictures/status-icon.png"
+echo "Docs/Pictures/status-icon.png"
+
+export SIMULATED_MAC_SCENE="" SIMULATED_MAC_STATE="$work/desk"
+"$build/macsim" desk "$pictures/desk-before.png"
+"$build/Veilpane" --power off 2 >/dev/null
+"$build/macsim" desk "$pictures/desk-after.png"
+echo "Docs/Pictures/desk-before.png"
+echo "Docs/Pictures/desk-after.png"

@@ -1,0 +1,4 @@
+#pragma once
+
+/// How often the process has allocated memory since it started, in whatever library.
+long allocationCount();

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, and that
-# no source file is left out of the build.
+# Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, that no
+# source file is left out of the build, and that the documents name tests that exist.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -9,10 +9,18 @@ git ls-files '*.h' '*.cpp' '*.mm' | xargs clang-format-19 --dry-run --Werror
 
 git ls-files '*.sh' .ci/run | xargs shellcheck
 
-git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/SimulatedMac/*.cpp' \
-    'Platform/SimulatedMac/*.mm' | while read -r file; do
+git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/*.cpp' \
+    'Platform/*.mm' | while read -r file; do
     git grep -q "$(basename "$file")" -- '*CMakeLists.txt' || {
         echo "lint.sh: $file is in no CMakeLists.txt" >&2
+        exit 1
+    }
+done
+
+# Each known limit names the test that pins it.
+grep -o '\.[a-z_0-9]*` |$' Docs/KnownLimits.md | tr -cd 'a-z_0-9\n' | while read -r test; do
+    git grep -q -E "[ ,(\"]${test}[)\"]?" -- Tests || {
+        echo "lint.sh: Docs/KnownLimits.md names '$test', which is no test" >&2
         exit 1
     }
 done

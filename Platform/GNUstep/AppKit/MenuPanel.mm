@@ -185,6 +185,17 @@ bool matches(NSMenuItem* item, NSEvent* event) {
 
 - (void)cancelTracking {
     _isDone = YES;
+    // Something to wake up for.
+    [NSApp postEvent:[NSEvent otherEventWithType:NSApplicationDefined
+                                        location:NSZeroPoint
+                                   modifierFlags:0
+                                       timestamp:0
+                                    windowNumber:[self windowNumber]
+                                         context:nil
+                                         subtype:0
+                                           data1:0
+                                           data2:0]
+             atStart:NO];
 }
 
 - (NSMenuItem*)trackWithBar:(NSWindow*)bar {

@@ -3,6 +3,7 @@
 #pragma clang system_header
 
 #include <objc/objc.h>
+
 #include <stdint.h>
 
 enum : uintptr_t {

@@ -10,7 +10,11 @@ libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config
 case "${1:-}" in
 --bench) debian_packages="$debian_packages time valgrind" ;;
 --pictures) debian_packages="$debian_packages imagemagick xdotool" ;;
---tests) debian_packages="$debian_packages clang-format-19 clang-tidy-19 shellcheck" ;;
+--tests)
+    debian_packages="$debian_packages clang-format-19 clang-tidy-19 llvm-19 python3 shellcheck"
+    # The cross compiler comes through npm; another npm than Debian's will do.
+    command -v npm >/dev/null 2>&1 || debian_packages="$debian_packages npm"
+    ;;
 '') ;;
 *)
     echo "usage: bootstrap.sh [--bench|--pictures|--tests]" >&2

@@ -1,12 +1,13 @@
 #!/bin/sh
-# Sets up, builds and runs every test, plain and under the sanitizers.
+# Sets up, builds and runs every test: plain, under the sanitizers, and of the program for a Mac.
 set -eu
 
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
+sh Scripts/fetch-zig.sh
 echo "Checking form"
 sh Scripts/lint.sh
-for preset in linux linux-asan; do
+for preset in linux linux-asan macos-cross; do
     echo "Building the preset $preset"
     sh Scripts/build.sh "$preset"
     ctest --preset "$preset" --quiet --output-log "build/$preset-tests.log" >/dev/null && status=0 || status=$?

@@ -1,62 +1,29 @@
 // The CoreFoundation declarations that the program uses, for machines without the macOS SDK.
 #pragma once
 
-#include <mach/port.h>
+#include <CoreFoundation/CFBase.h>
 
-#include <stdint.h>
+CF_EXTERN_C_BEGIN
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
-typedef unsigned char UInt8;
-typedef unsigned short UInt16;
-typedef unsigned int UInt32;
-typedef signed int SInt32;
-typedef unsigned char Boolean;
-typedef unsigned short UniChar;
-
-typedef signed long CFIndex;
-typedef unsigned long CFTypeID;
-typedef UInt32 CFStringEncoding;
-
-typedef const void* CFTypeRef;
-typedef const struct __CFAllocator* CFAllocatorRef;
 typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFNumber* CFNumberRef;
 typedef const struct __CFData* CFDataRef;
-typedef const struct __CFString* CFStringRef;
 typedef const struct __CFDictionary* CFDictionaryRef;
 typedef struct __CFDictionary* CFMutableDictionaryRef;
 
-typedef struct {
-    CFIndex location;
-    CFIndex length;
-} CFRange;
-
-static inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
-    CFRange range = {location, length};
-    return range;
-}
-
-typedef CFIndex CFNumberType;
-enum {
+CF_ENUM(CFIndex, CFNumberType){
     kCFNumberSInt32Type = 3,
     kCFNumberSInt64Type = 4,
     kCFNumberFloat64Type = 6,
 };
 
+typedef UInt32 CFStringEncoding;
 enum {
     kCFStringEncodingUTF8 = 0x08000100,
 };
 
-extern const CFAllocatorRef kCFAllocatorDefault;
 extern const CFBooleanRef kCFBooleanTrue;
 extern const CFBooleanRef kCFBooleanFalse;
-
-CFTypeRef CFRetain(CFTypeRef object);
-void CFRelease(CFTypeRef object); // crashes on NULL
-CFTypeID CFGetTypeID(CFTypeRef object);
 
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef boolean);
@@ -71,6 +38,7 @@ void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer);
 
 CFTypeID CFStringGetTypeID(void);
 CFIndex CFStringGetLength(CFStringRef string); // UTF-16 units
+// False when the buffer is too small for the text and its zero byte, or the text not convertible.
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
@@ -108,6 +76,4 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, 
 // __CFConstantStringClassReference; it is never released.
 #define CFSTR(literal) ((CFStringRef)__builtin___CFStringMakeConstantString("" literal ""))
 
-#ifdef __cplusplus
-}
-#endif
+CF_EXTERN_C_END

@@ -1,24 +1,18 @@
 // The CoreGraphics display services that the program uses, for machines without the macOS SDK.
 #pragma once
 
+#include <CoreFoundation/CFBase.h>
 #include <mach/boolean.h>
 
 #include <stdint.h>
 
-#ifdef __cplusplus
-#define CG_ENUM(name, type) enum name : type
-extern "C" {
-#else
-#define CG_ENUM(name, type)                                                                        \
-    typedef type name;                                                                             \
-    enum
-#endif
+CF_EXTERN_C_BEGIN
 
 typedef uint32_t CGDirectDisplayID;
 typedef float CGGammaValue;
 typedef struct _CGDisplayConfigRef* CGDisplayConfigRef;
 
-CG_ENUM(CGError, int32_t){
+CF_ENUM(int32_t, CGError){
     kCGErrorSuccess = 0,
     kCGErrorFailure = 1000,
     kCGErrorIllegalArgument = 1001,
@@ -32,7 +26,7 @@ CG_ENUM(CGError, int32_t){
     kCGErrorNoneAvailable = 1011,
 };
 
-CG_ENUM(CGConfigureOption, uint32_t){
+CF_ENUM(uint32_t, CGConfigureOption){
     kCGConfigureForAppOnly = 0,
     kCGConfigureForSession = 1,
     kCGConfigurePermanently = 2,
@@ -40,10 +34,11 @@ CG_ENUM(CGConfigureOption, uint32_t){
 
 #define kCGNullDirectDisplay ((CGDirectDisplayID)0)
 
-CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
-                               uint32_t* displayCount);
-CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* onlineDisplays,
-                               uint32_t* displayCount);
+// With a NULL array `maxDisplays` is ignored and the count is that of all displays.
+CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* _Nullable activeDisplays,
+                               uint32_t* _Nullable displayCount);
+CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* _Nullable onlineDisplays,
+                               uint32_t* _Nullable displayCount);
 
 boolean_t CGDisplayIsActive(CGDirectDisplayID display);
 boolean_t CGDisplayIsOnline(CGDirectDisplayID display);
@@ -53,22 +48,23 @@ boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display);
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display);
 uint32_t CGDisplayModelNumber(CGDirectDisplayID display);
 
-CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config);
-CGError CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef config, CGDirectDisplayID display,
-                                          CGDirectDisplayID master);
-CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config);
-CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option);
+CGError CGBeginDisplayConfiguration(CGDisplayConfigRef _Nullable* _Nullable config);
+CGError CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef _Nullable config,
+                                          CGDirectDisplayID display, CGDirectDisplayID master);
+CGError CGCancelDisplayConfiguration(CGDisplayConfigRef _Nullable config);
+// Whatever it returns, the configuration is spent.
+CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef _Nullable config,
+                                       CGConfigureOption option);
 
 CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,
-                                    CGGammaValue* redTable, CGGammaValue* greenTable,
-                                    CGGammaValue* blueTable, uint32_t* sampleCount);
+                                    CGGammaValue* _Nullable redTable,
+                                    CGGammaValue* _Nullable greenTable,
+                                    CGGammaValue* _Nullable blueTable,
+                                    uint32_t* _Nullable sampleCount);
 CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSize,
-                                    const CGGammaValue* redTable, const CGGammaValue* greenTable,
-                                    const CGGammaValue* blueTable);
+                                    const CGGammaValue* _Nullable redTable,
+                                    const CGGammaValue* _Nullable greenTable,
+                                    const CGGammaValue* _Nullable blueTable);
 void CGDisplayRestoreColorSyncSettings(void);
 
-#ifdef __cplusplus
-}
-#endif
-
-#undef CG_ENUM
+CF_EXTERN_C_END

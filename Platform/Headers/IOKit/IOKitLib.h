@@ -6,9 +6,7 @@
 #include <mach/kern_return.h>
 #include <mach/port.h>
 
-#ifdef __cplusplus
-extern "C" {
-#endif
+CF_EXTERN_C_BEGIN
 
 typedef kern_return_t IOReturn;
 typedef UInt32 IOOptionBits;
@@ -26,11 +24,12 @@ enum {
     kIOReturnSuccess = 0,
 };
 
-extern const mach_port_t kIOMainPortDefault;
+extern const mach_port_t kIOMainPortDefault API_AVAILABLE(macos(12.0));
 
-CFMutableDictionaryRef IOServiceMatching(const char* name);
+CFMutableDictionaryRef IOServiceMatching(const char* name) CF_RETURNS_RETAINED;
 // Always consumes one reference of `matching`, on failure too.
-kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef matching,
+kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort,
+                                           CFDictionaryRef matching CF_RELEASES_ARGUMENT,
                                            io_iterator_t* existing);
 io_object_t IOIteratorNext(io_iterator_t iterator); // +1
 kern_return_t IOObjectRetain(io_object_t object);
@@ -41,6 +40,4 @@ CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef
 kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, const io_name_t plane,
                                               io_iterator_t* iterator);
 
-#ifdef __cplusplus
-}
-#endif
+CF_EXTERN_C_END

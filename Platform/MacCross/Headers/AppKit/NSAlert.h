@@ -1,0 +1,23 @@
+#pragma once
+
+#include <AppKit/NSButton.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+NS_ENUM(NSUInteger, NSAlertStyle){
+    NSAlertStyleWarning = 0,
+    NSAlertStyleInformational = 1,
+    NSAlertStyleCritical = 2,
+};
+
+typedef NSInteger NSModalResponse;
+
+@interface NSAlert : NSObject
+@property (copy) NSString* messageText;
+@property (copy) NSString* informativeText;
+@property NSAlertStyle alertStyle;
+- (NSButton*)addButtonWithTitle:(NSString*)title;
+- (NSModalResponse)runModal;
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <Foundation/Foundation.h>
+
+#define APPKIT_EXTERN FOUNDATION_EXPORT
+
+APPKIT_EXTERN void NSBeep(void);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <AppKit/NSControl.h>
+
+@class NSColor;
+
+NS_ASSUME_NONNULL_BEGIN
+
+@interface NSTextField : NSControl
++ (instancetype)labelWithString:(NSString*)text API_AVAILABLE(macos(10.12));
+@property (nullable, copy) NSColor* textColor;
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Foundation/NSEnumerator.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+@interface NSArray<__covariant ObjectType> : NSObject <NSFastEnumeration>
+@property (readonly) NSUInteger count;
+- (ObjectType)objectAtIndex:(NSUInteger)index;
++ (instancetype)array;
+// The list ends with nil.
++ (instancetype)arrayWithObjects:(ObjectType)firstObject, ... __attribute__((sentinel(0, 1)));
+@end
+
+@interface NSMutableArray<ObjectType> : NSArray <ObjectType>
+- (void)addObject:(ObjectType)object;
+- (void)addObjectsFromArray:(NSArray<ObjectType>*)otherArray;
+@end
+
+NS_ASSUME_NONNULL_END

@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Checks a program for macOS from outside: check_program.py PROGRAM. Complaints are lines on standard
+output; with one the exit status is 1."""
+
+import re
+import sys
+import tempfile
+
+import expectations
+import macho
+
+
+def complaints_about_imports(part):
+    imports, unbound = part.imports()
+    for line in unbound:
+        yield f"bound to no library: {line.strip()}"
+    for symbol, library in imports:
+        if library == "libSystem":
+            if symbol.startswith(expectations.FORBIDDEN_OF_SYSTEM):
+                yield f"{symbol} is the system's C++ library"
+        elif symbol not in expectations.EXPORTS.get(library, set()):
+            yield f"{library} is not known to export {symbol}"
+
+
+def complaints_about_contents(part):
+    strings = part.strings()
+    for name in expectations.CLASSES + expectations.SELECTORS + [expectations.SKYLIGHT]:
+        if not any(name in text for text in strings):
+            yield f"'{name}' is missing"
+    for text in strings:
+        for path in re.findall(r"(?:^|[^\w.])(/(?:[\w.+-]+/)+[\w.+-]*)", text):
+            if not path.startswith(tuple(expectations.PATHS)):
+                yield f"holds the path {path}"
+
+
+def complaints_about_slice(part):
+    if part.oldest_system() != expectations.OLDEST_SYSTEM:
+        yield f"starts on macOS {part.oldest_system()}"
+    if part.libraries() != expectations.LIBRARIES:
+        yield f"loads {', '.join(part.libraries())}"
+    if part.run_paths():
+        yield "has run paths"
+    if not {"PIE", "TWOLEVEL", "DYLDLINK"} <= part.flags():
+        yield f"has the flags {' '.join(sorted(part.flags()))}"
+    if part.weak_definitions():
+        yield "shares weak definitions with the system's libraries"
+    surprising = [name for name in part.exports() if name != "__mh_execute_header"
+                  and name != "___dso_handle"]
+    if surprising:
+        yield f"exports {', '.join(surprising)}"
+    if part.architecture in expectations.SIGNED_ARCHITECTURES:
+        fault = part.signature_fault()
+        if fault:
+            yield fault
+    yield from complaints_about_imports(part)
+    yield from complaints_about_contents(part)
+
+
+def complaints(program):
+    found = macho.architectures(program)
+    if found != expectations.ARCHITECTURES:
+        yield f"is for {', '.join(found)}"
+    with tempfile.TemporaryDirectory() as directory:
+        for architecture in found:
+            part = macho.Slice(program, architecture, directory)
+            for complaint in complaints_about_slice(part):
+                yield f"{architecture}: {complaint}"
+
+
+def main(arguments):
+    if len(arguments) != 1:
+        print("usage: check_program.py PROGRAM", file=sys.stderr)
+        return 2
+    found = list(complaints(arguments[0]))
+    for complaint in found:
+        print(complaint)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,92 @@
+"""What the program may ask of a Mac: which libraries, and which of their symbols.
+
+The classes and functions are listed by the library that exports them on macOS 13 and later. NSFont is
+UIFoundation's, which AppKit re-exports.
+"""
+
+ARCHITECTURES = ["arm64", "x86_64"]
+
+OLDEST_SYSTEM = "13.0"
+
+_FRAMEWORK = "/System/Library/Frameworks/{0}.framework/Versions/{1}/{0}"
+
+LIBRARIES = sorted([
+    _FRAMEWORK.format("AppKit", "C"),
+    _FRAMEWORK.format("Foundation", "C"),
+    _FRAMEWORK.format("CoreFoundation", "A"),
+    _FRAMEWORK.format("CoreGraphics", "A"),
+    _FRAMEWORK.format("IOKit", "A"),
+    "/usr/lib/libobjc.A.dylib",
+    "/usr/lib/libSystem.B.dylib",
+])
+
+
+def _classes(*names):
+    return {prefix + name for name in names
+            for prefix in ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_")}
+
+
+EXPORTS = {
+    "AppKit": _classes(
+        "NSAlert", "NSApplication", "NSBezierPath", "NSColor", "NSFont", "NSImage", "NSImageView",
+        "NSMenu", "NSMenuItem", "NSScreen", "NSStatusBar", "NSStatusBarButton", "NSStatusItem",
+        "NSSwitch", "NSTextField", "NSView") | {
+            "_NSApp", "_NSBeep", "_NSFontWeightMedium", "_NSFontWeightRegular",
+            "_NSFontWeightSemibold"},
+    "Foundation": _classes(
+        "NSAutoreleasePool", "NSBundle", "NSError", "NSFileHandle", "NSISO8601DateFormatter",
+        "NSJSONSerialization", "NSLayoutAnchor", "NSLayoutConstraint", "NSLayoutDimension",
+        "NSLayoutXAxisAnchor", "NSLayoutYAxisAnchor", "NSNumber", "NSString", "NSValue") | {
+            "_NSTemporaryDirectory", "_NSZeroRect"},
+    "CoreFoundation": _classes(
+        "NSArray", "NSData", "NSDate", "NSDictionary", "NSException", "NSMutableArray",
+        "NSMutableDictionary", "NSMutableSet", "NSNull", "NSSet", "NSURL", "NSUserDefaults") | {
+            "_CFBooleanGetTypeID", "_CFBooleanGetValue", "_CFDataGetBytes", "_CFDataGetLength",
+            "_CFDataGetTypeID", "_CFDictionaryGetCount", "_CFDictionaryGetKeysAndValues",
+            "_CFDictionaryGetTypeID", "_CFDictionaryGetValue", "_CFGetTypeID",
+            "_CFNumberGetTypeID", "_CFNumberGetValue", "_CFNumberIsFloatType", "_CFRelease",
+            "_CFRetain", "_CFStringGetCString", "_CFStringGetCStringPtr", "_CFStringGetLength",
+            "_CFStringGetMaximumSizeForEncoding", "_CFStringGetTypeID",
+            "___CFConstantStringClassReference", "_kCFAllocatorDefault", "_kCFBooleanTrue",
+            "_OBJC_EHTYPE_$_NSException"},
+    "CoreGraphics": {
+        "_CGBeginDisplayConfiguration", "_CGCancelDisplayConfiguration",
+        "_CGCompleteDisplayConfiguration", "_CGConfigureDisplayMirrorOfDisplay",
+        "_CGDisplayIsActive", "_CGDisplayIsBuiltin", "_CGDisplayIsInMirrorSet", "_CGDisplayIsMain",
+        "_CGDisplayIsOnline", "_CGDisplayMirrorsDisplay", "_CGDisplayModelNumber",
+        "_CGDisplayPrimaryDisplay", "_CGDisplayRestoreColorSyncSettings", "_CGDisplaySerialNumber",
+        "_CGDisplayVendorNumber", "_CGGetActiveDisplayList", "_CGGetDisplayTransferByTable",
+        "_CGGetOnlineDisplayList", "_CGMainDisplayID", "_CGSetDisplayTransferByTable"},
+    "IOKit": {
+        "_IOFBCopyI2CInterfaceForBus", "_IOFBGetI2CInterfaceCount", "_IOI2CInterfaceClose",
+        "_IOI2CInterfaceOpen", "_IOI2CSendRequest", "_IOIteratorNext", "_IOObjectConformsTo",
+        "_IOObjectRelease", "_IOObjectRetain", "_IORegistryEntryCreateCFProperty",
+        "_IORegistryEntryCreateIterator", "_IORegistryEntryGetChildIterator",
+        "_IORegistryEntryGetParentEntry", "_IORegistryEntrySearchCFProperty",
+        "_IOServiceGetMatchingServices", "_IOServiceMatching", "_kIOMainPortDefault"},
+    "libobjc": _classes("NSObject", "Protocol") | {
+        "___objc_personality_v0", "__objc_empty_cache", "_objc_alloc", "_objc_alloc_init",
+        "_objc_autorelease", "_objc_autoreleasePoolPop", "_objc_autoreleasePoolPush",
+        "_objc_begin_catch", "_objc_end_catch", "_objc_enumerationMutation",
+        "_objc_exception_rethrow", "_objc_exception_throw", "_objc_msgSend", "_objc_msgSendSuper2",
+        "_objc_msgSend_stret", "_objc_opt_class", "_objc_opt_isKindOfClass", "_objc_opt_new",
+        "_objc_opt_respondsToSelector", "_objc_opt_self", "_objc_release", "_objc_retain"},
+}
+
+# libSystem exports the whole C library. A C++ library is linked in, and the system's one, which is
+# another release, must not be met beside it.
+FORBIDDEN_OF_SYSTEM = ("__Z", "___cxa_throw", "___cxa_begin_catch", "___gxx")
+
+# The kernel runs no unsigned code for Apple silicon; it does for Intel.
+SIGNED_ARCHITECTURES = ["arm64"]
+
+CLASSES = ["AppDelegate", "MenuLabelRowView", "PowerSwitchRowView"]
+
+SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:", "menuNeedsUpdate:",
+             "switchChanged:", "quit", "initWithCoder:"]
+
+SKYLIGHT = "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight"
+
+# Absolute paths that the program itself asks for.
+PATHS = [SKYLIGHT, "/usr/sbin/system_profiler", "/dev/null", "/System/Library/Frameworks/",
+         "/usr/lib/"]

@@ -1,0 +1,106 @@
+"""Reads what a Mac's loader would read of a program: llvm's tools and the code signature."""
+
+import hashlib
+import re
+import struct
+import subprocess
+
+
+def run(tool, *arguments):
+    return subprocess.run([tool + "-19", *arguments], check=True, capture_output=True,
+                          text=True).stdout
+
+
+def architectures(program):
+    return sorted(run("llvm-lipo", "-archs", program).split())
+
+
+class Slice:
+    """The part of a universal program for one architecture, as a file of its own."""
+
+    def __init__(self, program, architecture, directory):
+        self.architecture = architecture
+        self.file = f"{directory}/{architecture}"
+        if len(architectures(program)) > 1:
+            run("llvm-lipo", program, "-thin", architecture, "-output", self.file)
+        else:
+            subprocess.run(["cp", program, self.file], check=True)
+        with open(self.file, "rb") as stream:
+            self.bytes = stream.read()
+        self.header = run("llvm-objdump", "--macho", "--private-headers", self.file)
+
+    def load_commands(self, name):
+        commands = re.split(r"^Load command \d+\n", self.header, flags=re.MULTILINE)[1:]
+        return [command for command in commands if re.search(rf"\bcmd {name}\n", command)]
+
+    def oldest_system(self):
+        commands = self.load_commands("LC_BUILD_VERSION")
+        found = re.search(r"minos (\S+)", commands[0]) if commands else None
+        return found.group(1) if found else "none"
+
+    def libraries(self):
+        names = [re.search(r"\bname (\S+)", command).group(1)
+                 for kind in ("LC_LOAD_DYLIB", "LC_LOAD_WEAK_DYLIB", "LC_REEXPORT_DYLIB",
+                              "LC_LAZY_LOAD_DYLIB")
+                 for command in self.load_commands(kind)]
+        return sorted(names)
+
+    def run_paths(self):
+        return self.load_commands("LC_RPATH")
+
+    def imports(self):
+        """Pairs of a symbol and the last part of the name of the library that it is bound to."""
+        lines = run("llvm-nm", "-m", "-u", self.file).splitlines()
+        found = [re.search(r"external (\S+) \(from (\S+)\)", line) for line in lines]
+        return [(match.group(1), match.group(2)) for match in found if match], [
+            line for line, match in zip(lines, found) if line.strip() and not match]
+
+    def exports(self):
+        lines = run("llvm-nm", "-g", "--defined-only", self.file).splitlines()
+        return sorted(line.split()[-1] for line in lines if line.split())
+
+    def weak_definitions(self):
+        return "WEAK_DEFINES" in self.header or "BINDS_TO_WEAK" in self.header
+
+    def flags(self):
+        return set(self.header.split("\n", 4)[3].split()[7:])
+
+    def strings(self):
+        """Texts in the file, but for what only looks like text among the instructions."""
+        code = re.search(r"sectname __text\n.*?size 0x(\w+)\n\s+offset (\d+)", self.header,
+                         re.DOTALL)
+        size, start = int(code.group(1), 16), int(code.group(2))
+        data = self.bytes[:start] + bytes(size) + self.bytes[start + size:]
+        return [text.decode("utf-8", "replace")
+                for text in re.findall(rb"[\x20-\x7e\x80-\xff]{4,}", data)]
+
+    def signature_fault(self):
+        """None if the ad-hoc signature fits every page of the file, or what is wrong with it."""
+        commands = self.load_commands("LC_CODE_SIGNATURE")
+        if not commands:
+            return "no code signature"
+        offset = int(re.search(r"dataoff (\d+)", commands[0]).group(1))
+        magic, _, count = struct.unpack_from(">III", self.bytes, offset)
+        if magic != 0xFADE0CC0:
+            return "no signature where the load command says"
+        for index in range(count):
+            kind, place = struct.unpack_from(">II", self.bytes, offset + 12 + 8 * index)
+            if kind == 0:
+                return self._code_directory_fault(offset + place)
+        return "the signature has no code directory"
+
+    def _code_directory_fault(self, start):
+        fields = struct.unpack_from(">IIIIIIIII4B", self.bytes, start)
+        flags, hash_offset, slots, limit = fields[3], fields[4], fields[7], fields[8]
+        hash_size, hash_type, page_size = fields[9], fields[10], 1 << fields[12]
+        if hash_type != 2 or hash_size != 32:
+            return "the code directory does not use SHA-256"
+        if not flags & 0x2:
+            return "the signature is not ad hoc"
+        for page in range(slots):
+            first = page * page_size
+            expected = self.bytes[start + hash_offset + page * hash_size:][:hash_size]
+            data = self.bytes[first:min(first + page_size, limit)]
+            if hashlib.sha256(data).digest() != expected:
+                return f"page {page} was changed after it was signed"
+        return None

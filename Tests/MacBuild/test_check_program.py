@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""The checks of a program find what is wrong with it: test_check_program.py PROGRAM."""
+
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import check_program
+import expectations
+
+
+class CheckOfAWrongProgram(unittest.TestCase):
+    program = None
+
+    def setUp(self):
+        self.directory = tempfile.TemporaryDirectory()
+        self.addCleanup(self.directory.cleanup)
+
+    def copy_with(self, old, new):
+        self.assertEqual(len(old), len(new))
+        with open(self.program, "rb") as stream:
+            data = stream.read()
+        self.assertIn(old, data)
+        return self.write(data.replace(old, new))
+
+    def write(self, data):
+        name = self.directory.name + "/Veilpane"
+        with open(name, "wb") as stream:
+            stream.write(data)
+        return name
+
+    def assert_complaint(self, program, words):
+        found = list(check_program.complaints(program))
+        self.assertTrue(any(words in complaint for complaint in found),
+                        f"no '{words}' among {found}")
+
+    def test_the_real_program_has_no_fault(self):
+        self.assertEqual(list(check_program.complaints(self.program)), [])
+
+    def test_a_missing_architecture_is_found(self):
+        for architecture in expectations.ARCHITECTURES:
+            thin = f"{self.directory.name}/{architecture}"
+            subprocess.run(["llvm-lipo-19", self.program, "-thin", architecture, "-output", thin],
+                           check=True)
+            self.assert_complaint(thin, f"is for {architecture}")
+
+    def test_a_change_after_signing_is_found(self):
+        self.assert_complaint(self.copy_with(b"Veilpane.log", b"Veilpane.lug"),
+                              "was changed after it was signed")
+
+    def test_another_library_is_found(self):
+        program = self.copy_with(b"IOKit.framework/Versions/A/IOKit",
+                                 b"IOKit.framework/Versions/B/IOKit")
+        self.assert_complaint(program, "loads ")
+
+    def test_a_symbol_of_another_library_is_found(self):
+        program = self.copy_with(b"_IOObjectRetain\0", b"_IOObjectRetaim\0")
+        self.assert_complaint(program, "IOKit is not known to export _IOObjectRetaim")
+
+    def test_a_path_of_the_build_machine_is_found(self):
+        old = expectations.SKYLIGHT.encode()
+        new = b"/home/builder/veilpane/Sources/".ljust(len(old), b"x")
+        self.assert_complaint(self.copy_with(old, new), "holds the path /home/builder")
+
+    def test_a_missing_class_or_selector_is_found(self):
+        for name in ("AppDelegate", "menuNeedsUpdate:"):
+            program = self.copy_with(name.encode(), b"x" * len(name))
+            self.assert_complaint(program, f"'{name}' is missing")
+
+    def test_another_oldest_system_is_found(self):
+        build_version = struct.pack("<IIII", 0x32, 32, 1, 13 << 16)
+        newer = struct.pack("<IIII", 0x32, 32, 1, 15 << 16)
+        self.assert_complaint(self.copy_with(build_version, newer), "starts on macOS 15.0")
+
+
+if __name__ == "__main__":
+    CheckOfAWrongProgram.program = sys.argv.pop()
+    unittest.main()

@@ -50,7 +50,21 @@ bootstrap_debian() {
     as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
 }
 
-if command -v apt-get >/dev/null 2>&1; then
+# A Mac needs Xcode's command-line tools and CMake; nothing is installed there unasked.
+check_mac() {
+    xcode-select -p >/dev/null 2>&1 || {
+        echo "bootstrap.sh: the command-line tools are missing; get them with: xcode-select --install" >&2
+        exit 1
+    }
+    command -v cmake >/dev/null 2>&1 || {
+        echo "bootstrap.sh: CMake 3.25 or later is missing; get it from cmake.org or with: brew install cmake" >&2
+        exit 1
+    }
+}
+
+if [ "$(uname)" = Darwin ]; then
+    check_mac
+elif command -v apt-get >/dev/null 2>&1; then
     bootstrap_debian
 else
     echo "bootstrap.sh: this is no Debian; install the counterparts of: $debian_packages" >&2

@@ -8,6 +8,15 @@ set -eu
 
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh
+
+# On a Mac this is the real program with real displays: only what changes nothing runs unasked.
+if [ "$(uname)" = Darwin ]; then
+    sh Scripts/build.sh macos
+    [ $# -gt 0 ] || set -- --list
+    [ "$1" != --app ] || shift
+    exec build/macos/Veilpane "$@"
+fi
+
 sh Scripts/build.sh linux Veilpane macsim
 build=build/linux
 

@@ -1,7 +1,7 @@
 // The screen list of the simulated Mac, for the program's own code. GNUstep's AppKit keeps its X11
 // screens, which its windows need.
 
-#import "FoundationHooks.h"
+#include "Runtime/MethodReplacement.h"
 
 #include "Call.h"
 #include "Mac.h"
@@ -85,8 +85,8 @@ NSArray* screens(id self, SEL selector) {
 @implementation SimulatedScreens
 
 + (void)load {
-    originalScreens = functionFrom<NSArray*(id, SEL)>(
-        replaceClassMethod([NSScreen class], @selector(screens), methodFrom(screens)));
+    originalScreens = functionOf<NSArray*(id, SEL)>(
+        replaceClassMethodOf([NSScreen class], @selector(screens), implementationOf(screens)));
 }
 
 @end

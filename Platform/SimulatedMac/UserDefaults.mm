@@ -1,7 +1,9 @@
 // The user defaults live in the Mac's state directory. They are stored when they are set: on a Mac
 // the defaults daemon does that soon after, also when the process that set them has exited.
 
-#import "FoundationHooks.h"
+#include "Runtime/MethodReplacement.h"
+
+#import <Foundation/Foundation.h>
 
 #include "Call.h"
 #include "Mac.h"
@@ -147,16 +149,16 @@ BOOL synchronize(NSUserDefaults* self, SEL selector) {
 
 + (void)load {
     Class const defaults = [NSUserDefaults class];
-    originalObjectForKey = functionFrom<id(id, SEL, NSString*)>(
-        replaceMethod(defaults, @selector(objectForKey:), methodFrom(objectForKey)));
-    originalArrayForKey = functionFrom<id(id, SEL, NSString*)>(
-        replaceMethod(defaults, @selector(arrayForKey:), methodFrom(arrayForKey)));
-    originalSetObjectForKey = functionFrom<void(id, SEL, id, NSString*)>(
-        replaceMethod(defaults, @selector(setObject:forKey:), methodFrom(setObjectForKey)));
-    originalRemoveObjectForKey = functionFrom<void(id, SEL, NSString*)>(
-        replaceMethod(defaults, @selector(removeObjectForKey:), methodFrom(removeObjectForKey)));
-    originalSynchronize = functionFrom<BOOL(id, SEL)>(
-        replaceMethod(defaults, @selector(synchronize), methodFrom(synchronize)));
+    originalObjectForKey = functionOf<id(id, SEL, NSString*)>(
+        replaceInstanceMethod(defaults, @selector(objectForKey:), implementationOf(objectForKey)));
+    originalArrayForKey = functionOf<id(id, SEL, NSString*)>(
+        replaceInstanceMethod(defaults, @selector(arrayForKey:), implementationOf(arrayForKey)));
+    originalSetObjectForKey = functionOf<void(id, SEL, id, NSString*)>(replaceInstanceMethod(
+        defaults, @selector(setObject:forKey:), implementationOf(setObjectForKey)));
+    originalRemoveObjectForKey = functionOf<void(id, SEL, NSString*)>(replaceInstanceMethod(
+        defaults, @selector(removeObjectForKey:), implementationOf(removeObjectForKey)));
+    originalSynchronize = functionOf<BOOL(id, SEL)>(
+        replaceInstanceMethod(defaults, @selector(synchronize), implementationOf(synchronize)));
 }
 
 @end

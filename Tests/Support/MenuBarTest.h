@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ownership/NSRef.h"
+#include "Runtime/MethodReplacement.h"
 #include "Support/SimulatedMacTest.h"
 #include "Support/VirtualScreen.h"
 #import "Veilpane/AppDelegate.h"
@@ -51,8 +52,3 @@ private:
     SEL selector_;
     IMP former_;
 };
-
-template <class Function>
-IMP methodFromFunction(Function* function) {
-    return reinterpret_cast<IMP>(reinterpret_cast<void*>(function));
-}

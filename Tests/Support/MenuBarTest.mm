@@ -15,8 +15,7 @@ void activateAndRemember(Class theClass, SEL selector, NSArray* constraints) {
     for (NSLayoutConstraint* constraint in constraints) {
         activated->push_back(text([constraint description]));
     }
-    reinterpret_cast<Activate*>(reinterpret_cast<void*>(replacedActivation->former()))(
-        theClass, selector, constraints);
+    functionOf<Activate>(replacedActivation->former())(theClass, selector, constraints);
 }
 
 } // namespace
@@ -45,7 +44,7 @@ ActivatedConstraints::ActivatedConstraints() {
     activated = new std::vector<std::string>;
     Class const metaclass = object_getClass(static_cast<id>([NSLayoutConstraint class]));
     replacedActivation = std::make_unique<ReplacedMethod>(
-        metaclass, @selector(activateConstraints:), methodFromFunction(activateAndRemember));
+        metaclass, @selector(activateConstraints:), implementationOf(activateAndRemember));
 }
 
 ActivatedConstraints::~ActivatedConstraints() {

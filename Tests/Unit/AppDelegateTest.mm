@@ -94,9 +94,9 @@ NSInteger rememberAlert(NSAlert* alert, SEL) {
 class AppDelegateTest : public MenuBarTest {
 protected:
     AppDelegateTest()
-        : runModal_([NSAlert class], @selector(runModal), methodFromFunction(rememberAlert)),
+        : runModal_([NSAlert class], @selector(runModal), implementationOf(rememberAlert)),
           activate_([NSApplication class], @selector(activateIgnoringOtherApps:),
-                    methodFromFunction(+[](NSApplication*, SEL, BOOL) { isActivated = true; })) {
+                    implementationOf(+[](NSApplication*, SEL, BOOL) { isActivated = true; })) {
         shownAlerts = &alerts;
     }
 
@@ -198,7 +198,7 @@ TEST_F(AppDelegateTest, without_a_button_there_is_no_menu_and_launching_counts_a
     Class const itemClass =
         object_getClass([[NSStatusBar systemStatusBar] statusItemWithLength:-1]);
     const ReplacedMethod none(itemClass, @selector(button),
-                              methodFromFunction(+[](id, SEL) -> id { return nil; }));
+                              implementationOf(+[](id, SEL) -> id { return nil; }));
     launch();
     EXPECT_EQ(messages(log),
               (Lines{"applicationDidFinishLaunching", "ERROR: statusItem.button is nil"}));
@@ -228,6 +228,34 @@ TEST_F(AppDelegateTest, displays_are_listed_in_order_with_separators_between_the
               (Lines{header, "enabled switch 1 'Built-in' on main height 40", "separator",
                      "enabled switch 2 'Left' on height 40", "separator",
                      "enabled switch 3 'Right' on height 40", "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, the_outcome_is_shown_also_when_no_display_is_left) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    flip(switchRow(openMenu(), 2));
+    for (const CGDirectDisplayID displayID : {1U, 2U, 3U}) {
+        mac.unplug(displayID);
+    }
+    EXPECT_EQ(rows(),
+              (Lines{header, noDisplay, "separator",
+                     "disabled '关： 已断开显示器（SLS，系统设置中将消失）' 11 tertiary height 28",
+                     "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, a_long_outcome_is_cut_in_the_menu) {
+    boot(R"({ "displays": [
+        { "id": 1, "main": true, "profilerName": "Built-in" },
+        { "id": 2, "profilerName": "Left", "ddc": { "send": 5 } } ],
+        "faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ] })");
+    launch();
+    flip(switchRow(openMenu(), 2));
+    const std::string outcome = rows().at(5);
+    EXPECT_TRUE(outcome.starts_with("disabled '关： ")) << outcome;
+    EXPECT_TRUE(outcome.ends_with("…' 11 tertiary height 28")) << outcome;
+    MenuLabelRowView* const view =
+        static_cast<MenuLabelRowView*>([[openMenu() itemAtIndex:5] view]);
+    EXPECT_EQ([[[view label] stringValue] length], 62U) << "61 characters and the ellipsis";
 }
 
 TEST_F(AppDelegateTest, opening_the_menu_again_builds_it_from_scratch) {
@@ -394,7 +422,7 @@ TEST_F(AppDelegateTest, quitting_terminates_the_application) {
     static id sender = @"not asked";
     const ReplacedMethod terminate(
         [NSApplication class], @selector(terminate:),
-        methodFromFunction(+[](NSApplication*, SEL, id from) { sender = from; }));
+        implementationOf(+[](NSApplication*, SEL, id from) { sender = from; }));
     [delegate.get() quit];
     EXPECT_EQ(sender, nil);
 }

@@ -161,7 +161,7 @@ TEST_F(MenuRowViews, the_main_display_has_another_symbol_than_the_others) {
     Class const metaclass = object_getClass(static_cast<id>([NSImage class]));
     const ReplacedMethod made(
         metaclass, @selector(imageWithSystemSymbolName:accessibilityDescription:),
-        methodFromFunction(+[](Class, SEL, NSString* name, NSString* description) -> NSImage* {
+        implementationOf(+[](Class, SEL, NSString* name, NSString* description) -> NSImage* {
             symbols.push_back(text(name) + " " + text(description));
             return nil;
         }));

@@ -48,9 +48,9 @@ protected:
         Class const path = [NSBezierPath class];
         const ReplacedMethod stroke(
             path, @selector(stroke),
-            methodFromFunction(+[](NSBezierPath* self, SEL) { drawn->push_back(stroked(self)); }));
+            implementationOf(+[](NSBezierPath* self, SEL) { drawn->push_back(stroked(self)); }));
         const ReplacedMethod fill(path, @selector(fill),
-                                  methodFromFunction(+[](NSBezierPath* self, SEL) {
+                                  implementationOf(+[](NSBezierPath* self, SEL) {
                                       drawn->push_back("fill" + elements(self));
                                   }));
         NSImage* const canvas = [[[NSImage alloc] initWithSize:NSMakeSize(18, 18)] autorelease];

@@ -1,21 +1,16 @@
 // As on a Mac the user's temporary directory is that of TMPDIR. GNUstep has one of its own, with
 // access rights that it insists on for its own files.
 
+#include "Runtime/MethodReplacement.h"
+
 #import <Foundation/Foundation.h>
 
 #include <cstdlib>
 #include <dlfcn.h>
-#include <string_view>
 
 namespace {
 
 using TemporaryDirectory = NSString*();
-
-bool isInGNUstep(const void* returnAddress) {
-    Dl_info image = {};
-    return dladdr(returnAddress, &image) != 0 &&
-           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
-}
 
 NSString* gnustepTemporaryDirectory() {
     static auto* const original =

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <dlfcn.h>
+#include <string_view>
 
 IMP replaceInstanceMethod(Class theClass, SEL selector, IMP replacement) {
     Method const method = class_getInstanceMethod(theClass, selector);
@@ -19,4 +21,10 @@ IMP replaceInstanceMethod(Class theClass, SEL selector, IMP replacement) {
 
 IMP replaceClassMethodOf(Class theClass, SEL selector, IMP replacement) {
     return replaceInstanceMethod(object_getClass(static_cast<id>(theClass)), selector, replacement);
+}
+
+bool isInGNUstep(const void* returnAddress) {
+    Dl_info image = {};
+    return dladdr(returnAddress, &image) != 0 &&
+           std::string_view(image.dli_fname).find("libgnustep-") != std::string_view::npos;
 }

@@ -4,7 +4,7 @@ set -eu
 
 debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git gnustep-back0.29-cairo gobjc
 libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
-libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config xvfb"
+libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config xauth xvfb"
 
 # Beside them, what only the measurements or the checks of style need.
 case "${1:-}" in

@@ -3,8 +3,8 @@
 include(ExternalProject)
 
 find_program(LIPO llvm-lipo-19 REQUIRED)
-if(NOT EXISTS ${CMAKE_SOURCE_DIR}/.tools/zig/zig)
-  message(FATAL_ERROR "The cross compiler is missing: run Scripts/fetch-zig.sh")
+if(NOT EXISTS ${CMAKE_SOURCE_DIR}/.tools/npm/zig)
+  message(FATAL_ERROR "The cross compiler is missing: run Scripts/fetch-tools.sh")
 endif()
 
 set(slice_programs)

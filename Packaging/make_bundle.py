@@ -33,7 +33,7 @@ def make_bundle(program, version, oldest_system, folder):
     add(PACKAGING / "Veilpane.icns", resources / "Veilpane.icns", 0o644)
     add(PACKAGING / "zh-Hans.lproj" / "InfoPlist.strings",
         resources / "zh-Hans.lproj" / "InfoPlist.strings", 0o644)
-    for command in ("veilpane", "veilpane-login"):
+    for command in ("veilpane", "veilpane-login", "veilpane-uninstall"):
         add(PACKAGING / command, resources / "bin" / command, 0o755)
     add(PACKAGING / "veilpane.1", resources / "man" / "man1" / "veilpane.1", 0o644)
     add(PACKAGING.parent / "LICENSE", resources / "LICENSE", 0o644)

@@ -1,13 +1,17 @@
 #!/bin/sh
-# Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, that no
-# source file is left out of the build, and that the documents name tests that exist.
+# Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, actionlint
+# on the workflows, that no source file is left out of the build, and that the documents name tests that
+# exist.
 set -eu
 
 cd "$(dirname "$0")/.."
 
 git ls-files '*.h' '*.cpp' '*.mm' | xargs clang-format-19 --dry-run --Werror
 
-git ls-files '*.sh' .ci/run | xargs shellcheck
+git ls-files '*.sh' .ci/run Packaging/veilpane Packaging/veilpane-login Packaging/veilpane-uninstall | xargs shellcheck
+shellcheck -s bash Packaging/completions/veilpane.bash
+
+git ls-files '.github/workflows/*' | xargs node Scripts/npm/lint-workflows.mjs
 
 git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/*.cpp' \
     'Platform/*.mm' | while read -r file; do

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes Veilpane.app and a zip of it in build/package: package.sh
+# Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: package.sh
 #
 # On a Mac from the native build, and sealed; elsewhere from the cross-compiled program, which is
 # signed ad hoc by its linker, while the bundle around it is not sealed.
@@ -7,28 +7,25 @@ set -eu
 
 cd "$(dirname "$0")/.."
 case "$(uname)" in
-Darwin) preset=macos ;;
+Darwin)
+    sh Scripts/bootstrap.sh
+    preset=macos
+    ;;
 *)
     sh Scripts/bootstrap.sh --tests
-    sh Scripts/fetch-zig.sh
+    sh Scripts/fetch-tools.sh
     preset=macos-cross
+    echo "The bundle is not sealed: that needs codesign on a Mac. Its program is signed ad hoc."
     ;;
 esac
 sh Scripts/build.sh "$preset"
 
-setting() { # PATTERN: of CMakeLists.txt, with one group
-    sed -n "s/^$1.*/\\1/p" CMakeLists.txt
-}
-version=$(setting 'project(Veilpane VERSION \([0-9.]*\)')
-oldest_system=$(setting 'set(CMAKE_OSX_DEPLOYMENT_TARGET \([0-9.]*\)')
+bundle=build/$preset/Veilpane.app
+version=$(sed -n 's/^project(Veilpane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 seconds=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
 
 mkdir -p build/package
-python3 Packaging/make_bundle.py "build/$preset/Veilpane" "$version" "$oldest_system" build/package
-if [ "$preset" = macos ]; then
-    codesign --force --sign - build/package/Veilpane.app
-else
-    echo "The bundle is not sealed: that needs codesign on a Mac. Its program is signed ad hoc."
-fi
-python3 Packaging/make_zip.py build/package/Veilpane.app "build/package/Veilpane-$version.zip" "$seconds"
+python3 Packaging/make_zip.py "$bundle" "build/package/Veilpane-$version.zip" "$seconds"
+python3 Packaging/make_cask.py "build/package/Veilpane-$version.zip" "$version" build/package/veilpane.rb
 echo "build/package/Veilpane-$version.zip"
+echo "build/package/veilpane.rb"

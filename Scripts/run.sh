@@ -14,7 +14,8 @@ if [ "$(uname)" = Darwin ]; then
     sh Scripts/build.sh macos
     [ $# -gt 0 ] || set -- --list
     [ "$1" != --app ] || shift
-    exec build/macos/Veilpane "$@"
+    # In its bundle, so that it remembers the same displays as an installed one.
+    exec build/macos/Veilpane.app/Contents/MacOS/Veilpane "$@"
 fi
 
 sh Scripts/build.sh linux Veilpane macsim

@@ -9,7 +9,7 @@ if [ "$(uname)" = Darwin ]; then
     sh Scripts/build.sh macos
     exec ctest --preset macos
 fi
-sh Scripts/fetch-zig.sh
+sh Scripts/fetch-tools.sh
 echo "Checking form"
 sh Scripts/lint.sh
 for preset in linux linux-asan macos-cross; do

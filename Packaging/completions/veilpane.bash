@@ -1,15 +1,29 @@
-# Completion of veilpane for bash.
+# Completion of veilpane for bash, from the release 3.2 on that macOS has.
+
+# Beside an ID that is not yet unique its display's name is shown.
+_veilpane_displays() { # COMMAND WORD
+    local id name
+    while IFS=$'\t' read -r id name _; do
+        [[ $id != "$2"* ]] || COMPREPLY[${#COMPREPLY[@]}]="$id ($name)"
+    done < <("$1" --list 2>/dev/null)
+    [ ${#COMPREPLY[@]} -ne 1 ] || COMPREPLY=("${COMPREPLY[0]%% *}")
+}
+
+_veilpane_words() { # WORD CHOICE…
+    local word=$1 choice
+    shift
+    for choice; do
+        [[ $choice != "$word"* ]] || COMPREPLY[${#COMPREPLY[@]}]=$choice
+    done
+}
 
 _veilpane() {
     local word=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
     case $COMP_CWORD:${COMP_WORDS[1]-} in
-    1:*) mapfile -t COMPREPLY < <(compgen -W '--power --list --selftest' -- "$word") ;;
-    2:--power) mapfile -t COMPREPLY < <(compgen -W 'on off' -- "$word") ;;
-    3:--power)
-        mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" --list 2>/dev/null | cut -f 1)" \
-            -- "$word")
-        ;;
+    1:*) _veilpane_words "$word" --power --list --selftest ;;
+    2:--power) _veilpane_words "$word" on off ;;
+    3:--power) _veilpane_displays "${COMP_WORDS[0]}" "$word" ;;
     esac
 }
 

@@ -4,4 +4,4 @@ set -eu
 
 tools=$(cd "$(dirname "$0")/../../.tools" && pwd)
 export ZIG_GLOBAL_CACHE_DIR="$tools/zig-cache" ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
-exec "$tools/zig/zig" "$@"
+exec "$tools/npm/zig" "$@"

@@ -72,7 +72,7 @@ class Bundle(unittest.TestCase):
         for name in ("Resources/Veilpane.icns", "Resources/zh-Hans.lproj/InfoPlist.strings",
                      "Resources/man/man1/veilpane.1", "Resources/LICENSE"):
             self.assertTrue((self.contents / name).is_file(), name)
-        for command in ("veilpane", "veilpane-login"):
+        for command in ("veilpane", "veilpane-login", "veilpane-uninstall"):
             self.assertTrue(os.access(self.contents / "Resources/bin" / command, os.X_OK), command)
 
     def test_the_icon_has_all_sizes(self):

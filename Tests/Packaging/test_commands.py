@@ -1,15 +1,14 @@
 #!/usr/bin/env python3
-"""The launcher, the login switch, the man page and the completions."""
+"""The launcher, the login switch, the removal and the man page."""
 
 import os
-import pathlib
+import plistlib
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
-PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "Packaging"
+from temporary_home import PACKAGING, InATemporaryHome, write_script
 
 # Tells how it was started.
 FAKE_PROGRAM = """#!/bin/sh
@@ -20,25 +19,6 @@ exit 7
 FAKE_LAUNCHCTL = """#!/bin/sh
 echo "$@" >>"$HOME/launchctl.log"
 """
-
-
-def write_script(path, text):
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(text, encoding="utf-8")
-    path.chmod(0o755)
-
-
-class InATemporaryHome(unittest.TestCase):
-    def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.home = pathlib.Path(os.path.realpath(directory.name))
-        self.environment = dict(os.environ, HOME=str(self.home),
-                                PATH=f"{self.home}/bin:{os.environ['PATH']}")
-
-    def run_command(self, *command):
-        return subprocess.run([str(part) for part in command], capture_output=True, text=True,
-                              env=self.environment, cwd=self.home, check=False)
 
 
 class Launcher(InATemporaryHome):
@@ -76,10 +56,10 @@ class Launcher(InATemporaryHome):
                 self.assert_started(self.run_command(link, "--list"), contents, ["--list"])
         self.assert_started(self.run_command("./chain", "--list"), contents, ["--list"])
 
-    def test_an_installed_one_finds_the_applications_folder(self):
-        contents = self.home / "prefix" / "Applications" / "Veilpane.app" / "Contents"
+    def test_a_copy_finds_the_applications_folder(self):
+        contents = self.home / "Applications" / "Veilpane.app" / "Contents"
         write_script(contents / "MacOS" / "Veilpane", FAKE_PROGRAM)
-        command = self.home / "prefix" / "bin" / "veilpane"
+        command = self.home / "elsewhere" / "veilpane"
         command.parent.mkdir()
         shutil.copy(PACKAGING / "veilpane", command)
         self.assert_started(self.run_command(command), contents, [])
@@ -92,45 +72,72 @@ class Launcher(InATemporaryHome):
         self.assertEqual(run.stderr.count("\n"), 1)
 
 
-class LoginSwitch(InATemporaryHome):
+class InstalledBundle(InATemporaryHome):
+    """Veilpane.app among the user's applications, with a program that lists what DISPLAYS says."""
+
+    DISPLAYS = "1\tBuilt-in\tmain,builtin,no-ddc\n2\tStudio\tddc\n"
+
     def setUp(self):
         super().setUp()
         write_script(self.home / "bin" / "launchctl", FAKE_LAUNCHCTL)
+        self.bundle = self.home / "Applications" / "Veilpane.app"
+        self.program = self.bundle / "Contents" / "MacOS" / "Veilpane"
+        self.commands = self.bundle / "Contents" / "Resources" / "bin"
         self.agent = (self.home / "Library" / "LaunchAgents"
                       / "io.github.veilpane.Veilpane.plist")
+        self.list_displays(self.DISPLAYS)
+        self.commands.mkdir(parents=True)
+        for command in ("veilpane", "veilpane-login", "veilpane-uninstall"):
+            shutil.copy(PACKAGING / command, self.commands)
+
+    def list_displays(self, displays, status=0):
+        write_script(self.program,
+                     f"#!/bin/sh\n[ $1 = --list ] && printf '%s' '{displays}'\nexit {status}\n")
 
     def login(self, *arguments):
-        return self.run_command(PACKAGING / "veilpane-login", *arguments)
+        return self.run_command(self.commands / "veilpane-login", *arguments)
 
-    def install(self):
-        write_script(self.home / "Applications/Veilpane.app/Contents/MacOS/Veilpane", FAKE_PROGRAM)
+    def launchctl_calls(self):
+        return self.text("launchctl.log").splitlines()
 
+
+class LoginSwitch(InstalledBundle):
     def test_on_writes_the_agent_and_loads_it(self):
-        self.install()
         run = self.login("on")
         self.assertEqual((run.returncode, run.stderr), (0, ""))
-        import plistlib
         agent = plistlib.loads(self.agent.read_bytes())
-        self.assertEqual(agent["ProgramArguments"],
-                         [f"{self.home}/Applications/Veilpane.app/Contents/MacOS/Veilpane"])
+        self.assertEqual(agent["Label"], "io.github.veilpane.Veilpane")
+        self.assertEqual(agent["ProgramArguments"], [str(self.program)])
         self.assertTrue(agent["RunAtLoad"])
-        log = (self.home / "launchctl.log").read_text(encoding="utf-8")
-        self.assertIn(f"bootstrap gui/{os.getuid()} {self.agent}", log)
+        self.assertEqual(self.launchctl_calls()[-1], f"bootstrap gui/{os.getuid()} {self.agent}")
         self.assertEqual(self.login("status").stdout, "on\n")
 
+    def test_the_agent_starts_the_program_around_the_command_also_through_a_link(self):
+        (self.home / "links").mkdir()
+        link = self.home / "links" / "veilpane-login"
+        link.symlink_to(os.path.relpath(self.commands / "veilpane-login", link.parent))
+        self.assertEqual(self.run_command(link, "on").returncode, 0)
+        agent = plistlib.loads(self.agent.read_bytes())
+        self.assertEqual(agent["ProgramArguments"], [str(self.program)])
+
     def test_off_unloads_and_leaves_nothing_behind(self):
-        self.install()
         self.login("on")
         self.assertEqual(self.login("off").returncode, 0)
         self.assertEqual(list(self.agent.parent.iterdir()), [])
-        log = (self.home / "launchctl.log").read_text(encoding="utf-8").splitlines()
-        self.assertEqual(log[-1], f"bootout gui/{os.getuid()}/io.github.veilpane.Veilpane")
+        self.assertEqual(self.launchctl_calls()[-1],
+                         f"bootout gui/{os.getuid()}/io.github.veilpane.Veilpane")
         self.assertEqual(self.login("status").stdout, "off\n")
         self.assertEqual(self.login("off").returncode, 0)
 
+    def test_under_sudo_it_is_the_session_of_the_user(self):
+        self.environment["SUDO_UID"] = "501"
+        self.login("on")
+        self.assertEqual(self.launchctl_calls()[-1], f"bootstrap gui/501 {self.agent}")
+
     def test_without_the_application_nothing_is_written(self):
-        run = self.login("on")
+        run = self.run_command(PACKAGING / "veilpane-login", "on")
         self.assertEqual(run.returncode, 69)
+        self.assertEqual(run.stderr.count("\n"), 1)
         self.assertFalse(self.agent.exists())
 
     def test_another_word_is_a_usage_error(self):
@@ -138,49 +145,106 @@ class LoginSwitch(InATemporaryHome):
             self.assertEqual(self.login(*arguments).returncode, 2)
 
 
+class Uninstall(InstalledBundle):
+    LINKS = {"bin/veilpane": "bin/veilpane", "bin/veilpane-login": "bin/veilpane-login",
+             "bin/veilpane-uninstall": "bin/veilpane-uninstall",
+             "share/man/man1/veilpane.1": "man/man1/veilpane.1"}
+
+    def setUp(self):
+        super().setUp()
+        write_script(self.home / "bin" / "pgrep", "#!/bin/sh\nexit 1\n")
+        write_script(self.home / "bin" / "defaults", '#!/bin/sh\necho "$@" >>"$HOME/defaults.log"\n')
+        self.prefix = self.home / "prefix"
+        for link, resource in self.LINKS.items():
+            (self.prefix / link).parent.mkdir(parents=True, exist_ok=True)
+            (self.prefix / link).symlink_to(self.bundle / "Contents" / "Resources" / resource)
+        self.log = self.home / "tmp" / "Veilpane.log"
+        self.log.write_text("a line\n", encoding="utf-8")
+
+    def uninstall(self, *arguments):
+        return self.run_command(self.prefix / "bin" / "veilpane-uninstall", *arguments)
+
+    def assert_nothing_was_removed(self):
+        self.assertTrue(self.program.exists())
+        self.assertTrue(self.agent.exists())
+        for link in self.LINKS:
+            self.assertTrue((self.prefix / link).is_symlink(), link)
+
+    def test_bundle_links_and_login_agent_go(self):
+        self.login("on")
+        others = self.prefix / "bin" / "other"
+        others.write_text("stays", encoding="utf-8")
+        run = self.uninstall(self.prefix)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertFalse(self.bundle.exists())
+        self.assertFalse(self.agent.exists())
+        self.assertEqual([path for path in self.prefix.rglob("*") if not path.is_dir()], [others])
+        self.assertTrue(self.log.exists())
+        self.assertEqual(self.text("defaults.log"), "")
+
+    def test_a_file_of_the_same_name_that_is_no_link_into_the_bundle_stays(self):
+        mine = self.prefix / "bin" / "veilpane"
+        mine.unlink()
+        mine.write_text("mine", encoding="utf-8")
+        link = self.prefix / "bin" / "veilpane-login"
+        link.unlink()
+        link.symlink_to("/bin/sh")
+        self.assertEqual(self.uninstall(self.prefix).returncode, 0)
+        self.assertEqual(mine.read_text(encoding="utf-8"), "mine")
+        self.assertTrue(link.is_symlink())
+
+    def test_purging_removes_preferences_and_log_too(self):
+        preferences = self.home / "Library/Preferences/io.github.veilpane.Veilpane.plist"
+        preferences.parent.mkdir(parents=True)
+        preferences.touch()
+        self.assertEqual(self.uninstall("--purge", self.prefix).returncode, 0)
+        self.assertEqual(self.text("defaults.log"), "delete io.github.veilpane.Veilpane\n")
+        self.assertFalse(self.log.exists())
+        self.assertFalse(preferences.exists())
+
+    def test_nothing_goes_while_a_display_is_switched_off(self):
+        self.login("on")
+        for flags in ("ddc,disconnected", "no-ddc,disconnected,sls-off", "no-ddc,sls-off"):
+            self.list_displays(f"1\tBuilt-in\tmain\n7\tdisconnected\t{flags}\n")
+            run = self.uninstall(self.prefix)
+            self.assertEqual(run.returncode, 1, flags)
+            self.assertIn("veilpane --power on 7", run.stderr)
+            self.assert_nothing_was_removed()
+
+    def test_a_display_may_be_called_disconnected(self):
+        self.list_displays("7\tdisconnected\tddc\n")
+        self.assertEqual(self.uninstall(self.prefix).returncode, 0)
+
+    def test_nothing_goes_while_the_application_runs_or_displays_cannot_be_listed(self):
+        self.login("on")
+        self.list_displays("", status=1)
+        self.assertEqual(self.uninstall(self.prefix).returncode, 1)
+        self.assert_nothing_was_removed()
+        self.list_displays(self.DISPLAYS)
+        write_script(self.home / "bin" / "pgrep", "#!/bin/sh\nexit 0\n")
+        run = self.uninstall(self.prefix)
+        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
+        self.assert_nothing_was_removed()
+
+    def test_outside_of_a_bundle_nothing_is_removed(self):
+        copy = self.home / "elsewhere" / "veilpane-uninstall"
+        copy.parent.mkdir()
+        shutil.copy(PACKAGING / "veilpane-uninstall", copy)
+        run = self.run_command(copy)
+        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
+        self.assertTrue(copy.exists())
+
+    def test_an_unknown_option_is_a_usage_error(self):
+        self.assertEqual(self.uninstall("--all").returncode, 2)
+        self.assertTrue(self.program.exists())
+
+
 class ManPage(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("mandoc"), "mandoc is not installed")
     def test_mandoc_has_no_complaint(self):
         run = subprocess.run(["mandoc", "-Tlint", "-Wwarning", str(PACKAGING / "veilpane.1")],
                              capture_output=True, text=True, check=False)
         self.assertEqual((run.returncode, run.stdout), (0, ""))
-
-
-class Completions(InATemporaryHome):
-    LIST = "1\tBuilt-in\tmain,no-ddc\n12\tStudio 演播室\tddc\n"
-
-    def setUp(self):
-        super().setUp()
-        write_script(self.home / "bin" / "veilpane", f"#!/bin/sh\nprintf '%s' '{self.LIST}'\n")
-
-    def bash(self, *words):
-        script = ('. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _veilpane; '
-                  'printf "%s\\n" "${COMPREPLY[@]}"')
-        return self.run_command("bash", "-c", script, "bash",
-                                PACKAGING / "completions" / "veilpane.bash",
-                                *words).stdout.split()
-
-    def test_bash_completes_options_states_and_displays(self):
-        self.assertEqual(self.bash("veilpane", ""), ["--power", "--list", "--selftest"])
-        self.assertEqual(self.bash("veilpane", "--l"), ["--list"])
-        self.assertEqual(self.bash("veilpane", "--power", ""), ["on", "off"])
-        self.assertEqual(self.bash("veilpane", "--power", "off", ""), ["1", "12"])
-        self.assertEqual(self.bash("veilpane", "--list", ""), [])
-
-    def fish(self, line):
-        script = f"source {PACKAGING}/completions/veilpane.fish; complete -C '{line}'"
-        return [text.split("\t")[0]
-                for text in self.run_command("fish", "-c", script).stdout.splitlines()]
-
-    @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
-    def test_fish_completes_options_states_and_displays(self):
-        self.assertEqual(set(self.fish("veilpane --")), {"--power", "--list", "--selftest"})
-        self.assertEqual(set(self.fish("veilpane --power ")), {"on", "off"})
-        self.assertEqual(self.fish("veilpane --power off "), ["1", "12"])
-
-    @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
-    def test_zsh_reads_its_completion(self):
-        run = self.run_command("zsh", "-n", PACKAGING / "completions" / "_veilpane")
-        self.assertEqual((run.returncode, run.stderr), (0, ""))
 
 
 if __name__ == "__main__":

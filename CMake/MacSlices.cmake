@@ -7,9 +7,15 @@ if(NOT EXISTS ${CMAKE_SOURCE_DIR}/.tools/npm/zig)
   message(FATAL_ERROR "The cross compiler is missing: run Scripts/fetch-tools.sh")
 endif()
 
+# The tests on the simulated Mac are built for one architecture; the sources are the same for both.
+list(GET VEILPANE_MAC_ARCHITECTURES 0 tested_architecture)
 set(slice_programs)
 foreach(architecture ${VEILPANE_MAC_ARCHITECTURES})
   set(slice_program ${CMAKE_BINARY_DIR}/${architecture}/Veilpane)
+  set(builds_tests OFF)
+  if(architecture STREQUAL tested_architecture)
+    set(builds_tests ${BUILD_TESTING})
+  endif()
   ExternalProject_Add(Slice-${architecture}
     SOURCE_DIR ${CMAKE_SOURCE_DIR}
     BINARY_DIR ${CMAKE_BINARY_DIR}/${architecture}
@@ -19,7 +25,8 @@ foreach(architecture ${VEILPANE_MAC_ARCHITECTURES})
       -DCMAKE_TOOLCHAIN_FILE=${CMAKE_SOURCE_DIR}/Platform/MacCross/toolchain.cmake
       -DCMAKE_BUILD_TYPE=Release
       -DVEILPANE_MAC_ARCHITECTURE=${architecture}
-      -DBUILD_TESTING=OFF
+      -DBUILD_TESTING=${builds_tests}
+      -DCMAKE_COMPILE_WARNING_AS_ERROR=${CMAKE_COMPILE_WARNING_AS_ERROR}
     # Only the build of the slice knows whether a source has changed.
     BUILD_ALWAYS ON
     INSTALL_COMMAND ""

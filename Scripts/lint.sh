@@ -15,8 +15,8 @@ git ls-files '.github/workflows/*' | xargs node Scripts/npm/lint-workflows.mjs
 
 git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/*.cpp' \
     'Platform/*.mm' | while read -r file; do
-    git grep -q "$(basename "$file")" -- '*CMakeLists.txt' || {
-        echo "lint.sh: $file is in no CMakeLists.txt" >&2
+    git grep -q "$(basename "$file")" -- '*CMakeLists.txt' '*.cmake' || {
+        echo "lint.sh: $file is in no build" >&2
         exit 1
     }
 done

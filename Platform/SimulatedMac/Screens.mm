@@ -1,7 +1,8 @@
 // The screen list of the simulated Mac, for the program's own code. GNUstep's AppKit keeps its X11
 // screens, which its windows need.
 
-#include "Runtime/MethodReplacement.h"
+#include "ObjectiveC/MethodReplacement.h"
+#include "ObjectiveC/SystemLibraries.h"
 
 #include "Call.h"
 #include "Mac.h"
@@ -26,11 +27,11 @@ using namespace simulated_mac;
 - (instancetype)initWithDisplay:(const SceneDisplay&)display {
     self = [super init];
     if (self != nil) {
-        _deviceDescription = [[NSDictionary alloc]
-            initWithObjectsAndKeys:[NSNumber numberWithUnsignedInt:display.id], @"NSScreenNumber",
-                                   nil];
+        _deviceDescription =
+            [[NSDictionary dictionaryWithObject:[NSNumber numberWithUnsignedInt:display.id]
+                                         forKey:@"NSScreenNumber"] retain];
         _localizedName =
-            [[NSString alloc] initWithUTF8String:display.screenName.value_or("").c_str()];
+            [[NSString stringWithUTF8String:display.screenName.value_or("").c_str()] retain];
     }
     return self;
 }
@@ -62,7 +63,7 @@ bool hasScreen(uint32_t display) {
 }
 
 NSArray* screens(id self, SEL selector) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalScreens(self, selector);
     }
     Call call("NSScreen.screens", nlohmann::json::array());

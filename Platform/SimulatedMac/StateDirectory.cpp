@@ -3,6 +3,7 @@
 #include "Complaint.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -135,8 +136,11 @@ std::string StateDirectory::versionOf(const char* name) const {
     if (stat(file(name).c_str(), &status) != 0) {
         return {};
     }
-    return std::to_string(status.st_ino) + " " + std::to_string(status.st_mtim.tv_sec) + "." +
-           std::to_string(status.st_mtim.tv_nsec) + " " + std::to_string(status.st_size);
+    std::error_code ignored;
+    const std::chrono::nanoseconds written =
+        std::filesystem::last_write_time(file(name), ignored).time_since_epoch();
+    return std::to_string(status.st_ino) + " " + std::to_string(written.count()) + " " +
+           std::to_string(status.st_size);
 }
 
 } // namespace simulated_mac

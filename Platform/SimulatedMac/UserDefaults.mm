@@ -1,7 +1,8 @@
 // The user defaults live in the Mac's state directory. They are stored when they are set: on a Mac
 // the defaults daemon does that soon after, also when the process that set them has exited.
 
-#include "Runtime/MethodReplacement.h"
+#include "ObjectiveC/MethodReplacement.h"
+#include "ObjectiveC/SystemLibraries.h"
 
 #import <Foundation/Foundation.h>
 
@@ -22,7 +23,12 @@ void (*originalRemoveObjectForKey)(id, SEL, NSString*);
 BOOL (*originalSynchronize)(id, SEL);
 
 std::string text(NSString* string) {
-    return [string UTF8String];
+    const char* const utf8 = [string UTF8String];
+    return utf8 == nullptr ? "" : utf8;
+}
+
+NSString* stringFrom(const std::string& text) {
+    return [NSString stringWithUTF8String:text.c_str()];
 }
 
 // What a property list may hold; nil for JSON's null.
@@ -36,7 +42,7 @@ id objectFrom(const json& value) {
     case json::value_t::number_float:
         return [NSNumber numberWithDouble:value.get<double>()];
     case json::value_t::string:
-        return [NSString stringWithUTF8String:value.get<std::string>().c_str()];
+        return stringFrom(value.get<std::string>());
     case json::value_t::array: {
         NSMutableArray* const array = [NSMutableArray array];
         for (const json& element : value) {
@@ -47,8 +53,7 @@ id objectFrom(const json& value) {
     case json::value_t::object: {
         NSMutableDictionary* const dictionary = [NSMutableDictionary dictionary];
         for (const auto& [key, member] : value.items()) {
-            [dictionary setObject:objectFrom(member)
-                           forKey:[NSString stringWithUTF8String:key.c_str()]];
+            [dictionary setObject:objectFrom(member) forKey:stringFrom(key)];
         }
         return dictionary;
     }
@@ -89,7 +94,7 @@ json jsonFrom(id object) {
 
 // Documented order: command-line arguments come before what is stored, registered values after it.
 id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalObjectForKey(self, selector, key);
     }
     id const argument = [[self volatileDomainForName:NSArgumentDomain] objectForKey:key];
@@ -98,11 +103,14 @@ id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
     }
     const json stored = Mac::current().storedDefaults();
     const auto found = stored.find(text(key));
-    return found != stored.end() ? objectFrom(*found) : originalObjectForKey(self, selector, key);
+    // What this machine's user has stored is nothing to the simulated Mac.
+    return found != stored.end()
+               ? objectFrom(*found)
+               : [[self volatileDomainForName:NSRegistrationDomain] objectForKey:key];
 }
 
 id arrayForKey(NSUserDefaults* self, SEL selector, NSString* key) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalArrayForKey(self, selector, key);
     }
     Call call("NSUserDefaults.arrayForKey", {text(key)});
@@ -113,7 +121,7 @@ id arrayForKey(NSUserDefaults* self, SEL selector, NSString* key) {
 }
 
 void setObjectForKey(NSUserDefaults* self, SEL selector, id object, NSString* key) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalSetObjectForKey(self, selector, object, key);
     }
     Call call("NSUserDefaults.setObject", {jsonFrom(object), text(key)});
@@ -123,7 +131,7 @@ void setObjectForKey(NSUserDefaults* self, SEL selector, id object, NSString* ke
 }
 
 void removeObjectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalRemoveObjectForKey(self, selector, key);
     }
     json stored = Mac::current().storedDefaults();
@@ -132,7 +140,7 @@ void removeObjectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
 }
 
 BOOL synchronize(NSUserDefaults* self, SEL selector) {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalSynchronize(self, selector);
     }
     Call call("NSUserDefaults.synchronize", json::array());

@@ -207,19 +207,4 @@ TEST(TwoProcesses, at_once_lose_none_of_their_changes) {
     EXPECT_FALSE(shown["displays"][1]["connected"]);
 }
 
-TEST(Macsim, desk_draws_a_png) {
-    const MacOnDisk mac(twoDisplays);
-    const std::string file = mac.stateDirectory() + "-desk.png";
-    EXPECT_EQ(mac.macsim({"desk", file}), (ProgramRun{0, "", ""}));
-    EXPECT_TRUE(contentOf(file).starts_with("\x89PNG"));
-}
-
-TEST(Macsim, desk_needs_one_file_name_and_a_place_to_write_it) {
-    const MacOnDisk mac(twoDisplays);
-    EXPECT_EQ(mac.macsim({"desk"}), (ProgramRun{2, "", "macsim: desk: takes one file name\n"}));
-    const std::string nowhere = mac.stateDirectory() + "/no/desk.png";
-    EXPECT_EQ(mac.macsim({"desk", nowhere}),
-              (ProgramRun{2, "", "macsim: desk: cannot write '" + nowhere + "'\n"}));
-}
-
 } // namespace

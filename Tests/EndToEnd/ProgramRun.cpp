@@ -118,6 +118,11 @@ ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const 
     return runProgram(VEILPANE_EXECUTABLE, arguments, environment());
 }
 
+ProgramRun MacOnDisk::veilpaneUnderShell(const std::string& text) const {
+    return runProgram("/bin/sh", {"-c", std::string("exec '") + VEILPANE_EXECUTABLE + "' " + text},
+                      environment());
+}
+
 ProgramRun MacOnDisk::macsim(const std::vector<std::string>& arguments) const {
     return runProgram(MACSIM_EXECUTABLE, arguments, environment());
 }

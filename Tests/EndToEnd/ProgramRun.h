@@ -55,6 +55,8 @@ public:
     ~MacOnDisk();
 
     [[nodiscard]] ProgramRun veilpane(const std::vector<std::string>& arguments) const;
+    /// The text after the program's name is the shell's: arguments and redirections.
+    [[nodiscard]] ProgramRun veilpaneUnderShell(const std::string& text) const;
     [[nodiscard]] ProgramRun macsim(const std::vector<std::string>& arguments) const;
 
     /// Replaces the scene file, as if other monitors or faults were found at the next start.

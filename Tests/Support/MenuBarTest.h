@@ -1,7 +1,7 @@
 #pragma once
 
+#include "ObjectiveC/MethodReplacement.h"
 #include "Ownership/NSRef.h"
-#include "Runtime/MethodReplacement.h"
 #include "Support/SimulatedMacTest.h"
 #include "Support/VirtualScreen.h"
 #import "Veilpane/AppDelegate.h"

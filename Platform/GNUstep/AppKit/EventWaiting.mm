@@ -1,6 +1,6 @@
 #include "AppKit/EventWaiting.h"
 
-#include "Runtime/MethodReplacement.h"
+#include "ObjectiveC/MethodReplacement.h"
 
 #import <AppKit/AppKit.h>
 

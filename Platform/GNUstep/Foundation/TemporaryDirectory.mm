@@ -1,7 +1,8 @@
 // As on a Mac the user's temporary directory is that of TMPDIR. GNUstep has one of its own, with
 // access rights that it insists on for its own files.
 
-#include "Runtime/MethodReplacement.h"
+#include "ObjectiveC/MethodReplacement.h"
+#include "ObjectiveC/SystemLibraries.h"
 
 #import <Foundation/Foundation.h>
 
@@ -21,7 +22,7 @@ NSString* gnustepTemporaryDirectory() {
 } // namespace
 
 NSString* NSTemporaryDirectory() {
-    if (isInGNUstep(__builtin_return_address(0))) {
+    if (isInSystemLibrary(__builtin_return_address(0))) {
         return gnustepTemporaryDirectory();
     }
     const char* const directory = std::getenv("TMPDIR");

@@ -1,4 +1,4 @@
-#import "Runtime/MethodReplacement.h"
+#import "ObjectiveC/MethodReplacement.h"
 
 #import <Foundation/Foundation.h>
 #import <objc/associated_objects.h>

@@ -1,4 +1,5 @@
-// The Foundation declarations that the program uses, for compiling it for macOS without the SDK.
+// The Foundation declarations that the program and its tests use, for compiling them without the
+// SDK.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -14,6 +15,7 @@
 #include <Foundation/NSGeometry.h>
 #include <Foundation/NSJSONSerialization.h>
 #include <Foundation/NSNotification.h>
+#include <Foundation/NSNull.h>
 #include <Foundation/NSObjCRuntime.h>
 #include <Foundation/NSPathUtilities.h>
 #include <Foundation/NSString.h>

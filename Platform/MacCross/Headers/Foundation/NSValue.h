@@ -9,6 +9,9 @@ NS_ASSUME_NONNULL_BEGIN
 
 // The readings truncate silently.
 @interface NSNumber : NSValue
++ (NSNumber*)numberWithBool:(BOOL)value;
++ (NSNumber*)numberWithDouble:(double)value;
++ (NSNumber*)numberWithLongLong:(long long)value;
 + (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
 @property (readonly) unsigned int unsignedIntValue;
 @property (readonly) long long longLongValue;

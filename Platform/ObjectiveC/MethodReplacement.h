@@ -19,7 +19,3 @@ template <class Function>
 Function* functionOf(IMP implementation) {
     return reinterpret_cast<Function*>(reinterpret_cast<void*>(implementation));
 }
-
-/// Whether a return address lies in GNUstep's own libraries, which keep the methods that they were
-/// built with.
-bool isInGNUstep(const void* returnAddress);

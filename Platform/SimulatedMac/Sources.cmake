@@ -1,0 +1,19 @@
+# The part of the simulated Mac that is the same on a real one.
+set(SIMULATED_MAC_SOURCES
+  Beep.cpp
+  Call.cpp
+  Complaint.cpp
+  CoreGraphics.cpp
+  DisplayConfiguration.cpp
+  FramebufferI2C.cpp
+  Ledger.cpp
+  Loader.cpp
+  Mac.cpp
+  MacState.cpp
+  ProcessIdentity.cpp
+  ProcessLaunch.cpp
+  Registry.cpp
+  Scene.cpp
+  Screens.mm
+  StateDirectory.cpp
+  UserDefaults.mm)

@@ -1,0 +1,47 @@
+# Here the whole Mac is simulated: CoreFoundation counts its objects, GNUstep draws on X11, and a test may
+# fork.
+set(TESTED_PROGRAM Veilpane)
+
+target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScreen.cpp)
+
+target_sources(UnitTests PRIVATE
+  Unit/FaultLoopTest.cpp
+  Unit/OwnedObjectsTest.cpp)
+
+target_sources(EndToEndTests PRIVATE
+  EndToEnd/DeskCommandTest.cpp
+  EndToEnd/Desktop.cpp
+  EndToEnd/FullDeviceTest.cpp
+  EndToEnd/MenuBarApplicationTest.cpp)
+find_package(X11 REQUIRED)
+target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
+
+target_sources(SimulatedMacTests PRIVATE
+  ${SIMULATED_MAC_TESTS}/DeskPictureTest.cpp
+  ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp)
+target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
+
+add_executable(MenuBarTests
+  Support/MenuBarTest.mm
+  Unit/AppDelegateTest.mm
+  Unit/EventLogTest.mm
+  Unit/MenuRowViewsTest.mm
+  Unit/MenuTextTest.mm
+  Unit/StatusIconTest.mm)
+target_link_libraries(MenuBarTests PRIVATE TestSupport CompilerWarnings)
+gtest_discover_tests(MenuBarTests PROPERTIES LABELS menu-bar)
+
+set(GNUSTEP_TESTS ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Tests)
+add_executable(GNUstepTests
+  Support/MenuBarTest.mm
+  ${GNUSTEP_TESTS}/AutoLayoutTest.mm
+  ${GNUSTEP_TESTS}/LinearProgramTest.cpp
+  ${GNUSTEP_TESTS}/MenusTest.mm
+  ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Layout/LinearProgram.cpp)
+target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
+gtest_discover_tests(GNUstepTests PROPERTIES LABELS gnustep)
+
+add_executable(StatusIconPicture Pictures/StatusIconPicture.mm)
+target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
+set_target_properties(StatusIconPicture PROPERTIES
+  RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)

@@ -229,6 +229,10 @@ Mac& Mac::boot(const std::string& sceneText) {
     return boot(Scene::parse(sceneText, "scene"));
 }
 
+void Mac::shutDown() {
+    currentMac().reset();
+}
+
 int Mac::serial() const {
     return internals_->serial;
 }

@@ -47,6 +47,11 @@ public:
     /// Like `boot` with a scene file's text.
     static Mac& boot(const std::string& sceneText);
 
+    /// Ends the Mac that this process booted, with its temporary directory. For processes that end
+    /// by
+    /// `_exit`, which nothing else tidies up after.
+    static void shutDown();
+
     Mac(const Mac&) = delete;
     Mac& operator=(const Mac&) = delete;
     ~Mac();

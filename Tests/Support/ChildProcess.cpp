@@ -1,5 +1,7 @@
 #include "Support/ChildProcess.h"
 
+#include "SimulatedMac/Mac.h"
+
 #include <array>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -14,6 +16,7 @@ ChildOutcome inChildProcess(const std::function<std::string()>& body) {
     if (child == 0) {
         close(ends[0]);
         const std::string message = body();
+        simulated_mac::Mac::shutDown();
         const bool told =
             write(ends[1], message.data(), message.size()) == static_cast<ssize_t>(message.size());
         _exit(told ? 0 : 1);

@@ -15,5 +15,6 @@ struct ChildOutcome {
     }
 };
 
-/// Runs `body` in a copy of this process and returns the text that it returned.
+/// Runs `body` in a copy of this process and returns the text that it returned. A Mac that it boots
+/// ends with it.
 ChildOutcome inChildProcess(const std::function<std::string()>& body);

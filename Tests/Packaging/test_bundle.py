@@ -4,6 +4,7 @@
 import os
 import pathlib
 import plistlib
+import re
 import struct
 import sys
 import tempfile
@@ -54,6 +55,9 @@ class Bundle(unittest.TestCase):
         expected = {
             "CFBundleIdentifier": "io.github.veilpane.Veilpane",
             "CFBundleExecutable": "Veilpane",
+            # Finder shows a localized name only beside one that is the bundle's file name.
+            "CFBundleDisplayName": self.bundle.stem,
+            "LSHasLocalizedDisplayName": True,
             "CFBundlePackageType": "APPL",
             "CFBundleInfoDictionaryVersion": "6.0",
             "CFBundleShortVersionString": self.version,
@@ -67,6 +71,14 @@ class Bundle(unittest.TestCase):
         }
         self.assertEqual({key: plist.get(key) for key in expected}, expected)
         self.assertNotIn("@", (self.contents / "Info.plist").read_text(encoding="utf-8"))
+
+    def test_the_name_is_localized_for_the_development_region(self):
+        strings = (self.contents / "Resources/zh-Hans.lproj/InfoPlist.strings").read_text(
+            encoding="utf-8")
+        names = dict(re.findall(r'^"(\w+)" = "(.+)";$', strings, re.MULTILINE))
+        self.assertEqual(names, {"CFBundleDisplayName": "Veilpane 显示器开关",
+                                 "CFBundleName": "Veilpane"})
+        self.assertEqual(len(strings.splitlines()), len(names), "a line is no entry")
 
     def test_what_the_property_list_names_is_there(self):
         for name in ("Resources/Veilpane.icns", "Resources/zh-Hans.lproj/InfoPlist.strings",

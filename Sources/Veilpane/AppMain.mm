@@ -2,4 +2,6 @@
 
 #import "Veilpane/AppDelegate.h"
 
-AppMain AppMain::shared;
+// Not destroyed with the other statics: AppKit may still look at its delegate while the process
+// exits.
+[[clang::no_destroy]] AppMain AppMain::shared;

@@ -140,4 +140,26 @@ TEST(SelfTestCommand, is_partial_when_only_the_on_step_succeeds) {
               "PARTIAL: some path worked\n");
 }
 
+// A remembered display that is on again is taken for a disconnected one only while the online list
+// cannot be had: at its second call the display stays remembered, at its eleventh the on step finds
+// it so.
+TEST(SelfTestCommand, fails_when_neither_step_succeeds) {
+    const MacOnDisk mac(scene(main1 + ", " + plain2, R"(
+        "defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] }, "faults": [
+        { "call": "CGGetActiveDisplayList", "nth": 0, "returns": 1000 },
+        { "call": "CGGetOnlineDisplayList", "nth": 2, "returns": 1000 },
+        { "call": "CGGetOnlineDisplayList", "nth": 11, "returns": 1000 },
+        { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ])"));
+    const ProgramRun run = mac.veilpane({"--selftest"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(
+        steps(run.output),
+        "off: method=断开显示器（SLS） success=false 拒绝断开：只剩这一台活动显示器\n"
+        "is_off_state=false\n"
+        "on: method=断开显示器（SLS） success=false 重连失败：SLSConfigureDisplayEnabled 失败 "
+        "CGError 1001\n"
+        "is_on_state=true\n"
+        "FAIL: power path\n");
+}
+
 } // namespace

@@ -1,5 +1,15 @@
-# nlohmann_json::nlohmann_json and GTest::gtest for a Mac, made on Debian: of its headers and of
-# GoogleTest's sources, as its libraries are for Linux.
+# What the tests are made with: nlohmann_json::nlohmann_json and GTest::gtest.
+if(NOT CMAKE_CROSSCOMPILING)
+  find_package(nlohmann_json 3.11 QUIET)
+  find_package(GTest QUIET)
+  if(NOT nlohmann_json_FOUND OR NOT GTest_FOUND)
+    message(FATAL_ERROR "The tests need GoogleTest and nlohmann-json 3.11 or later; on a Mac get them "
+      "with: brew install googletest nlohmann-json")
+  endif()
+  return()
+endif()
+
+# For a Mac, on Debian: of its headers and of GoogleTest's sources, as its libraries are for Linux.
 set(headers ${CMAKE_BINARY_DIR}/test-libraries)
 file(MAKE_DIRECTORY ${headers})
 file(CREATE_LINK /usr/include/nlohmann ${headers}/nlohmann SYMBOLIC)

@@ -22,7 +22,6 @@ class InATemporaryHome(unittest.TestCase):
         self.home = pathlib.Path(os.path.realpath(directory.name))
         self.environment = dict(os.environ, HOME=str(self.home), TMPDIR=str(self.home / "tmp"),
                                 PATH=f"{self.home}/bin:{os.environ['PATH']}")
-        self.environment.pop("SUDO_UID", None)
         (self.home / "tmp").mkdir()
 
     def run_command(self, *command):

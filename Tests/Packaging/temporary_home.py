@@ -22,6 +22,7 @@ class InATemporaryHome(unittest.TestCase):
         self.home = pathlib.Path(os.path.realpath(directory.name))
         self.environment = dict(os.environ, HOME=str(self.home), TMPDIR=str(self.home / "tmp"),
                                 PATH=f"{self.home}/bin:{os.environ['PATH']}")
+        self.environment.pop("SUDO_USER", None)
         (self.home / "tmp").mkdir()
 
     def run_command(self, *command):

@@ -16,6 +16,12 @@ printf '%s\\n' "$0" "$#" "$@"
 exit 7
 """
 
+# Only writes down how it was started.
+LOGGED = """#!/bin/sh
+echo "$@" >>"$HOME/{}.log"
+"""
+
+
 class Launcher(InATemporaryHome):
     def bundle(self, name="Veilpane.app"):
         contents = self.home / name / "Contents"
@@ -118,7 +124,7 @@ class LoginSwitch(InstalledBundle):
         self.assertEqual(self.login("off").returncode, 0)
 
     def test_a_running_application_is_neither_doubled_nor_ended(self):
-        write_script(self.home / "bin" / "launchctl", '#!/bin/sh\necho "$@" >>"$HOME/launchctl.log"\n')
+        write_script(self.home / "bin" / "launchctl", LOGGED.format("launchctl"))
         self.login("on")
         self.login("off")
         self.assertEqual(self.text("launchctl.log"), "")
@@ -142,7 +148,8 @@ class Uninstall(InstalledBundle):
     def setUp(self):
         super().setUp()
         write_script(self.home / "bin" / "pgrep", "#!/bin/sh\nexit 1\n")
-        write_script(self.home / "bin" / "defaults", '#!/bin/sh\necho "$@" >>"$HOME/defaults.log"\n')
+        write_script(self.home / "bin" / "getconf", '#!/bin/sh\necho "$HOME/tmp/"\n')
+        write_script(self.home / "bin" / "defaults", LOGGED.format("defaults"))
         self.prefix = self.home / "prefix"
         for link, resource in self.LINKS.items():
             (self.prefix / link).parent.mkdir(parents=True, exist_ok=True)
@@ -214,6 +221,20 @@ class Uninstall(InstalledBundle):
         run = self.uninstall(self.prefix)
         self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
         self.assert_nothing_was_removed()
+
+    def test_under_sudo_it_is_the_users_displays_preferences_and_agent(self):
+        write_script(self.home / "bin" / "sudo",
+                     '#!/bin/sh\necho "$@" >>"$HOME/sudo.log"\nshift 2\nexec "$@"\n')
+        self.environment["SUDO_USER"] = "ann"
+        self.login("on")
+        self.assertEqual(self.uninstall("--purge", self.prefix).returncode, 0)
+        self.assertEqual(self.text("sudo.log").splitlines(), [
+            f"-u ann {self.program} --list",
+            f"-u ann {self.commands}/veilpane-login off",
+            "-u ann defaults delete io.github.veilpane.Veilpane",
+            "-u ann getconf DARWIN_USER_TEMP_DIR"])
+        self.assertFalse(self.bundle.exists())
+        self.assertFalse(self.agent.exists())
 
     def test_outside_of_a_bundle_nothing_is_removed(self):
         copy = self.home / "elsewhere" / "veilpane-uninstall"

@@ -5,10 +5,13 @@
 set -eu
 
 cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --tests
+sh Scripts/fetch-tools.sh
 
 git ls-files '*.h' '*.cpp' '*.mm' | xargs clang-format-19 --dry-run --Werror
 
-git ls-files '*.sh' .ci/run Packaging/veilpane Packaging/veilpane-login Packaging/veilpane-uninstall | xargs shellcheck
+git ls-files '*.sh' .ci/run Packaging/veilpane Packaging/veilpane-login \
+    Packaging/veilpane-uninstall | xargs shellcheck
 shellcheck -s bash Packaging/completions/veilpane.bash
 
 git ls-files '.github/workflows/*' | xargs node Scripts/npm/lint-workflows.mjs

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""What is installed where: test_installation.py BUILD_FOLDER VERSION OLDEST_SYSTEM"""
+"""What is installed where: test_installation.py BUILD_FOLDER GENERATOR VERSION OLDEST_SYSTEM
+
+GENERATOR is CMake's, as a machine need not have the build program of its default one."""
 
 import hashlib
 import json
@@ -34,7 +36,7 @@ def files_below(folder):
 
 
 class Installation(InATemporaryHome):
-    build = version = oldest_system = None
+    build = generator = version = oldest_system = None
 
     def setUp(self):
         super().setUp()
@@ -80,7 +82,8 @@ set(CMAKE_OSX_DEPLOYMENT_TARGET {self.oldest_system})
 file(CREATE_LINK {PACKAGING.parent}/LICENSE ${{CMAKE_SOURCE_DIR}}/LICENSE SYMBOLIC)
 add_subdirectory({PACKAGING} Packaging)
 """, encoding="utf-8")
-        for command in (["-S", build, "-B", build / "out"], ["--build", build / "out"]):
+        for command in (["-G", self.generator, "-S", build, "-B", build / "out"],
+                        ["--build", build / "out"]):
             run = self.run_command("cmake", *command)
             self.assertEqual(run.returncode, 0, run.stderr)
         prefix = self.home / "prefix"
@@ -117,6 +120,7 @@ add_subdirectory({PACKAGING} Packaging)
 
 
 if __name__ == "__main__":
-    Installation.build, Installation.version, Installation.oldest_system = sys.argv[1:4]
+    (Installation.build, Installation.generator, Installation.version,
+     Installation.oldest_system) = sys.argv[1:5]
     del sys.argv[1:]
     unittest.main()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ownership/Handle.h"
+#include "Ownership/OwnedReference.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -14,4 +14,4 @@ struct CFTraits {
 
 /// Owns a CoreFoundation object.
 template <class Ref>
-using CFRef = Handle<CFTraits<Ref>>;
+using CFRef = OwnedReference<CFTraits<Ref>>;

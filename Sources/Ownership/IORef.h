@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ownership/Handle.h"
+#include "Ownership/OwnedReference.h"
 
 #include <IOKit/IOKitLib.h>
 
@@ -12,4 +12,4 @@ struct IOObjectTraits {
 };
 
 /// Owns an I/O Kit object: a registry entry or an iterator.
-using IORef = Handle<IOObjectTraits>;
+using IORef = OwnedReference<IOObjectTraits>;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ownership/Handle.h"
+#include "Ownership/OwnedReference.h"
 
 #import <Foundation/Foundation.h>
 
@@ -14,7 +14,7 @@ struct NSObjectTraits {
 
 /// Owns an Objective-C object under manual retain/release.
 template <class Object>
-using NSRef = Handle<NSObjectTraits<Object>>;
+using NSRef = OwnedReference<NSObjectTraits<Object>>;
 
 /// Keeps an object until the autorelease pool is drained: for a method that may lose the last
 /// reference to its own object, whose caller goes on using it.

@@ -10,6 +10,12 @@
 #define API_AVAILABLE(...)
 #endif
 
+// As Apple's header does: it brings names such as Handle, Point and Style, which the program must
+// not take for its own.
+#if __has_include(<MacTypes.h>)
+#include <MacTypes.h>
+#endif
+
 #ifdef __cplusplus
 #define CF_EXTERN_C_BEGIN extern "C" {
 #define CF_EXTERN_C_END }

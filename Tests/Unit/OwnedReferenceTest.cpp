@@ -1,4 +1,4 @@
-#include "Ownership/Handle.h"
+#include "Ownership/OwnedReference.h"
 
 #include "Ownership/FileDescriptor.h"
 
@@ -15,14 +15,14 @@ struct CountingTraits {
     static void retain(Raw) { ++retained; }
     static void release(Raw) { ++released; }
 };
-using Counted = Handle<CountingTraits>;
+using Counted = OwnedReference<CountingTraits>;
 
 void expectCounts(int retained, int released) {
     EXPECT_EQ(CountingTraits::retained, retained);
     EXPECT_EQ(CountingTraits::released, released);
 }
 
-TEST(HandleTest, an_empty_handle_counts_nothing) {
+TEST(OwnedReferenceTest, an_empty_handle_counts_nothing) {
     {
         const Counted empty;
         EXPECT_FALSE(empty);
@@ -33,7 +33,7 @@ TEST(HandleTest, an_empty_handle_counts_nothing) {
     expectCounts(0, 0);
 }
 
-TEST(HandleTest, adopting_takes_over_a_reference) {
+TEST(OwnedReferenceTest, adopting_takes_over_a_reference) {
     {
         const Counted handle = Counted::adopt(7);
         EXPECT_EQ(handle.get(), 7);
@@ -42,7 +42,7 @@ TEST(HandleTest, adopting_takes_over_a_reference) {
     expectCounts(0, 1);
 }
 
-TEST(HandleTest, retaining_adds_a_reference) {
+TEST(OwnedReferenceTest, retaining_adds_a_reference) {
     {
         const Counted handle = Counted::retain(7);
         expectCounts(1, 0);
@@ -50,7 +50,7 @@ TEST(HandleTest, retaining_adds_a_reference) {
     expectCounts(1, 1);
 }
 
-TEST(HandleTest, moving_hands_the_reference_on) {
+TEST(OwnedReferenceTest, moving_hands_the_reference_on) {
     {
         Counted first = Counted::adopt(7);
         Counted second = std::move(first);
@@ -64,7 +64,7 @@ TEST(HandleTest, moving_hands_the_reference_on) {
     expectCounts(0, 2);
 }
 
-TEST(HandleTest, leaking_gives_the_reference_away) {
+TEST(OwnedReferenceTest, leaking_gives_the_reference_away) {
     {
         Counted handle = Counted::adopt(7);
         EXPECT_EQ(handle.leak(), 7);
@@ -73,7 +73,7 @@ TEST(HandleTest, leaking_gives_the_reference_away) {
     expectCounts(0, 0);
 }
 
-TEST(HandleTest, resetting_releases_once) {
+TEST(OwnedReferenceTest, resetting_releases_once) {
     Counted handle = Counted::adopt(7);
     handle.reset();
     handle.reset();
@@ -81,7 +81,7 @@ TEST(HandleTest, resetting_releases_once) {
     expectCounts(0, 1);
 }
 
-TEST(HandleTest, a_file_descriptor_is_closed_with_its_owner) {
+TEST(OwnedReferenceTest, a_file_descriptor_is_closed_with_its_owner) {
     int raw = -1;
     {
         const FileDescriptor descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));

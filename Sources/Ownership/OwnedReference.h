@@ -2,34 +2,34 @@
 
 #include <utility>
 
-/// Owns one reference of a counted platform object.
+/// Owns one reference of a counted platform object. (Apple's MacTypes.h has the name Handle.)
 ///
 /// There are two doors in: `adopt` takes over a reference that the caller already owns (Create,
 /// Copy, Next, alloc), `retain` adds one to a borrowed object. `leak` is the only way out.
 ///
 /// Traits supply `Raw`, `null`, `retain(Raw)` and `release(Raw)`.
 template <class Traits>
-class Handle {
+class OwnedReference {
 public:
     using Raw = typename Traits::Raw;
 
-    [[nodiscard]] static Handle adopt(Raw owned) { return Handle(owned); }
-    [[nodiscard]] static Handle retain(Raw borrowed) {
+    [[nodiscard]] static OwnedReference adopt(Raw owned) { return OwnedReference(owned); }
+    [[nodiscard]] static OwnedReference retain(Raw borrowed) {
         if (borrowed != Traits::null) {
             Traits::retain(borrowed);
         }
-        return Handle(borrowed);
+        return OwnedReference(borrowed);
     }
 
-    Handle() = default;
-    Handle(Handle&& other) noexcept : raw_(other.leak()) {}
-    Handle& operator=(Handle&& other) noexcept {
-        Handle(std::move(other)).swap(*this);
+    OwnedReference() = default;
+    OwnedReference(OwnedReference&& other) noexcept : raw_(other.leak()) {}
+    OwnedReference& operator=(OwnedReference&& other) noexcept {
+        OwnedReference(std::move(other)).swap(*this);
         return *this;
     }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    ~Handle() { reset(); }
+    OwnedReference(const OwnedReference&) = delete;
+    OwnedReference& operator=(const OwnedReference&) = delete;
+    ~OwnedReference() { reset(); }
 
     [[nodiscard]] Raw get() const { return raw_; }
     explicit operator bool() const { return raw_ != Traits::null; }
@@ -44,10 +44,10 @@ public:
         }
     }
 
-    void swap(Handle& other) noexcept { std::swap(raw_, other.raw_); }
+    void swap(OwnedReference& other) noexcept { std::swap(raw_, other.raw_); }
 
 private:
-    explicit Handle(Raw owned) : raw_(owned) {}
+    explicit OwnedReference(Raw owned) : raw_(owned) {}
 
     Raw raw_ = Traits::null;
 };

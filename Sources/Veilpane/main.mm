@@ -12,8 +12,6 @@
 namespace {
 
 void runApplication() {
-    // Whoever reads standard error may go away; that must not end the application.
-    std::signal(SIGPIPE, SIG_IGN);
     NSApplication* const application = [NSApplication sharedApplication];
     [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
     AppMain::shared.delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
@@ -26,6 +24,9 @@ void runApplication() {
 
 int main() {
     openMissingStandardDescriptors();
+    // Whoever reads the output may go away; that must not end the application, nor a command
+    // between switching a display off and on again.
+    std::signal(SIGPIPE, SIG_IGN);
     @autoreleasepool {
         if (!CLI::runIfNeeded()) {
             runApplication();

@@ -1,6 +1,8 @@
 #include "EndToEnd/ProgramRun.h"
 
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -160,6 +162,24 @@ TEST(SelfTestCommand, fails_when_neither_step_succeeds) {
         "CGError 1001\n"
         "is_on_state=true\n"
         "FAIL: power path\n");
+}
+
+// Output waits in a buffer of some thousand bytes, so names of many lengths let the write that
+// finds no reader fall between the two steps.
+TEST(SelfTestCommand, a_reader_that_has_gone_does_not_leave_the_display_off) {
+    // Whoever runs the tests may have it ignored, which children inherit.
+    std::signal(SIGPIPE, SIG_DFL);
+    for (std::size_t length = 1500; length < 2060; length += 40) {
+        const std::string name(length, 'x');
+        const MacOnDisk mac(scene(main1 + R"(, { "id": 2, "profilerName": ")" + name + "\" }"));
+        ASSERT_EQ(mac.macsim({"show"}).status, 0);
+        const std::string fifo = mac.stateDirectory() + "/fifo";
+        ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+        const ProgramRun run =
+            mac.veilpaneUnderShell("--selftest 3<>'" + fifo + "' >'" + fifo + "' 3<&-");
+        EXPECT_EQ(run, (ProgramRun{0, "", ""})) << length;
+        EXPECT_EQ(mac.macsim({"show"}).output.find("disconnected"), std::string::npos) << length;
+    }
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "Veilpane/AppMain.h"
 
-#import "Veilpane/AppDelegate.h"
+#import "Veilpane/Menu/AppDelegate.h"
 
 // Not destroyed with the other statics: AppKit may still look at its delegate while the process
 // exits.

@@ -1,9 +1,9 @@
-#import "Veilpane/AppDelegate.h"
 #include "Veilpane/AppMain.h"
-#include "Veilpane/CLI.h"
-#include "Veilpane/ExitStatus.h"
-#include "Veilpane/StandardDescriptors.h"
-#include "Veilpane/StandardError.h"
+#include "Veilpane/CommandLine/CLI.h"
+#include "Veilpane/CommandLine/ExitStatus.h"
+#import "Veilpane/Menu/AppDelegate.h"
+#include "Veilpane/Support/StandardDescriptors.h"
+#include "Veilpane/Support/StandardError.h"
 
 #import <AppKit/AppKit.h>
 

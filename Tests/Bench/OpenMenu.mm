@@ -3,7 +3,7 @@
 
 #include "AllocationCounter.h"
 #include "SimulatedMac/Mac.h"
-#import "Veilpane/AppDelegate.h"
+#import "Veilpane/Menu/AppDelegate.h"
 
 #import <AppKit/AppKit.h>
 

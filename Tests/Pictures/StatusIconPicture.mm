@@ -1,6 +1,6 @@
 // Draws the status icon, large, on light and dark: StatusIconPicture FILE.png
 
-#include "Veilpane/StatusIcon.h"
+#include "Veilpane/Menu/StatusIcon.h"
 
 #import <AppKit/AppKit.h>
 

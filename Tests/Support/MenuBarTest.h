@@ -4,7 +4,7 @@
 #include "Ownership/NSRef.h"
 #include "Support/SimulatedMacTest.h"
 #include "Support/VirtualScreen.h"
-#import "Veilpane/AppDelegate.h"
+#import "Veilpane/Menu/AppDelegate.h"
 
 #import <AppKit/AppKit.h>
 

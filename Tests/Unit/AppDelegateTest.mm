@@ -1,9 +1,9 @@
-#import "Veilpane/AppDelegate.h"
+#import "Veilpane/Menu/AppDelegate.h"
 
 #include "Support/MenuBarTest.h"
-#include "Veilpane/BlackoutController.h"
-#import "Veilpane/MenuLabelRowView.h"
-#import "Veilpane/PowerSwitchRowView.h"
+#import "Veilpane/Menu/MenuLabelRowView.h"
+#import "Veilpane/Menu/PowerSwitchRowView.h"
+#include "Veilpane/Power/BlackoutController.h"
 
 #import <objc/runtime.h>
 

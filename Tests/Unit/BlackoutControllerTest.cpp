@@ -1,4 +1,4 @@
-#include "Veilpane/BlackoutController.h"
+#include "Veilpane/Power/BlackoutController.h"
 
 #include "Support/SimulatedMacTest.h"
 

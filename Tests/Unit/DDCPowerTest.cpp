@@ -1,4 +1,4 @@
-#include "Veilpane/DDCPower.h"
+#include "Veilpane/Power/DDCPower.h"
 
 #include "Support/SimulatedMacTest.h"
 

@@ -1,4 +1,4 @@
-#include "Veilpane/DecimalNumber.h"
+#include "Veilpane/Support/DecimalNumber.h"
 
 #include <gtest/gtest.h>
 #include <string>

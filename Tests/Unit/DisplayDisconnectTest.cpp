@@ -1,4 +1,4 @@
-#include "Veilpane/DisplayDisconnect.h"
+#include "Veilpane/Power/DisplayDisconnect.h"
 
 #include "Support/SimulatedMacTest.h"
 

@@ -1,8 +1,8 @@
-#include "Veilpane/DisplayPower.h"
+#include "Veilpane/Power/DisplayPower.h"
 
 #include "Support/SimulatedMacTest.h"
-#include "Veilpane/BlackoutController.h"
-#include "Veilpane/DisplayDisconnect.h"
+#include "Veilpane/Power/BlackoutController.h"
+#include "Veilpane/Power/DisplayDisconnect.h"
 
 #include <functional>
 

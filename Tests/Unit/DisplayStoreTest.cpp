@@ -1,7 +1,7 @@
-#include "Veilpane/DisplayStore.h"
+#include "Veilpane/Inventory/DisplayStore.h"
 
 #include "Support/SimulatedMacTest.h"
-#include "Veilpane/DisplayDisconnect.h"
+#include "Veilpane/Power/DisplayDisconnect.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "Veilpane/EventLog.h"
+#include "Veilpane/Menu/EventLog.h"
 
 #include <cstdlib>
 #include <fcntl.h>

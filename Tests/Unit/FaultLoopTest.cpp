@@ -1,10 +1,10 @@
 #include "SimulatedMac/MacState.h"
 #include "Support/ChildProcess.h"
 #include "Support/SimulatedMacTest.h"
-#include "Veilpane/BlackoutController.h"
-#include "Veilpane/DisplayDisconnect.h"
-#include "Veilpane/DisplayPower.h"
-#include "Veilpane/DisplayStore.h"
+#include "Veilpane/Inventory/DisplayStore.h"
+#include "Veilpane/Power/BlackoutController.h"
+#include "Veilpane/Power/DisplayDisconnect.h"
+#include "Veilpane/Power/DisplayPower.h"
 
 #include <cstdlib>
 #include <functional>

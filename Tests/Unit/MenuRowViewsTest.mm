@@ -1,6 +1,6 @@
 #include "Support/MenuBarTest.h"
-#import "Veilpane/MenuLabelRowView.h"
-#import "Veilpane/PowerSwitchRowView.h"
+#import "Veilpane/Menu/MenuLabelRowView.h"
+#import "Veilpane/Menu/PowerSwitchRowView.h"
 
 #include <functional>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "Veilpane/MenuText.h"
+#include "Veilpane/Menu/MenuText.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Veilpane/ProfilerNames.h"
+#include "Veilpane/Inventory/ProfilerNames.h"
 
 #include <cstdlib>
 #include <filesystem>

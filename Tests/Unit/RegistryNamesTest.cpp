@@ -1,4 +1,4 @@
-#include "Veilpane/RegistryNames.h"
+#include "Veilpane/Inventory/RegistryNames.h"
 
 #include "Ownership/IORef.h"
 #include "Support/SimulatedMacTest.h"

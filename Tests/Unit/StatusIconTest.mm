@@ -1,4 +1,4 @@
-#include "Veilpane/StatusIcon.h"
+#include "Veilpane/Menu/StatusIcon.h"
 
 #include "Support/MenuBarTest.h"
 

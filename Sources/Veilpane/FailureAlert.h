@@ -1,9 +1,0 @@
-#pragma once
-
-#include "Veilpane/PowerResult.h"
-
-#include <CoreGraphics/CoreGraphics.h>
-
-/// Tells the user that a display could not be switched on or off, and waits until the alert is
-/// dismissed.
-void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result);

@@ -1,9 +1,0 @@
-#include "Veilpane/FatalError.h"
-
-#include <cstdio>
-#include <cstdlib>
-
-void fatalError(const char* message) {
-    std::fprintf(stderr, "Fatal error: %s\n", message);
-    std::abort();
-}

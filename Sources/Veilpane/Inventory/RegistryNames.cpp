@@ -1,0 +1,178 @@
+#include "Veilpane/Inventory/RegistryNames.h"
+
+#include "Ownership/IORef.h"
+#include "Ownership/RegistryProperty.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace {
+
+constexpr std::array displayClasses = {"IODisplayConnect", "IODisplay", "AppleCLCD2"};
+
+bool hasType(CFTypeRef object, CFTypeID type) {
+    return CFGetTypeID(object) == type;
+}
+
+// Numbers are read as 64 bits and cut here: a read as 32 bits reports a loss for every number above
+// 2147483647, and what it writes then is not documented.
+std::uint32_t numberValue(CFNumberRef number) {
+    std::int64_t value = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &value);
+    return static_cast<std::uint32_t>(value);
+}
+
+std::optional<std::uint32_t> dataValue(CFDataRef data) {
+    std::uint32_t value = 0;
+    if (CFDataGetLength(data) < static_cast<CFIndex>(sizeof value)) {
+        return std::nullopt;
+    }
+    CFDataGetBytes(data, CFRangeMake(0, sizeof value), reinterpret_cast<UInt8*>(&value));
+    return value;
+}
+
+std::optional<std::string> nonEmptyText(CFStringRef string) {
+    const CFIndex capacity =
+        CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8) + 1;
+    std::vector<char> buffer(static_cast<std::size_t>(capacity));
+    if (CFStringGetCString(string, buffer.data(), capacity, kCFStringEncodingUTF8) == 0 ||
+        buffer.front() == '\0') {
+        return std::nullopt;
+    }
+    return std::string(buffer.data());
+}
+
+struct NameTable {
+    std::vector<const void*> languages;
+    std::vector<const void*> names;
+};
+
+NameTable entriesOf(CFDictionaryRef dictionary) {
+    const auto count = static_cast<std::size_t>(CFDictionaryGetCount(dictionary));
+    NameTable table{std::vector<const void*>(count), std::vector<const void*>(count)};
+    CFDictionaryGetKeysAndValues(dictionary, table.languages.data(), table.names.data());
+    return table;
+}
+
+bool areTexts(const std::vector<const void*>& objects) {
+    return std::ranges::all_of(
+        objects, [](const void* object) { return hasType(object, CFStringGetTypeID()); });
+}
+
+std::optional<std::string> nameInPreferredLanguage(CFDictionaryRef dictionary) {
+    const std::array languages = {CFSTR("zh_CN"), CFSTR("zh-Hans"), CFSTR("en_US"), CFSTR("en"),
+                                  CFSTR("")};
+    for (const CFStringRef language : languages) {
+        const void* const name = CFDictionaryGetValue(dictionary, language);
+        if (name == nullptr) {
+            continue;
+        }
+        if (auto text = nonEmptyText(static_cast<CFStringRef>(name))) {
+            return text;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> nameInAnyLanguage(const NameTable& table) {
+    for (const void* const name : table.names) {
+        if (auto text = nonEmptyText(static_cast<CFStringRef>(name))) {
+            return text;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> localizedName(CFDictionaryRef dictionary) {
+    const NameTable table = entriesOf(dictionary);
+    if (!areTexts(table.languages) || !areTexts(table.names)) {
+        return std::nullopt;
+    }
+    auto name = nameInPreferredLanguage(dictionary);
+    return name ? name : nameInAnyLanguage(table);
+}
+
+struct MonitorKind {
+    std::uint32_t vendor;
+    std::uint32_t model;
+};
+
+std::optional<std::string> nameOfService(io_service_t service, const MonitorKind& kind) {
+    const auto vendor = registryUInt32(service, CFSTR("DisplayVendorID"));
+    if (!vendor) {
+        return std::nullopt;
+    }
+    const auto product = registryUInt32(service, CFSTR("DisplayProductID"));
+    if (!product || *vendor != kind.vendor || *product != kind.model) {
+        return std::nullopt;
+    }
+    return registryProductName(service);
+}
+
+IORef matchingServices(const char* className) {
+    io_iterator_t services = IO_OBJECT_NULL;
+    if (IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching(className), &services) !=
+        kIOReturnSuccess) {
+        return {};
+    }
+    return IORef::adopt(services);
+}
+
+std::optional<std::string> nameAmongServices(const char* className, const MonitorKind& kind) {
+    const IORef services = matchingServices(className);
+    if (!services) {
+        return std::nullopt;
+    }
+    while (const IORef service = IORef::adopt(IOIteratorNext(services.get()))) {
+        if (auto name = nameOfService(service.get(), kind)) {
+            return name;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::string> iokitDisplayName(CGDirectDisplayID displayID) {
+    const MonitorKind kind{CGDisplayVendorNumber(displayID), CGDisplayModelNumber(displayID)};
+    for (const char* const className : displayClasses) {
+        if (auto name = nameAmongServices(className, kind)) {
+            return name;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::uint32_t> registryUInt32(io_registry_entry_t entry, CFStringRef key) {
+    const auto property = copyRegistryProperty(entry, key);
+    if (!property) {
+        return std::nullopt;
+    }
+    const CFTypeRef object = property.get();
+    if (hasType(object, CFNumberGetTypeID())) {
+        return numberValue(static_cast<CFNumberRef>(object));
+    }
+    if (hasType(object, CFBooleanGetTypeID())) {
+        return CFBooleanGetValue(static_cast<CFBooleanRef>(object)) != 0 ? 1 : 0;
+    }
+    if (hasType(object, CFDataGetTypeID())) {
+        return dataValue(static_cast<CFDataRef>(object));
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> registryProductName(io_registry_entry_t entry) {
+    const auto property = copyRegistryProperty(entry, CFSTR("DisplayProductName"));
+    if (!property) {
+        return std::nullopt;
+    }
+    const CFTypeRef object = property.get();
+    if (hasType(object, CFDictionaryGetTypeID())) {
+        return localizedName(static_cast<CFDictionaryRef>(object));
+    }
+    if (hasType(object, CFStringGetTypeID())) {
+        return nonEmptyText(static_cast<CFStringRef>(object));
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,92 @@
+#import "Veilpane/Menu/MenuLabelRowView.h"
+
+#include "Ownership/NSRef.h"
+#include "Veilpane/Menu/MenuMetrics.h"
+#include "Veilpane/Support/FatalError.h"
+
+using MenuMetrics::rowWidth;
+using MenuMetrics::sideMargin;
+
+@implementation MenuLabelRowView
+
+- (instancetype)initWithText:(NSString*)text
+                        font:(NSFont*)font
+                       color:(NSColor*)color
+                trailingText:(NSString*)trailingText
+                      height:(CGFloat)height {
+    auto label = NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
+    auto trailing = NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
+    self = [super initWithFrame:NSZeroRect];
+    if (self == nil) {
+        return nil;
+    }
+    _label = std::move(label);
+    _trailing = std::move(trailing);
+    [self setTranslatesAutoresizingMaskIntoConstraints:NO];
+    [self addLabelWithText:text font:font color:color];
+    NSMutableArray* const constraints = [self constraintsForHeight:height];
+    if (trailingText != nil) {
+        [self addTrailingText:trailingText];
+        [constraints addObjectsFromArray:[self trailingConstraints]];
+    }
+    [NSLayoutConstraint activateConstraints:constraints];
+    return self;
+}
+
+- (instancetype)initWithCoder:(NSCoder*)__unused coder {
+    fatalError("init(coder:) has not been implemented");
+}
+
+- (NSTextField*)label {
+    return _label.get();
+}
+
+- (NSTextField*)trailing {
+    return _trailing.get();
+}
+
+- (void)addLabelWithText:(NSString*)text font:(NSFont*)font color:(NSColor*)color {
+    NSTextField* const label = _label.get();
+    [label setStringValue:text];
+    [label setFont:font];
+    [label setTextColor:color];
+    [label setLineBreakMode:NSLineBreakByTruncatingTail];
+    [label setTranslatesAutoresizingMaskIntoConstraints:NO];
+    [self addSubview:label];
+}
+
+- (void)addTrailingText:(NSString*)text {
+    NSTextField* const trailing = _trailing.get();
+    [trailing setStringValue:text];
+    [trailing setFont:[NSFont systemFontOfSize:12]];
+    [trailing setTextColor:[NSColor secondaryLabelColor]];
+    [trailing setTranslatesAutoresizingMaskIntoConstraints:NO];
+    [self addSubview:trailing];
+}
+
+- (NSMutableArray*)constraintsForHeight:(CGFloat)height {
+    NSTextField* const label = _label.get();
+    return [NSMutableArray
+        arrayWithObjects:[[label leadingAnchor] constraintEqualToAnchor:[self leadingAnchor]
+                                                               constant:sideMargin],
+                         [[label trailingAnchor]
+                             constraintLessThanOrEqualToAnchor:[self trailingAnchor]
+                                                      constant:-sideMargin],
+                         [[label centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
+                         [[self heightAnchor] constraintEqualToConstant:height],
+                         [[self widthAnchor] constraintEqualToConstant:rowWidth], nil];
+}
+
+- (NSArray*)trailingConstraints {
+    NSTextField* const trailing = _trailing.get();
+    return [NSArray
+        arrayWithObjects:[[trailing trailingAnchor] constraintEqualToAnchor:[self trailingAnchor]
+                                                                   constant:-sideMargin],
+                         [[trailing centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
+                         [[_label.get() trailingAnchor]
+                             constraintLessThanOrEqualToAnchor:[trailing leadingAnchor]
+                                                      constant:-8],
+                         nil];
+}
+
+@end

@@ -1,0 +1,51 @@
+#include "Veilpane/Power/DDCPower.h"
+
+#include "CDdc/ddc.h"
+
+DDCError DDCError::noFramebuffer(CGDirectDisplayID displayID) {
+    return DDCError("找不到显示器 " + std::to_string(displayID) +
+                    " 的 IOFramebuffer（该链路可能不支持 DDC）");
+}
+
+DDCError DDCError::sendFailed(std::int32_t code) {
+    return DDCError("DDC 发送失败 (code " + std::to_string(code) + ")");
+}
+
+DDCError DDCError::noI2CInterface() {
+    return DDCError("显示器未暴露 I2C/DDC 接口");
+}
+
+DDCError DDCError::openFailed() {
+    return DDCError("打开 I2C 失败");
+}
+
+DDCError DDCError::notSupported() {
+    return DDCError("该显示器不支持 DDC 电源控制");
+}
+
+namespace {
+
+void throwUnlessSent(std::int32_t result, CGDirectDisplayID displayID) {
+    switch (result) {
+    case DDCResultSent:
+        return;
+    case DDCResultNoFramebuffer:
+        throw DDCError::noFramebuffer(displayID);
+    case DDCResultNoI2CInterface:
+        throw DDCError::noI2CInterface();
+    case DDCResultOpenFailed:
+        throw DDCError::openFailed();
+    default:
+        throw DDCError::sendFailed(result);
+    }
+}
+
+} // namespace
+
+void DDC::setVCP(std::uint8_t code, std::uint16_t value, CGDirectDisplayID displayID) {
+    throwUnlessSent(ddc_set_vcp(displayID, code, value), displayID);
+}
+
+void DDC::setPower(bool on, CGDirectDisplayID displayID) {
+    throwUnlessSent(ddc_set_power(displayID, on), displayID);
+}

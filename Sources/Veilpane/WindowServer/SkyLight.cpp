@@ -1,0 +1,26 @@
+#include "Veilpane/WindowServer/SkyLight.h"
+
+#include <dlfcn.h>
+
+namespace {
+
+template <class Function>
+Function function(const char* name) {
+    void* const skyLight =
+        dlopen("/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight", RTLD_LAZY);
+    return skyLight == nullptr ? nullptr : reinterpret_cast<Function>(dlsym(skyLight, name));
+}
+
+} // namespace
+
+SkyLight::ConfigureDisplayEnabled SkyLight::configureDisplayEnabled() {
+    return function<ConfigureDisplayEnabled>("SLSConfigureDisplayEnabled");
+}
+
+SkyLight::GetDisplayList SkyLight::getDisplayList() {
+    return function<GetDisplayList>("SLSGetDisplayList");
+}
+
+bool SkyLight::isAvailable() {
+    return configureDisplayEnabled() != nullptr;
+}

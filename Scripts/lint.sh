@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, actionlint
-# on the workflows, that no source file is left out of the build, and that the documents name tests that
-# exist.
+# on the workflows, that no source file is left out of the build, that the program's rooms include each
+# other in one direction only, and that the documents name tests that exist.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -23,6 +23,8 @@ git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform
         exit 1
     }
 done
+
+python3 Scripts/check_layers.py
 
 # Each known limit names the test that pins it.
 grep -o '\.[a-z_0-9]*` |$' Docs/KnownLimits.md | tr -cd 'a-z_0-9\n' | while read -r test; do

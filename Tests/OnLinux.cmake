@@ -5,8 +5,8 @@ set(TESTED_PROGRAM Veilpane)
 target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScreen.cpp)
 
 target_sources(UnitTests PRIVATE
-  Unit/FaultLoopTest.cpp
-  Unit/OwnedObjectsTest.cpp)
+  Unit/Power/FaultLoopTest.cpp
+  Unit/Ownership/OwnedObjectsTest.cpp)
 
 target_sources(EndToEndTests PRIVATE
   EndToEnd/DeskCommandTest.cpp
@@ -23,11 +23,11 @@ target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIR
 
 add_executable(MenuBarTests
   Support/MenuBarTest.mm
-  Unit/AppDelegateTest.mm
-  Unit/EventLogTest.mm
-  Unit/MenuRowViewsTest.mm
-  Unit/MenuTextTest.mm
-  Unit/StatusIconTest.mm)
+  Unit/Menu/AppDelegateTest.mm
+  Unit/Menu/EventLogTest.mm
+  Unit/Menu/MenuRowViewsTest.mm
+  Unit/Menu/MenuTextTest.mm
+  Unit/Menu/StatusIconTest.mm)
 target_link_libraries(MenuBarTests PRIVATE TestSupport CompilerWarnings)
 gtest_discover_tests(MenuBarTests PROPERTIES LABELS menu-bar)
 
@@ -45,3 +45,8 @@ add_executable(StatusIconPicture Pictures/StatusIconPicture.mm)
 target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
+
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+add_test(NAME Form.rooms_include_each_other_in_one_direction
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Form/test_check_layers.py)
+set_tests_properties(Form.rooms_include_each_other_in_one_direction PROPERTIES LABELS form)

@@ -1,6 +1,7 @@
 #include "CDdc/ddc.h"
 
-#include "Ownership/RegistryProperty.h"
+#include "Registry/RegistryEntries.h"
+#include "Registry/RegistryProperties.h"
 
 #include <IOKit/IOKitLib.h>
 
@@ -12,6 +13,8 @@
 extern "C" {
 #include <IOKit/i2c/IOI2CInterface.h>
 }
+
+namespace veilpane {
 
 namespace {
 
@@ -56,36 +59,12 @@ constexpr SetVCPMessage setVCPMessage(std::uint8_t code, std::uint16_t value) {
     return message;
 }
 
-// CFNumberGetValue writes the low 32 bits of a number that is too large for SInt32 and reports a
-// loss. Display IDs with the top bit set are such numbers, so the report is not looked at.
-std::uint32_t lowWord(CFNumberRef number) {
-    SInt32 value = 0;
-    CFNumberGetValue(number, kCFNumberSInt32Type, &value);
-    return static_cast<std::uint32_t>(value);
-}
-
-bool isNumber(CFTypeRef object) {
-    return CFGetTypeID(object) == CFNumberGetTypeID();
-}
-
 std::uint32_t numberOrZero(CFTypeRef object) {
-    return isNumber(object) ? lowWord(static_cast<CFNumberRef>(object)) : 0;
-}
-
-// The first four bytes of a data object in the machine's byte order; 0 when there are fewer.
-std::uint32_t firstWord(CFDataRef data) {
-    std::uint32_t value = 0;
-    if (CFDataGetLength(data) >= static_cast<CFIndex>(sizeof value)) {
-        CFDataGetBytes(data, CFRangeMake(0, sizeof value), reinterpret_cast<UInt8*>(&value));
-    }
-    return value;
+    return isNumber(object) ? signedWord(object) : 0;
 }
 
 std::uint32_t numberOrDataOrZero(CFTypeRef object) {
-    if (CFGetTypeID(object) == CFDataGetTypeID()) {
-        return firstWord(static_cast<CFDataRef>(object));
-    }
-    return numberOrZero(object);
+    return isNumber(object) ? signedWord(object) : firstWordOfData(object).value_or(0);
 }
 
 bool framebufferHasDisplayID(io_service_t framebuffer, CGDirectDisplayID display) {
@@ -96,7 +75,7 @@ bool framebufferHasDisplayID(io_service_t framebuffer, CGDirectDisplayID display
 // Unlike a framebuffer's, a child's DisplayID counts only as a number.
 bool childHasDisplayID(io_registry_entry_t child, CGDirectDisplayID display) {
     const auto property = copyRegistryProperty(child, CFSTR("DisplayID"));
-    return property && isNumber(property.get()) && numberOrZero(property.get()) == display;
+    return property && isNumber(property.get()) && signedWord(property.get()) == display;
 }
 
 // Vendor and product both 0 mean that the monitor was not identified, which says nothing.
@@ -112,21 +91,9 @@ bool childHasVendorAndModel(io_registry_entry_t child, CGDirectDisplayID display
            (vendor != 0 || product != 0);
 }
 
-IORef childIterator(io_registry_entry_t entry) {
-    io_iterator_t children = IO_OBJECT_NULL;
-    if (IORegistryEntryGetChildIterator(entry, kIOServicePlane, &children) != kIOReturnSuccess) {
-        return {};
-    }
-    return IORef::adopt(children);
-}
-
-IORef nextObject(const IORef& iterator) {
-    return iterator ? IORef::adopt(IOIteratorNext(iterator.get())) : IORef();
-}
-
 bool someChildIsDisplay(io_service_t framebuffer, CGDirectDisplayID display) {
-    const IORef children = childIterator(framebuffer);
-    while (const IORef child = nextObject(children)) {
+    const IORef children = childrenOf(framebuffer);
+    while (const IORef child = nextEntry(children)) {
         if (childHasDisplayID(child.get(), display) ||
             childHasVendorAndModel(child.get(), display)) {
             return true;
@@ -165,15 +132,10 @@ IORef framebufferKnownToCoreGraphics(CGDirectDisplayID display) {
 }
 
 IORef framebufferFoundInRegistry(CGDirectDisplayID display) {
-    io_iterator_t matches = IO_OBJECT_NULL;
-    if (IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching("IOFramebuffer"),
-                                     &matches) != kIOReturnSuccess) {
-        return {};
-    }
-    const IORef framebuffers = IORef::adopt(matches);
+    const IORef framebuffers = matchingServices("IOFramebuffer");
     IORef candidate;
     int candidates = 0;
-    while (IORef framebuffer = nextObject(framebuffers)) {
+    while (IORef framebuffer = nextEntry(framebuffers)) {
         if (framebufferHasDisplayID(framebuffer.get(), display) ||
             someChildIsDisplay(framebuffer.get(), display)) {
             return framebuffer;
@@ -197,8 +159,8 @@ IORef interfaceOnBus(io_service_t framebuffer, IOOptionBits bus) {
 }
 
 IORef interfaceAmongChildren(io_service_t framebuffer) {
-    const IORef children = childIterator(framebuffer);
-    while (IORef child = nextObject(children)) {
+    const IORef children = childrenOf(framebuffer);
+    while (IORef child = nextEntry(children)) {
         if (IOObjectConformsTo(child.get(), "IOFramebufferI2CInterface") != 0 ||
             IOObjectConformsTo(child.get(), "IOI2CInterface") != 0) {
             return child;
@@ -215,7 +177,7 @@ I2CConnection openConnection(IORef interface) {
 }
 
 // The call's own status only tells that the bus was given back; the transfer's is in the request.
-bool send(I2CConnection connection, SetVCPMessage message) {
+bool sendRequest(I2CConnection connection, SetVCPMessage message) {
     IOI2CRequest request = {};
     request.sendTransactionType = kIOI2CSimpleTransactionType;
     request.replyTransactionType = kIOI2CNoTransactionType;
@@ -228,48 +190,51 @@ bool send(I2CConnection connection, SetVCPMessage message) {
 
 } // namespace
 
+} // namespace veilpane
+
 std::int32_t ddc_set_vcp(CGDirectDisplayID display, std::uint8_t code, std::uint16_t value) {
-    const IORef framebuffer = copy_framebuffer_for_display(display);
+    const veilpane::IORef framebuffer = copy_framebuffer_for_display(display);
     if (!framebuffer) {
         return DDCResultNoFramebuffer;
     }
-    IORef interface = copy_i2c_interface(framebuffer.get());
+    veilpane::IORef interface = copy_i2c_interface(framebuffer.get());
     if (!interface) {
         return DDCResultNoI2CInterface;
     }
-    I2CConnection connection = openConnection(std::move(interface));
+    veilpane::I2CConnection connection = veilpane::openConnection(std::move(interface));
     if (!connection) {
         return DDCResultOpenFailed;
     }
-    const bool sent = send(std::move(connection), setVCPMessage(code, value));
+    const bool sent =
+        veilpane::sendRequest(std::move(connection), veilpane::setVCPMessage(code, value));
     return sent ? DDCResultSent : DDCResultSendFailed;
 }
 
 std::int32_t ddc_set_power(CGDirectDisplayID display, bool on) {
-    return ddc_set_vcp(display, vcpPower, on ? powerOn : powerOff);
+    return ddc_set_vcp(display, veilpane::vcpPower, on ? veilpane::powerOn : veilpane::powerOff);
 }
 
 int ddc_can_control(CGDirectDisplayID display) {
-    IORef framebuffer = copy_framebuffer_for_display(display);
+    veilpane::IORef framebuffer = copy_framebuffer_for_display(display);
     if (!framebuffer) {
         return 0;
     }
-    const IORef interface = copy_i2c_interface(framebuffer.get());
+    const veilpane::IORef interface = copy_i2c_interface(framebuffer.get());
     framebuffer.reset();
     return interface ? 1 : 0;
 }
 
-IORef copy_framebuffer_for_display(CGDirectDisplayID display) {
-    IORef framebuffer = framebufferKnownToCoreGraphics(display);
-    return framebuffer ? std::move(framebuffer) : framebufferFoundInRegistry(display);
+veilpane::IORef copy_framebuffer_for_display(CGDirectDisplayID display) {
+    veilpane::IORef framebuffer = veilpane::framebufferKnownToCoreGraphics(display);
+    return framebuffer ? std::move(framebuffer) : veilpane::framebufferFoundInRegistry(display);
 }
 
-IORef copy_i2c_interface(io_service_t framebuffer) {
-    const IOItemCount buses = i2cBusCount(framebuffer);
+veilpane::IORef copy_i2c_interface(io_service_t framebuffer) {
+    const IOItemCount buses = veilpane::i2cBusCount(framebuffer);
     for (IOOptionBits bus = 0; bus < buses; ++bus) {
-        if (IORef interface = interfaceOnBus(framebuffer, bus)) {
+        if (veilpane::IORef interface = veilpane::interfaceOnBus(framebuffer, bus)) {
             return interface;
         }
     }
-    return interfaceAmongChildren(framebuffer);
+    return veilpane::interfaceAmongChildren(framebuffer);
 }

@@ -21,8 +21,9 @@ enum DDCResult : std::int32_t {
     DDCResultSendFailed = 4,
 };
 
-/// Sends one Set VCP Feature message to the display's monitor: one attempt, no reply read.
-/// Returns a DDCResult.
+/// Sends one Set VCP Feature message to the display's monitor: one attempt, no reply read. `value`
+/// goes out as it is; what range makes sense depends on the code and the monitor, 0 to 100 for the
+/// brightness. Returns a DDCResult.
 std::int32_t ddc_set_vcp(CGDirectDisplayID display, std::uint8_t code, std::uint16_t value);
 
 /// Wakes the monitor or puts it in standby. Returns a DDCResult.
@@ -33,7 +34,7 @@ std::int32_t ddc_set_power(CGDirectDisplayID display, bool on);
 int ddc_can_control(CGDirectDisplayID display);
 
 /// The framebuffer service behind a display; empty when it cannot be told which one it is.
-[[nodiscard]] IORef copy_framebuffer_for_display(CGDirectDisplayID display);
+[[nodiscard]] veilpane::IORef copy_framebuffer_for_display(CGDirectDisplayID display);
 
 /// The first I2C interface of a framebuffer; empty when it has none.
-[[nodiscard]] IORef copy_i2c_interface(io_service_t framebuffer);
+[[nodiscard]] veilpane::IORef copy_i2c_interface(io_service_t framebuffer);

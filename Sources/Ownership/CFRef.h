@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Ownership/OwnedReference.h"
+#include "Ownership/Owned.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+
+namespace veilpane {
 
 template <class Ref>
 struct CFTraits {
@@ -14,4 +16,6 @@ struct CFTraits {
 
 /// Owns a CoreFoundation object.
 template <class Ref>
-using CFRef = OwnedReference<CFTraits<Ref>>;
+using CFRef = Owned<CFTraits<Ref>>;
+
+} // namespace veilpane

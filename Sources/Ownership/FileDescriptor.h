@@ -3,6 +3,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace veilpane {
+
 /// Owns an open file descriptor. A negative one, as a failed system call returns it, is none.
 class FileDescriptor {
 public:
@@ -10,7 +12,7 @@ public:
     FileDescriptor(FileDescriptor&& other) noexcept
         : descriptor_(std::exchange(other.descriptor_, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
+        FileDescriptor(std::move(other)).swap(*this);
         return *this;
     }
     FileDescriptor(const FileDescriptor&) = delete;
@@ -27,6 +29,10 @@ public:
         }
     }
 
+    void swap(FileDescriptor& other) noexcept { std::swap(descriptor_, other.descriptor_); }
+
 private:
     int descriptor_;
 };
+
+} // namespace veilpane

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Ownership/OwnedReference.h"
+#include "Ownership/Owned.h"
 
 #include <IOKit/IOKitLib.h>
+
+namespace veilpane {
 
 struct IOObjectTraits {
     using Raw = io_object_t;
@@ -12,4 +14,6 @@ struct IOObjectTraits {
 };
 
 /// Owns an I/O Kit object: a registry entry or an iterator.
-using IORef = OwnedReference<IOObjectTraits>;
+using IORef = Owned<IOObjectTraits>;
+
+} // namespace veilpane

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "Ownership/OwnedReference.h"
+#include "Ownership/Owned.h"
 
 #import <Foundation/Foundation.h>
+
+namespace veilpane {
 
 template <class Object>
 struct NSObjectTraits {
@@ -14,7 +16,7 @@ struct NSObjectTraits {
 
 /// Owns an Objective-C object under manual retain/release.
 template <class Object>
-using NSRef = OwnedReference<NSObjectTraits<Object>>;
+using NSRef = Owned<NSObjectTraits<Object>>;
 
 /// Keeps an object until the autorelease pool is drained: for a method that may lose the last
 /// reference to its own object, whose caller goes on using it.
@@ -22,3 +24,5 @@ template <class Object>
 void keepUntilPoolDrains(Object* object) {
     [[object retain] autorelease];
 }
+
+} // namespace veilpane

@@ -4,6 +4,8 @@
 
 @class AppDelegate;
 
+namespace veilpane {
+
 /// Keeps the application delegate alive for the life of the process: NSApplication does not.
 class AppMain {
 public:
@@ -12,3 +14,5 @@ public:
     /// Empty until the menu-bar application starts.
     NSRef<AppDelegate> delegate;
 };
+
+} // namespace veilpane

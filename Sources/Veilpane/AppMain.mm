@@ -2,6 +2,10 @@
 
 #import "Veilpane/Menu/AppDelegate.h"
 
+namespace veilpane {
+
 // Not destroyed with the other statics: AppKit may still look at its delegate while the process
 // exits.
-[[clang::no_destroy]] AppMain AppMain::shared;
+[[clang::no_destroy]] constinit AppMain AppMain::shared;
+
+} // namespace veilpane

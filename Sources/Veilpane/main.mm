@@ -2,12 +2,13 @@
 #include "Veilpane/CommandLine/CLI.h"
 #include "Veilpane/CommandLine/ExitStatus.h"
 #import "Veilpane/Menu/AppDelegate.h"
-#include "Veilpane/Support/StandardDescriptors.h"
-#include "Veilpane/Support/StandardError.h"
+#include "Veilpane/Support/StandardStreams.h"
 
 #import <AppKit/AppKit.h>
 
 #include <csignal>
+
+namespace veilpane {
 
 namespace {
 
@@ -16,13 +17,11 @@ void runApplication() {
     [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
     AppMain::shared.delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
     [application setDelegate:AppMain::shared.delegate.get()];
-    writeToStandardError(@"Veilpane GUI starting…\n");
+    writeToStandardError("Veilpane GUI starting…\n");
     [application run];
 }
 
-} // namespace
-
-int main() {
+void runProgram() {
     openMissingStandardDescriptors();
     // Whoever reads the output may go away; that must not end the application, nor a command
     // between switching a display off and on again.
@@ -32,5 +31,13 @@ int main() {
             runApplication();
         }
     }
-    return ExitStatusSuccess;
+}
+
+} // namespace
+
+} // namespace veilpane
+
+int main() {
+    veilpane::runProgram();
+    return veilpane::ExitStatusSuccess;
 }

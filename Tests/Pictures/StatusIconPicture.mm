@@ -18,7 +18,7 @@ NSImage* drawnIn(NSColor* color) {
     NSAffineTransform* const large = [NSAffineTransform transform];
     [large scaleBy:scale];
     [large concat];
-    [[[makeStatusIcon() representations] lastObject] draw];
+    [[[veilpane::makeStatusIcon() representations] lastObject] draw];
     [color set];
     NSRectFillUsingOperation(NSMakeRect(0, 0, 18, 18), NSCompositeSourceIn);
     [picture unlockFocus];

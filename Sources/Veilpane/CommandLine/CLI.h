@@ -1,5 +1,7 @@
 #pragma once
 
+namespace veilpane {
+
 /// The command line: `--power on|off [displayID]`, `--list`, `--selftest`.
 namespace CLI {
 
@@ -9,3 +11,5 @@ namespace CLI {
 bool runIfNeeded();
 
 } // namespace CLI
+
+} // namespace veilpane

@@ -8,7 +8,7 @@
 #include "Veilpane/Power/DisplayDisconnect.h"
 #include "Veilpane/Power/DisplayPower.h"
 #include "Veilpane/Support/DecimalNumber.h"
-#include "Veilpane/Support/StandardOutput.h"
+#include "Veilpane/Support/StandardStreams.h"
 #include "Veilpane/Support/UTF8Text.h"
 
 #import <Foundation/Foundation.h>
@@ -19,6 +19,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace veilpane {
 
 namespace {
 
@@ -130,3 +132,5 @@ bool CLI::runIfNeeded() {
     }
     std::exit(runSelfTest(displays));
 }
+
+} // namespace veilpane

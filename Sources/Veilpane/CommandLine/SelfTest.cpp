@@ -5,11 +5,13 @@
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
 #include "Veilpane/Power/DisplayPower.h"
-#include "Veilpane/Support/StandardOutput.h"
+#include "Veilpane/Support/StandardStreams.h"
 #include "Veilpane/WindowServer/SkyLight.h"
 
 #include <algorithm>
 #include <string>
+
+namespace veilpane {
 
 namespace {
 
@@ -80,3 +82,5 @@ int runSelfTest(const std::vector<DisplayItem>& displays) {
     }
     return testDisplay(*chosen);
 }
+
+} // namespace veilpane

@@ -4,6 +4,8 @@
 
 #include <string>
 
+namespace veilpane {
+
 /// One listed display. Two records with the same `id` describe the same display.
 struct DisplayItem {
     CGDirectDisplayID id;
@@ -13,3 +15,5 @@ struct DisplayItem {
     bool isMirrorSlave;  ///< in a mirror set, and not as its main display
     bool isDisconnected; ///< soft-disconnected by this program
 };
+
+} // namespace veilpane

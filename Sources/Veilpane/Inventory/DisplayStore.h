@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace veilpane {
+
 /// The inventory of the displays that the user may act on. Main thread only.
 class DisplayStore {
 public:
@@ -28,3 +30,5 @@ private:
     ProfilerNames nameCache_;
     bool nameCacheLoaded_ = false;
 };
+
+} // namespace veilpane

@@ -9,18 +9,17 @@
 #import <Foundation/Foundation.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <iterator>
 #include <set>
 #include <utility>
 
-namespace {
+namespace veilpane {
 
-constexpr std::uint32_t onlineCapacity = 32;
+namespace {
 
 // Online displays in the window server's order, then the disconnected ones, which it does not list.
 std::vector<CGDirectDisplayID> candidateDisplays() {
-    auto listed = onlineDisplays(onlineCapacity).value_or(std::vector<CGDirectDisplayID>());
+    auto listed = onlineDisplays(inventoryCapacity).value_or(std::vector<CGDirectDisplayID>());
     const auto disconnected = DisplayDisconnect::ourDisconnectedIDs();
     listed.insert(listed.end(), disconnected.begin(), disconnected.end());
     std::vector<CGDirectDisplayID> candidates;
@@ -73,7 +72,8 @@ bool isListedBefore(const DisplayItem& a, const DisplayItem& b) {
 } // namespace
 
 DisplayStore& DisplayStore::shared() {
-    static DisplayStore store;
+    // AppKit may call the delegate, which asks for it, while the process exits.
+    [[clang::no_destroy]] static DisplayStore store;
     return store;
 }
 
@@ -131,3 +131,5 @@ DisplayItem DisplayStore::makeItem(CGDirectDisplayID displayID, bool disconnecte
     item.isDisconnected = disconnected;
     return item;
 }
+
+} // namespace veilpane

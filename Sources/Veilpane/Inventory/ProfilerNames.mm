@@ -7,6 +7,8 @@
 
 #include <optional>
 
+namespace veilpane {
+
 namespace {
 
 template <class Class>
@@ -61,3 +63,5 @@ ProfilerNames parseProfilerNames(std::string_view output) {
     }
     return names;
 }
+
+} // namespace veilpane

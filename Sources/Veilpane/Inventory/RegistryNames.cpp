@@ -1,11 +1,13 @@
 #include "Veilpane/Inventory/RegistryNames.h"
 
-#include "Ownership/IORef.h"
-#include "Ownership/RegistryProperty.h"
+#include "Registry/RegistryEntries.h"
+#include "Registry/RegistryProperties.h"
 
 #include <algorithm>
 #include <array>
 #include <vector>
+
+namespace veilpane {
 
 namespace {
 
@@ -13,23 +15,6 @@ constexpr std::array displayClasses = {"IODisplayConnect", "IODisplay", "AppleCL
 
 bool hasType(CFTypeRef object, CFTypeID type) {
     return CFGetTypeID(object) == type;
-}
-
-// Numbers are read as 64 bits and cut here: a read as 32 bits reports a loss for every number above
-// 2147483647, and what it writes then is not documented.
-std::uint32_t numberValue(CFNumberRef number) {
-    std::int64_t value = 0;
-    CFNumberGetValue(number, kCFNumberSInt64Type, &value);
-    return static_cast<std::uint32_t>(value);
-}
-
-std::optional<std::uint32_t> dataValue(CFDataRef data) {
-    std::uint32_t value = 0;
-    if (CFDataGetLength(data) < static_cast<CFIndex>(sizeof value)) {
-        return std::nullopt;
-    }
-    CFDataGetBytes(data, CFRangeMake(0, sizeof value), reinterpret_cast<UInt8*>(&value));
-    return value;
 }
 
 std::optional<std::string> nonEmptyText(CFStringRef string) {
@@ -110,21 +95,9 @@ std::optional<std::string> nameOfService(io_service_t service, const MonitorKind
     return registryProductName(service);
 }
 
-IORef matchingServices(const char* className) {
-    io_iterator_t services = IO_OBJECT_NULL;
-    if (IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching(className), &services) !=
-        kIOReturnSuccess) {
-        return {};
-    }
-    return IORef::adopt(services);
-}
-
 std::optional<std::string> nameAmongServices(const char* className, const MonitorKind& kind) {
     const IORef services = matchingServices(className);
-    if (!services) {
-        return std::nullopt;
-    }
-    while (const IORef service = IORef::adopt(IOIteratorNext(services.get()))) {
+    while (const IORef service = nextEntry(services)) {
         if (auto name = nameOfService(service.get(), kind)) {
             return name;
         }
@@ -144,24 +117,6 @@ std::optional<std::string> iokitDisplayName(CGDirectDisplayID displayID) {
     return std::nullopt;
 }
 
-std::optional<std::uint32_t> registryUInt32(io_registry_entry_t entry, CFStringRef key) {
-    const auto property = copyRegistryProperty(entry, key);
-    if (!property) {
-        return std::nullopt;
-    }
-    const CFTypeRef object = property.get();
-    if (hasType(object, CFNumberGetTypeID())) {
-        return numberValue(static_cast<CFNumberRef>(object));
-    }
-    if (hasType(object, CFBooleanGetTypeID())) {
-        return CFBooleanGetValue(static_cast<CFBooleanRef>(object)) != 0 ? 1 : 0;
-    }
-    if (hasType(object, CFDataGetTypeID())) {
-        return dataValue(static_cast<CFDataRef>(object));
-    }
-    return std::nullopt;
-}
-
 std::optional<std::string> registryProductName(io_registry_entry_t entry) {
     const auto property = copyRegistryProperty(entry, CFSTR("DisplayProductName"));
     if (!property) {
@@ -176,3 +131,5 @@ std::optional<std::string> registryProductName(io_registry_entry_t entry) {
     }
     return std::nullopt;
 }
+
+} // namespace veilpane

@@ -4,6 +4,8 @@
 
 #import <AppKit/AppKit.h>
 
+namespace veilpane {
+
 namespace {
 
 bool showsDisplay(NSScreen* screen, CGDirectDisplayID displayID) {
@@ -24,3 +26,5 @@ std::optional<std::string> screenName(CGDirectDisplayID displayID) {
         return std::nullopt;
     }
 }
+
+} // namespace veilpane

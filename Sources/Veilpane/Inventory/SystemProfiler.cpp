@@ -11,6 +11,8 @@
 
 extern char** environ;
 
+namespace veilpane {
+
 namespace {
 
 constexpr const char* executable = "/usr/sbin/system_profiler";
@@ -106,3 +108,5 @@ std::optional<std::string> runSystemProfiler() {
     waitForExit(*child);
     return output;
 }
+
+} // namespace veilpane

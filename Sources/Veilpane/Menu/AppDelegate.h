@@ -11,15 +11,18 @@
 #include <string>
 
 @class PowerSwitchRowView;
+
+namespace veilpane {
 class DisplayStore;
+} // namespace veilpane
 
 /// The menu-bar application: a status item whose menu has one switch per display. Main thread only.
 @interface AppDelegate : NSObject <NSApplicationDelegate, NSMenuDelegate> {
 @private
-    NSRef<NSStatusItem> _statusItem;
-    DisplayStore* _store;
+    veilpane::NSRef<NSStatusItem> _statusItem;
+    veilpane::DisplayStore* _store;
     std::optional<std::string> _lastMessage;
-    std::map<CGDirectDisplayID, NSRef<PowerSwitchRowView>> _powerRows;
+    std::map<CGDirectDisplayID, veilpane::NSRef<PowerSwitchRowView>> _powerRows;
     /// Rows hold it weakly, so that they can tell whether the delegate is still there.
     std::shared_ptr<AppDelegate*> _presence;
 }

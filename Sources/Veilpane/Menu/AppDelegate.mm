@@ -18,6 +18,8 @@
 #include <optional>
 #include <string>
 
+namespace veilpane {
+
 namespace {
 
 // Only what this program records itself counts: a monitor that DDC put in standby is on.
@@ -41,12 +43,14 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 } // namespace
 
+} // namespace veilpane
+
 @implementation AppDelegate
 
 - (instancetype)init {
     self = [super init];
     if (self != nil) {
-        _store = &DisplayStore::shared();
+        _store = &veilpane::DisplayStore::shared();
         _presence = std::make_shared<AppDelegate*>(self);
     }
     return self;
@@ -58,26 +62,26 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 - (void)applicationDidFinishLaunching:(NSNotification*)__unused notification {
     if (_statusItem) {
-        EventLog::log(@"didFinishLaunching already done — ignore");
+        veilpane::EventLog::log(@"didFinishLaunching already done — ignore");
         return;
     }
-    EventLog::log(@"applicationDidFinishLaunching");
+    veilpane::EventLog::log(@"applicationDidFinishLaunching");
     // The status bar does not retain its items.
-    _statusItem = NSRef<NSStatusItem>::retain(
+    _statusItem = veilpane::NSRef<NSStatusItem>::retain(
         [[NSStatusBar systemStatusBar] statusItemWithLength:NSVariableStatusItemLength]);
     NSStatusBarButton* const button = [_statusItem.get() button];
     if (button == nil) {
-        EventLog::log(@"ERROR: statusItem.button is nil");
+        veilpane::EventLog::log(@"ERROR: statusItem.button is nil");
         return;
     }
     [self setUpButton:button];
     [_statusItem.get() setMenu:[self makeMenu]];
-    EventLog::log([@"status item created image=true buttonWidth="
-        stringByAppendingString:shortestDecimal([button frame].size.width)]);
+    veilpane::EventLog::log([@"status item created image=true buttonWidth="
+        stringByAppendingString:veilpane::EventLog::shortestDecimal([button frame].size.width)]);
 }
 
 - (void)applicationWillTerminate:(NSNotification*)__unused notification {
-    BlackoutController::shared().restoreAll();
+    veilpane::BlackoutController::shared().restoreAll();
 }
 
 - (void)menuNeedsUpdate:(NSMenu*)menu {
@@ -103,13 +107,13 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 - (void)quit {
     if (NSApp == nil) {
-        fatalError("there is no application to quit");
+        veilpane::fatalError("there is no application to quit");
     }
     [NSApp terminate:nil];
 }
 
 - (void)setUpButton:(NSStatusBarButton*)button {
-    NSImage* const icon = makeStatusIcon();
+    NSImage* const icon = veilpane::makeStatusIcon();
     [icon setTemplate:YES];
     [button setImage:icon];
     [button setImagePosition:NSImageOnly];
@@ -125,7 +129,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     return menu;
 }
 
-- (void)addDisplays:(const std::vector<DisplayItem>&)displays toMenu:(NSMenu*)menu {
+- (void)addDisplays:(const std::vector<veilpane::DisplayItem>&)displays toMenu:(NSMenu*)menu {
     if (displays.empty()) {
         [menu addItem:[self makeLabelItemWithText:@"未检测到显示器"
                                              font:[NSFont systemFontOfSize:13]
@@ -133,7 +137,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
                                      trailingText:nil
                                            height:40]];
     }
-    for (const DisplayItem& display : displays) {
+    for (const veilpane::DisplayItem& display : displays) {
         if (&display != &displays.front()) {
             [menu addItem:[NSMenuItem separatorItem]];
         }
@@ -145,7 +149,8 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     if (!_lastMessage) {
         return;
     }
-    [menu addItem:[self makeLabelItemWithText:shortenedForMenu(nsString(*_lastMessage))
+    [menu addItem:[self makeLabelItemWithText:veilpane::shortenedForMenu(
+                                                  veilpane::nsString(*_lastMessage))
                                          font:[NSFont systemFontOfSize:11]
                                         color:[NSColor tertiaryLabelColor]
                                  trailingText:nil
@@ -159,15 +164,15 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
                         trailingText:(NSString*)trailingText
                               height:(CGFloat)height {
     const auto view =
-        NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc] initWithText:text
-                                                                         font:font
-                                                                        color:color
-                                                                 trailingText:trailingText
-                                                                       height:height]);
-    return makeItem(view.get(), false);
+        veilpane::NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc] initWithText:text
+                                                                                   font:font
+                                                                                  color:color
+                                                                           trailingText:trailingText
+                                                                                 height:height]);
+    return veilpane::makeItem(view.get(), false);
 }
 
-- (NSMenuItem*)makePowerItemFor:(const DisplayItem&)display {
+- (NSMenuItem*)makePowerItemFor:(const veilpane::DisplayItem&)display {
     const std::weak_ptr<AppDelegate*> presence = _presence;
     const CGDirectDisplayID displayID = display.id;
     auto onToggle = [presence, displayID](bool wantsOn) {
@@ -175,25 +180,25 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
             [*present handleToggleWithDisplayID:displayID wantsOn:wantsOn];
         }
     };
-    auto row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
+    auto row = veilpane::NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
         initWithDisplayID:displayID
-                    title:nsString(display.name)
+                    title:veilpane::nsString(display.name)
                    isMain:display.isMain
-                     isOn:currentlyOn(displayID)
+                     isOn:veilpane::currentlyOn(displayID)
                  onToggle:std::move(onToggle)]);
-    NSMenuItem* const item = makeItem(row.get(), true);
+    NSMenuItem* const item = veilpane::makeItem(row.get(), true);
     _powerRows.insert_or_assign(displayID, std::move(row));
     return item;
 }
 
 - (NSMenuItem*)makeQuitItem {
-    const auto view = NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc]
+    const auto view = veilpane::NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc]
         initWithText:@"退出"
                 font:[NSFont systemFontOfSize:13]
                color:[NSColor labelColor]
         trailingText:@"⌘Q"
               height:32]);
-    NSMenuItem* const item = makeItem(view.get(), true);
+    NSMenuItem* const item = veilpane::makeItem(view.get(), true);
     [item setTarget:self];
     [item setAction:@selector(quit)];
     [item setKeyEquivalent:@"q"];
@@ -202,18 +207,18 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 
 - (void)handleToggleWithDisplayID:(CGDirectDisplayID)displayID wantsOn:(bool)wantsOn {
     // The alert runs the event loop, which may let go of this object.
-    keepUntilPoolDrains(self);
+    veilpane::keepUntilPoolDrains(self);
     if (!wantsOn && CGDisplayIsMain(displayID) != 0) {
         _lastMessage = "主屏禁止关闭";
         [self showDisplay:displayID asOn:true];
         NSBeep();
         return;
     }
-    const PowerResult result = DisplayPower::setPower(wantsOn, displayID);
+    const veilpane::PowerResult result = veilpane::DisplayPower::setPower(wantsOn, displayID);
     _lastMessage = (wantsOn ? "开： " : "关： ") + result.message;
-    [self showDisplay:displayID asOn:currentlyOn(displayID)];
+    [self showDisplay:displayID asOn:veilpane::currentlyOn(displayID)];
     if (!result.success) {
-        showAlert(wantsOn, displayID, result);
+        veilpane::showAlert(wantsOn, displayID, result);
     }
 }
 

@@ -1,7 +1,9 @@
 #include "Veilpane/Menu/EventLog.h"
 
 #include "Ownership/NSRef.h"
-#include "Veilpane/Support/StandardError.h"
+#include "Veilpane/Support/StandardStreams.h"
+
+namespace veilpane {
 
 namespace {
 
@@ -27,12 +29,8 @@ void append(NSData* data, NSFileHandle* file) {
     [file closeAndReturnError:nullptr];
 }
 
-void appendToLogFile(NSString* line) {
+void appendToLogFile(NSData* data) {
     NSURL* const url = logFile();
-    NSData* const data = [line dataUsingEncoding:NSUTF8StringEncoding];
-    if (data == nil) {
-        return;
-    }
     NSFileHandle* const file = [NSFileHandle fileHandleForWritingToURL:url error:nullptr];
     if (file == nil) {
         [data writeToURL:url options:0 error:nullptr];
@@ -45,8 +43,25 @@ void appendToLogFile(NSString* line) {
 
 void EventLog::log(NSString* message) {
     @autoreleasepool {
-        NSString* const line = logLine(message);
-        writeToStandardError(line);
-        appendToLogFile(line);
+        // nil for a text that UTF-8 cannot express.
+        NSData* const line = [logLine(message) dataUsingEncoding:NSUTF8StringEncoding];
+        writeToStandardError({static_cast<const char*>([line bytes]), [line length]});
+        if (line != nil) {
+            appendToLogFile(line);
+        }
     }
 }
+
+NSString* EventLog::shortestDecimal(double number) {
+    constexpr int mostDigits = 17;
+    NSString* text = nil;
+    for (int digits = 1; digits <= mostDigits; ++digits) {
+        text = [NSString stringWithFormat:@"%.*f", digits, number];
+        if ([text doubleValue] == number) {
+            break;
+        }
+    }
+    return text;
+}
+
+} // namespace veilpane

@@ -6,6 +6,8 @@
 
 #include <string>
 
+namespace veilpane {
+
 namespace {
 
 constexpr const char* note = "\n\n说明：\n"
@@ -32,3 +34,5 @@ void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result) 
     [NSApp activateIgnoringOtherApps:YES];
     [alert.get() runModal];
 }
+
+} // namespace veilpane

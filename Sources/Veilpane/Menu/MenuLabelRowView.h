@@ -7,8 +7,8 @@
 /// A menu row with a line of text and, optionally, a second text at the right.
 @interface MenuLabelRowView : NSView {
 @private
-    NSRef<NSTextField> _label;
-    NSRef<NSTextField> _trailing;
+    veilpane::NSRef<NSTextField> _label;
+    veilpane::NSRef<NSTextField> _trailing;
 }
 
 /// `trailingText` may be nil; `height` is in points.

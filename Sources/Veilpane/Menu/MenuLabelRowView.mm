@@ -4,9 +4,6 @@
 #include "Veilpane/Menu/MenuMetrics.h"
 #include "Veilpane/Support/FatalError.h"
 
-using MenuMetrics::rowWidth;
-using MenuMetrics::sideMargin;
-
 @implementation MenuLabelRowView
 
 - (instancetype)initWithText:(NSString*)text
@@ -14,8 +11,8 @@ using MenuMetrics::sideMargin;
                        color:(NSColor*)color
                 trailingText:(NSString*)trailingText
                       height:(CGFloat)height {
-    auto label = NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
-    auto trailing = NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
+    auto label = veilpane::NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
+    auto trailing = veilpane::NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
     self = [super initWithFrame:NSZeroRect];
     if (self == nil) {
         return nil;
@@ -34,7 +31,7 @@ using MenuMetrics::sideMargin;
 }
 
 - (instancetype)initWithCoder:(NSCoder*)__unused coder {
-    fatalError("init(coder:) has not been implemented");
+    veilpane::fatalError("init(coder:) has not been implemented");
 }
 
 - (NSTextField*)label {
@@ -68,20 +65,22 @@ using MenuMetrics::sideMargin;
     NSTextField* const label = _label.get();
     return [NSMutableArray
         arrayWithObjects:[[label leadingAnchor] constraintEqualToAnchor:[self leadingAnchor]
-                                                               constant:sideMargin],
+                                                               constant:veilpane::menuSideMargin],
                          [[label trailingAnchor]
                              constraintLessThanOrEqualToAnchor:[self trailingAnchor]
-                                                      constant:-sideMargin],
+                                                      constant:-veilpane::menuSideMargin],
                          [[label centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
                          [[self heightAnchor] constraintEqualToConstant:height],
-                         [[self widthAnchor] constraintEqualToConstant:rowWidth], nil];
+                         [[self widthAnchor] constraintEqualToConstant:veilpane::menuRowWidth],
+                         nil];
 }
 
 - (NSArray*)trailingConstraints {
     NSTextField* const trailing = _trailing.get();
     return [NSArray
-        arrayWithObjects:[[trailing trailingAnchor] constraintEqualToAnchor:[self trailingAnchor]
-                                                                   constant:-sideMargin],
+        arrayWithObjects:[[trailing trailingAnchor]
+                             constraintEqualToAnchor:[self trailingAnchor]
+                                            constant:-veilpane::menuSideMargin],
                          [[trailing centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
                          [[_label.get() trailingAnchor]
                              constraintLessThanOrEqualToAnchor:[trailing leadingAnchor]

@@ -2,10 +2,10 @@
 
 #import <AppKit/AppKit.h>
 
-/// The measures, in points, that all rows of the menu share.
-namespace MenuMetrics {
+namespace veilpane {
 
-constexpr CGFloat rowWidth = 280;
-constexpr CGFloat sideMargin = 16;
+// The measures, in points, that all rows of the menu share.
+constexpr CGFloat menuRowWidth = 280;
+constexpr CGFloat menuSideMargin = 16;
 
-} // namespace MenuMetrics
+} // namespace veilpane

@@ -1,5 +1,7 @@
 #include "Veilpane/Menu/MenuText.h"
 
+namespace veilpane {
+
 namespace {
 
 constexpr NSUInteger longestText = 64;
@@ -24,14 +26,4 @@ NSString* shortenedForMenu(NSString* text) {
         [[text substringToIndex:indexAfter(text, keptOfLongerText)] stringByAppendingString:@"…"];
 }
 
-NSString* shortestDecimal(double number) {
-    constexpr int mostDigits = 17;
-    NSString* text = nil;
-    for (int digits = 1; digits <= mostDigits; ++digits) {
-        text = [NSString stringWithFormat:@"%.*f", digits, number];
-        if ([text doubleValue] == number) {
-            break;
-        }
-    }
-    return text;
-}
+} // namespace veilpane

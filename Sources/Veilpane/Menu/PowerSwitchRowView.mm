@@ -4,8 +4,7 @@
 #include "Veilpane/Menu/MenuMetrics.h"
 #include "Veilpane/Support/FatalError.h"
 
-using MenuMetrics::rowWidth;
-using MenuMetrics::sideMargin;
+namespace veilpane {
 
 namespace {
 
@@ -14,16 +13,20 @@ constexpr CGFloat iconSize = 18;
 
 } // namespace
 
+} // namespace veilpane
+
 @implementation PowerSwitchRowView
 
 - (instancetype)initWithDisplayID:(CGDirectDisplayID)displayID
                             title:(NSString*)title
-                           isMain:(BOOL)isMain
-                             isOn:(BOOL)isOn
-                         onToggle:(ToggleHandler)onToggle {
-    auto titleLabel = NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
-    auto powerSwitch = NSRef<NSSwitch>::adopt([[NSSwitch alloc] initWithFrame:NSZeroRect]);
-    auto iconView = NSRef<NSImageView>::adopt([[NSImageView alloc] initWithFrame:NSZeroRect]);
+                           isMain:(bool)isMain
+                             isOn:(bool)isOn
+                         onToggle:(veilpane::ToggleHandler)onToggle {
+    auto titleLabel = veilpane::NSRef<NSTextField>::retain([NSTextField labelWithString:@""]);
+    auto powerSwitch =
+        veilpane::NSRef<NSSwitch>::adopt([[NSSwitch alloc] initWithFrame:NSZeroRect]);
+    auto iconView =
+        veilpane::NSRef<NSImageView>::adopt([[NSImageView alloc] initWithFrame:NSZeroRect]);
     self = [super initWithFrame:NSZeroRect];
     if (self == nil) {
         return nil;
@@ -39,6 +42,9 @@ constexpr CGFloat iconSize = 18;
     [self setUpSwitch:isOn];
     [self addSubview:_iconView.get()];
     [self addSubview:_titleLabel.get()];
+    if (!isMain) {
+        [self addSubview:_powerSwitch.get()];
+    }
     NSMutableArray* const constraints = [self iconConstraints];
     [constraints addObjectsFromArray:isMain ? [self titleConstraintsWithoutSwitch]
                                             : [self titleConstraintsBesideSwitch]];
@@ -49,14 +55,14 @@ constexpr CGFloat iconSize = 18;
 }
 
 - (instancetype)initWithCoder:(NSCoder*)__unused coder {
-    fatalError("init(coder:) has not been implemented");
+    veilpane::fatalError("init(coder:) has not been implemented");
 }
 
 - (CGDirectDisplayID)displayID {
     return _displayID;
 }
 
-- (BOOL)isMain {
+- (bool)isMain {
     return _isMain;
 }
 
@@ -72,7 +78,7 @@ constexpr CGFloat iconSize = 18;
     return _iconView.get();
 }
 
-- (void)showOn:(BOOL)isOn {
+- (void)showOn:(bool)isOn {
     [_powerSwitch.get() setState:isOn ? NSControlStateValueOn : NSControlStateValueOff];
 }
 
@@ -94,7 +100,7 @@ constexpr CGFloat iconSize = 18;
     [label setTranslatesAutoresizingMaskIntoConstraints:NO];
 }
 
-- (void)setUpSwitch:(BOOL)isOn {
+- (void)setUpSwitch:(bool)isOn {
     NSSwitch* const powerSwitch = _powerSwitch.get();
     [powerSwitch setControlSize:NSControlSizeSmall];
     [self showOn:isOn];
@@ -108,10 +114,10 @@ constexpr CGFloat iconSize = 18;
     NSImageView* const icon = _iconView.get();
     return [NSMutableArray
         arrayWithObjects:[[icon leadingAnchor] constraintEqualToAnchor:[self leadingAnchor]
-                                                              constant:sideMargin],
+                                                              constant:veilpane::menuSideMargin],
                          [[icon centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
-                         [[icon widthAnchor] constraintEqualToConstant:iconSize],
-                         [[icon heightAnchor] constraintEqualToConstant:iconSize],
+                         [[icon widthAnchor] constraintEqualToConstant:veilpane::iconSize],
+                         [[icon heightAnchor] constraintEqualToConstant:veilpane::iconSize],
                          [[_titleLabel.get() leadingAnchor]
                              constraintEqualToAnchor:[icon trailingAnchor]
                                             constant:10],
@@ -122,40 +128,44 @@ constexpr CGFloat iconSize = 18;
     NSTextField* const title = _titleLabel.get();
     return [NSArray
         arrayWithObjects:[[title trailingAnchor] constraintEqualToAnchor:[self trailingAnchor]
-                                                                constant:-sideMargin],
+                                                                constant:-veilpane::menuSideMargin],
                          [[title centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]], nil];
 }
 
 - (NSArray*)titleConstraintsBesideSwitch {
     NSTextField* const title = _titleLabel.get();
     NSSwitch* const powerSwitch = _powerSwitch.get();
-    [self addSubview:powerSwitch];
     return [NSArray
         arrayWithObjects:[[title trailingAnchor]
                              constraintLessThanOrEqualToAnchor:[powerSwitch leadingAnchor]
                                                       constant:-12],
                          [[title centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
-                         [[powerSwitch trailingAnchor] constraintEqualToAnchor:[self trailingAnchor]
-                                                                      constant:-sideMargin],
+                         [[powerSwitch trailingAnchor]
+                             constraintEqualToAnchor:[self trailingAnchor]
+                                            constant:-veilpane::menuSideMargin],
                          [[powerSwitch centerYAnchor] constraintEqualToAnchor:[self centerYAnchor]],
                          nil];
 }
 
 - (NSArray*)sizeConstraints {
-    return [NSArray arrayWithObjects:[[self heightAnchor] constraintEqualToConstant:rowHeight],
-                                     [[self widthAnchor] constraintEqualToConstant:rowWidth], nil];
+    return [NSArray
+        arrayWithObjects:[[self heightAnchor] constraintEqualToConstant:veilpane::rowHeight],
+                         [[self widthAnchor] constraintEqualToConstant:veilpane::menuRowWidth],
+                         nil];
 }
 
 - (void)switchChanged:(id)__unused sender {
     const bool wantsOn = [_powerSwitch.get() state] == NSControlStateValueOn;
     if (_isMain && !wantsOn) {
-        [self showOn:YES];
+        [self showOn:true];
         NSBeep();
         return;
     }
     // The handler may rebuild the menu and with it let go of this row.
-    keepUntilPoolDrains(self);
-    _onToggle(wantsOn);
+    veilpane::keepUntilPoolDrains(self);
+    if (_onToggle) {
+        _onToggle(wantsOn);
+    }
 }
 
 @end

@@ -1,5 +1,7 @@
 #include "Veilpane/Menu/StatusIcon.h"
 
+namespace veilpane {
+
 namespace {
 
 void strokeLine(NSPoint from, NSPoint to, CGFloat width, NSLineCapStyle cap) {
@@ -43,3 +45,5 @@ NSImage* makeStatusIcon() {
                        return YES;
                    }];
 }
+
+} // namespace veilpane

@@ -6,6 +6,8 @@
 #include <optional>
 #include <vector>
 
+namespace veilpane {
+
 /// Switches a display off in software: makes it mirror another one so that windows leave it, zeroes
 /// its gamma tables so that it shows black and, where DDC works, its brightness.
 ///
@@ -31,6 +33,7 @@ public:
     [[nodiscard]] bool isBlackedOut(CGDirectDisplayID displayID) const;
 
 private:
+    /// What a BlackOut has changed of a display.
     struct State {
         std::optional<CGDirectDisplayID> mirroredFrom; ///< the mirror master
         std::vector<CGGammaValue> savedRed;            ///< empty when it could not be read
@@ -38,20 +41,17 @@ private:
         std::vector<CGGammaValue> savedBlue;
         bool zeroedDDCBrightness = false;
         bool usedMirror = false;
+
+        void saveAndZeroGamma(CGDirectDisplayID displayID);
+        void restoreBrightness(CGDirectDisplayID displayID) const;
+        void restoreGamma(CGDirectDisplayID displayID) const;
     };
 
     BlackoutController() = default;
 
-    [[nodiscard]] static std::optional<CGDirectDisplayID>
-    pickMirrorSource(CGDirectDisplayID excluded);
-    [[nodiscard]] static bool startMirror(CGDirectDisplayID slave, CGDirectDisplayID master);
-    static void saveAndZeroGamma(CGDirectDisplayID displayID, State& state);
-    [[nodiscard]] static bool zeroBrightness(CGDirectDisplayID displayID);
-    static void restoreGamma(CGDirectDisplayID displayID, const State& state);
-    static void forceUnmirrorIfNeeded(CGDirectDisplayID displayID);
-
-    [[nodiscard]] std::optional<State> takeState(CGDirectDisplayID displayID);
     [[nodiscard]] std::vector<CGDirectDisplayID> blackedOutDisplays() const;
 
     std::map<CGDirectDisplayID, State> states_;
 };
+
+} // namespace veilpane

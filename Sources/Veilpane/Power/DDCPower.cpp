@@ -2,25 +2,34 @@
 
 #include "CDdc/ddc.h"
 
+namespace veilpane {
+
+DDCError::DDCError(Reason reason, const std::string& description)
+    : std::runtime_error(description), reason_(reason) {}
+
 DDCError DDCError::noFramebuffer(CGDirectDisplayID displayID) {
-    return DDCError("找不到显示器 " + std::to_string(displayID) +
-                    " 的 IOFramebuffer（该链路可能不支持 DDC）");
+    DDCError error(Reason::noFramebuffer, "找不到显示器 " + std::to_string(displayID) +
+                                              " 的 IOFramebuffer（该链路可能不支持 DDC）");
+    error.displayID_ = displayID;
+    return error;
 }
 
 DDCError DDCError::sendFailed(std::int32_t code) {
-    return DDCError("DDC 发送失败 (code " + std::to_string(code) + ")");
+    DDCError error(Reason::sendFailed, "DDC 发送失败 (code " + std::to_string(code) + ")");
+    error.code_ = code;
+    return error;
 }
 
 DDCError DDCError::noI2CInterface() {
-    return DDCError("显示器未暴露 I2C/DDC 接口");
+    return {Reason::noI2CInterface, "显示器未暴露 I2C/DDC 接口"};
 }
 
 DDCError DDCError::openFailed() {
-    return DDCError("打开 I2C 失败");
+    return {Reason::openFailed, "打开 I2C 失败"};
 }
 
 DDCError DDCError::notSupported() {
-    return DDCError("该显示器不支持 DDC 电源控制");
+    return {Reason::notSupported, "该显示器不支持 DDC 电源控制"};
 }
 
 namespace {
@@ -49,3 +58,5 @@ void DDC::setVCP(std::uint8_t code, std::uint16_t value, CGDirectDisplayID displ
 void DDC::setPower(bool on, CGDirectDisplayID displayID) {
     throwUnlessSent(ddc_set_power(displayID, on), displayID);
 }
+
+} // namespace veilpane

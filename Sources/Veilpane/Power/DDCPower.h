@@ -3,12 +3,17 @@
 #include <CoreGraphics/CoreGraphics.h>
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+namespace veilpane {
 
 /// A DDC command that did not reach the monitor.
 class DDCError : public std::runtime_error {
 public:
+    enum class Reason { noFramebuffer, sendFailed, noI2CInterface, openFailed, notSupported };
+
     static DDCError noFramebuffer(CGDirectDisplayID displayID);
     /// `code` is the transport's result code, not an I/O Kit status.
     static DDCError sendFailed(std::int32_t code);
@@ -17,11 +22,21 @@ public:
     /// For callers that have decided already that a display cannot be driven.
     static DDCError notSupported();
 
+    [[nodiscard]] Reason reason() const { return reason_; }
+    /// The display that has no framebuffer; absent for any other reason.
+    [[nodiscard]] std::optional<CGDirectDisplayID> displayID() const { return displayID_; }
+    /// The transport's code of a failed sending; absent for any other reason.
+    [[nodiscard]] std::optional<std::int32_t> code() const { return code_; }
+
     /// The user-facing text.
     [[nodiscard]] std::string description() const { return what(); }
 
 private:
-    using std::runtime_error::runtime_error;
+    DDCError(Reason reason, const std::string& description);
+
+    Reason reason_;
+    std::optional<CGDirectDisplayID> displayID_;
+    std::optional<std::int32_t> code_;
 };
 
 /// DDC/CI commands to a display's monitor. Each sends once, without a retry or a delay.
@@ -34,3 +49,5 @@ void setVCP(std::uint8_t code, std::uint16_t value, CGDirectDisplayID displayID)
 void setPower(bool on, CGDirectDisplayID displayID);
 
 } // namespace DDC
+
+} // namespace veilpane

@@ -1,12 +1,33 @@
 #pragma once
 
-#include "Veilpane/Power/DisconnectError.h"
-
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <cstdint>
 #include <expected>
 #include <set>
+#include <string>
 #include <vector>
+
+namespace veilpane {
+
+/// Why a soft disconnect or reconnect did not happen.
+struct DisconnectError {
+    enum class Reason {
+        configFailed, ///< the display configuration failed; `code` is its CGError
+        slsFailed,    ///< SkyLight refused the change; `code` is its CGError
+        unavailable,  ///< this macOS has no SLSConfigureDisplayEnabled
+        wouldLeaveNoDisplay,
+        mainDisplayForbidden,
+    };
+
+    Reason reason;
+    std::int32_t code = 0;
+
+    /// The user-facing text.
+    [[nodiscard]] std::string description() const;
+
+    bool operator==(const DisconnectError&) const = default;
+};
 
 /// Switches a display off and on in the window server itself, as if it were unplugged, and
 /// remembers across restarts which displays this program disconnected.
@@ -34,3 +55,5 @@ namespace DisplayDisconnect {
 [[nodiscard]] bool isDisconnectedByUs(CGDirectDisplayID displayID);
 
 } // namespace DisplayDisconnect
+
+} // namespace veilpane

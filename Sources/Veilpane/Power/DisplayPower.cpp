@@ -7,11 +7,9 @@
 #include "Veilpane/WindowServer/DisplayLists.h"
 #include "Veilpane/WindowServer/SkyLight.h"
 
-#include <cstdint>
+namespace veilpane {
 
 namespace {
-
-constexpr std::uint32_t activeCapacity = 16;
 
 bool isUnderBlackout(CGDirectDisplayID displayID) {
     return BlackoutController::shared().isBlackedOut(displayID);
@@ -86,7 +84,7 @@ PowerResult turnOffFallback(CGDirectDisplayID displayID) {
 
 // The display that is to go is counted too, so that one remains.
 bool anotherDisplayIsActive() {
-    const auto active = activeDisplays(activeCapacity);
+    const auto active = activeDisplays(switchingCapacity);
     return active && active->size() >= 2;
 }
 
@@ -141,3 +139,5 @@ std::string DisplayPower::statusLine(CGDirectDisplayID displayID) {
     }
     return "状态：仅软件 BlackOut";
 }
+
+} // namespace veilpane

@@ -6,6 +6,8 @@
 
 #include <string>
 
+namespace veilpane {
+
 /// The one operation that switches displays: picks the mechanism and enforces the safety rules.
 /// Main thread only; keeps nothing between calls.
 namespace DisplayPower {
@@ -20,3 +22,5 @@ namespace DisplayPower {
 [[nodiscard]] std::string statusLine(CGDirectDisplayID displayID);
 
 } // namespace DisplayPower
+
+} // namespace veilpane

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <system_error>
 
+namespace veilpane {
+
 std::optional<std::uint32_t> parseDecimalUInt32(std::string_view text) {
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) {
@@ -16,3 +18,5 @@ std::optional<std::uint32_t> parseDecimalUInt32(std::string_view text) {
     }
     return value;
 }
+
+} // namespace veilpane

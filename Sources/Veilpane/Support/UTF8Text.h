@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+namespace veilpane {
+
 /// The text in UTF-8, zero characters inside it included; absent when it cannot be converted.
 [[nodiscard]] inline std::optional<std::string> utf8Text(NSString* text) {
     const char* const bytes = [text UTF8String];
@@ -13,3 +15,5 @@
     }
     return std::string(bytes, [text lengthOfBytesUsingEncoding:NSUTF8StringEncoding]);
 }
+
+} // namespace veilpane

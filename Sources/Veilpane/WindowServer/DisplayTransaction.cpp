@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace veilpane {
+
 std::expected<DisplayTransaction, CGError> DisplayTransaction::begin() {
     CGDisplayConfigRef config = nullptr;
     const CGError error = CGBeginDisplayConfiguration(&config);
@@ -32,3 +34,5 @@ CGError DisplayTransaction::completeOrCancel(CGConfigureOption option) {
     }
     return error;
 }
+
+} // namespace veilpane

@@ -4,6 +4,8 @@
 
 #include <expected>
 
+namespace veilpane {
+
 /// A display configuration between CGBeginDisplayConfiguration and its completion. Nothing changes
 /// before it is completed; one that is not completed is cancelled at the end of its scope.
 class DisplayTransaction {
@@ -32,3 +34,5 @@ private:
 
     CGDisplayConfigRef config_;
 };
+
+} // namespace veilpane

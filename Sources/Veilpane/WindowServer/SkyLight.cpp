@@ -2,10 +2,12 @@
 
 #include <dlfcn.h>
 
+namespace veilpane {
+
 namespace {
 
 template <class Function>
-Function function(const char* name) {
+Function lookUp(const char* name) {
     void* const skyLight =
         dlopen("/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight", RTLD_LAZY);
     return skyLight == nullptr ? nullptr : reinterpret_cast<Function>(dlsym(skyLight, name));
@@ -14,13 +16,15 @@ Function function(const char* name) {
 } // namespace
 
 SkyLight::ConfigureDisplayEnabled SkyLight::configureDisplayEnabled() {
-    return function<ConfigureDisplayEnabled>("SLSConfigureDisplayEnabled");
+    return lookUp<ConfigureDisplayEnabled>("SLSConfigureDisplayEnabled");
 }
 
 SkyLight::GetDisplayList SkyLight::getDisplayList() {
-    return function<GetDisplayList>("SLSGetDisplayList");
+    return lookUp<GetDisplayList>("SLSGetDisplayList");
 }
 
 bool SkyLight::isAvailable() {
     return configureDisplayEnabled() != nullptr;
 }
+
+} // namespace veilpane

@@ -1,0 +1,434 @@
+#import "Veilpane/Menu/AppDelegate.h"
+
+#include "Support/MenuBarTest.h"
+#import "Veilpane/Menu/MenuLabelRowView.h"
+#import "Veilpane/Menu/PowerSwitchRowView.h"
+#include "Veilpane/Power/BlackoutController.h"
+
+#import <objc/runtime.h>
+
+#include <sstream>
+
+namespace veilpane::test {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using simulated_mac::Mac;
+
+// Three displays; nothing but the soft disconnect can switch 2 and 3.
+constexpr const char* threeDisplays = R"({ "displays": [
+    { "id": 1, "builtin": true, "main": true, "profilerName": "Built-in" },
+    { "id": 2, "profilerName": "Left" }, { "id": 3, "profilerName": "Right" } ] })";
+
+std::string colorName(NSColor* color) {
+    const std::pair<NSColor*, const char*> colors[] = {{[NSColor labelColor], "label"},
+                                                       {[NSColor secondaryLabelColor], "secondary"},
+                                                       {[NSColor tertiaryLabelColor], "tertiary"},
+                                                       {[NSColor clearColor], "clear"}};
+    for (const auto& [known, name] : colors) {
+        if ([color isEqual:known]) {
+            return name;
+        }
+    }
+    return "other";
+}
+
+std::string textStyle(NSTextField* field) {
+    const bool isBold = [[field font] isEqual:[NSFont systemFontOfSize:[[field font] pointSize]
+                                                                weight:NSFontWeightSemibold]];
+    return "'" + text([field stringValue]) + "' " +
+           std::to_string(static_cast<int>([[field font] pointSize])) +
+           (isBold ? " semibold " : " ") + colorName([field textColor]);
+}
+
+std::string height(NSView* view) {
+    [view layoutSubtreeIfNeeded];
+    return " height " + std::to_string(static_cast<int>(NSHeight([view frame])));
+}
+
+// Everything that the table of a menu says of one item.
+std::string row(NSMenuItem* item) {
+    if ([item isSeparatorItem]) {
+        return "separator";
+    }
+    const std::string state = [item isEnabled] ? "enabled " : "disabled ";
+    if ([[item view] isKindOfClass:[PowerSwitchRowView class]]) {
+        PowerSwitchRowView* const view = static_cast<PowerSwitchRowView*>([item view]);
+        const bool isOn = [[view powerSwitch] state] == NSControlStateValueOn;
+        return state + "switch " + std::to_string([view displayID]) + " '" +
+               text([[view titleLabel] stringValue]) + "'" + (isOn ? " on" : " off") +
+               ([view isMain] ? " main" : "") + height(view);
+    }
+    MenuLabelRowView* const view = static_cast<MenuLabelRowView*>([item view]);
+    const std::string trailing =
+        [[view trailing] superview] == nil ? "" : ", " + textStyle([view trailing]);
+    return state + textStyle([view label]) + trailing + height(view);
+}
+
+const std::string header = "disabled '显示器' 11 semibold secondary height 30";
+const std::string noDisplay = "disabled '未检测到显示器' 13 tertiary height 40";
+const std::string quitRow = "enabled '退出' 13 label, '⌘Q' 12 secondary height 32";
+const std::string spacer = "disabled ' ' 4 clear height 8";
+
+/// An alert as it was asked to be shown.
+struct ShownAlert {
+    std::string message;
+    std::string information;
+    NSAlertStyle style;
+    Lines buttons;
+    bool wasActivatedBefore;
+};
+
+std::vector<ShownAlert>* shownAlerts = nullptr;
+bool isActivated = false;
+
+NSInteger rememberAlert(NSAlert* alert, SEL) {
+    Lines buttons;
+    for (NSButton* button in [alert buttons]) {
+        buttons.push_back(text([button title]));
+    }
+    shownAlerts->push_back({text([alert messageText]), text([alert informativeText]),
+                            [alert alertStyle], buttons, isActivated});
+    return 1000;
+}
+
+class AppDelegateTest : public MenuBarTest {
+protected:
+    AppDelegateTest()
+        : runModal_([NSAlert class], @selector(runModal), implementationOf(rememberAlert)),
+          activate_([NSApplication class], @selector(activateIgnoringOtherApps:),
+                    implementationOf(+[](NSApplication*, SEL, BOOL) { isActivated = true; })) {
+        shownAlerts = &alerts;
+    }
+
+    void launch() {
+        testing::internal::CaptureStderr();
+        [delegate.get() applicationDidFinishLaunching:nil];
+        log = testing::internal::GetCapturedStderr();
+    }
+
+    // The log's lines without their times.
+    static Lines messages(const std::string& log) {
+        Lines messages;
+        std::istringstream lines(log);
+        for (std::string line; std::getline(lines, line);) {
+            messages.push_back(line.substr(line.find("] ") + 2));
+        }
+        return messages;
+    }
+
+    NSMenu* openMenu() {
+        NSMenu* const menu = [[delegate.get() statusItem] menu];
+        [delegate.get() menuNeedsUpdate:menu];
+        return menu;
+    }
+
+    Lines rows() {
+        Lines rows;
+        for (NSMenuItem* item in [openMenu() itemArray]) {
+            rows.push_back(row(item));
+        }
+        return rows;
+    }
+
+    static PowerSwitchRowView* switchRow(NSMenu* menu, CGDirectDisplayID displayID) {
+        for (NSMenuItem* item in [menu itemArray]) {
+            if ([[item view] isKindOfClass:[PowerSwitchRowView class]] &&
+                [static_cast<PowerSwitchRowView*>([item view]) displayID] == displayID) {
+                return static_cast<PowerSwitchRowView*>([item view]);
+            }
+        }
+        return nil;
+    }
+
+    // As a click does it: the switch changes first and then sends its action.
+    static void flip(PowerSwitchRowView* row) {
+        NSSwitch* const powerSwitch = [row powerSwitch];
+        [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
+                                                                           : NSControlStateValueOn];
+        [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
+    }
+
+    static bool isOn(PowerSwitchRowView* row) {
+        return [[row powerSwitch] state] == NSControlStateValueOn;
+    }
+
+    NSRef<AppDelegate> delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
+    std::vector<ShownAlert> alerts;
+    std::string log;
+
+private:
+    ReplacedMethod runModal_;
+    ReplacedMethod activate_;
+};
+
+TEST_F(AppDelegateTest, launching_puts_an_item_with_an_empty_menu_into_the_status_bar) {
+    EXPECT_EQ([delegate.get() statusItem], nil);
+    launch();
+    NSStatusItem* const item = [delegate.get() statusItem];
+    NSStatusBarButton* const button = [item button];
+    ASSERT_NE(button, nil);
+    EXPECT_EQ([item length], NSVariableStatusItemLength);
+    EXPECT_TRUE([[button image] isTemplate]);
+    EXPECT_EQ([button imagePosition], static_cast<NSCellImagePosition>(NSImageOnly));
+    EXPECT_EQ(text([button title]), "");
+    EXPECT_TRUE([[button font] isEqual:[NSFont menuBarFontOfSize:0]]);
+    EXPECT_EQ(text([button toolTip]), "显示器开关");
+    EXPECT_EQ([[item menu] numberOfItems], 0);
+    EXPECT_EQ([[item menu] delegate], static_cast<id>(delegate.get()));
+    EXPECT_FALSE([[item menu] autoenablesItems]);
+}
+
+TEST_F(AppDelegateTest, launching_is_logged_with_the_buttons_width) {
+    launch();
+    EXPECT_EQ(messages(log), (Lines{"applicationDidFinishLaunching",
+                                    "status item created image=true buttonWidth=24.0"}));
+}
+
+TEST_F(AppDelegateTest, a_second_launch_changes_nothing_but_the_log) {
+    launch();
+    NSStatusItem* const item = [delegate.get() statusItem];
+    NSMenu* const menu = [item menu];
+    launch();
+    EXPECT_EQ([delegate.get() statusItem], item);
+    EXPECT_EQ([item menu], menu);
+    EXPECT_EQ(messages(log), Lines{"didFinishLaunching already done — ignore"});
+}
+
+TEST_F(AppDelegateTest, without_a_button_there_is_no_menu_and_launching_counts_as_done) {
+    Class const itemClass =
+        object_getClass([[NSStatusBar systemStatusBar] statusItemWithLength:-1]);
+    const ReplacedMethod none(itemClass, @selector(button),
+                              implementationOf(+[](id, SEL) -> id { return nil; }));
+    launch();
+    EXPECT_EQ(messages(log),
+              (Lines{"applicationDidFinishLaunching", "ERROR: statusItem.button is nil"}));
+    EXPECT_NE([delegate.get() statusItem], nil);
+    EXPECT_EQ([[delegate.get() statusItem] menu], nil);
+    launch();
+    EXPECT_EQ(messages(log), Lines{"didFinishLaunching already done — ignore"});
+}
+
+TEST_F(AppDelegateTest, without_displays_the_menu_says_so) {
+    boot(R"({ "displays": [] })");
+    launch();
+    EXPECT_EQ(rows(), (Lines{header, noDisplay, "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, one_display_has_no_separator_above_it) {
+    boot(R"({ "displays": [ { "id": 1, "main": true, "profilerName": "Built-in" } ] })");
+    launch();
+    EXPECT_EQ(rows(), (Lines{header, "enabled switch 1 'Built-in' on main height 40", "separator",
+                             quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, displays_are_listed_in_order_with_separators_between_them) {
+    boot(threeDisplays);
+    launch();
+    EXPECT_EQ(rows(),
+              (Lines{header, "enabled switch 1 'Built-in' on main height 40", "separator",
+                     "enabled switch 2 'Left' on height 40", "separator",
+                     "enabled switch 3 'Right' on height 40", "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, the_outcome_is_shown_also_when_no_display_is_left) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    flip(switchRow(openMenu(), 2));
+    for (const CGDirectDisplayID displayID : {1U, 2U, 3U}) {
+        mac.unplug(displayID);
+    }
+    EXPECT_EQ(rows(),
+              (Lines{header, noDisplay, "separator",
+                     "disabled '关： 已断开显示器（SLS，系统设置中将消失）' 11 tertiary height 28",
+                     "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, a_long_outcome_is_cut_in_the_menu) {
+    boot(R"({ "displays": [
+        { "id": 1, "main": true, "profilerName": "Built-in" },
+        { "id": 2, "profilerName": "Left", "ddc": { "send": 5 } } ],
+        "faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ] })");
+    launch();
+    flip(switchRow(openMenu(), 2));
+    const std::string outcome = rows().at(5);
+    EXPECT_TRUE(outcome.starts_with("disabled '关： ")) << outcome;
+    EXPECT_TRUE(outcome.ends_with("…' 11 tertiary height 28")) << outcome;
+    MenuLabelRowView* const view =
+        static_cast<MenuLabelRowView*>([[openMenu() itemAtIndex:5] view]);
+    EXPECT_EQ([[[view label] stringValue] length], 62U) << "61 characters and the ellipsis";
+}
+
+TEST_F(AppDelegateTest, opening_the_menu_again_builds_it_from_scratch) {
+    boot(threeDisplays);
+    launch();
+    const Lines first = rows();
+    NSMenuItem* const item = [[[[openMenu() itemArray] objectAtIndex:0] retain] autorelease];
+    EXPECT_EQ(rows(), first);
+    EXPECT_NE([openMenu() itemAtIndex:0], item);
+}
+
+TEST_F(AppDelegateTest, items_have_no_titles_and_only_the_quit_item_has_an_action) {
+    boot(threeDisplays);
+    launch();
+    for (NSMenuItem* item in [openMenu() itemArray]) {
+        if ([item isSeparatorItem]) {
+            continue;
+        }
+        EXPECT_EQ(text([item title]), "");
+        const bool isQuit = [[item keyEquivalent] isEqualToString:@"q"];
+        EXPECT_EQ(text(NSStringFromSelector([item action])), isQuit ? "quit" : "(nil)");
+        EXPECT_TRUE(isQuit || [[item keyEquivalent] isEqualToString:@""]);
+    }
+    NSMenuItem* const quit = [openMenu() itemAtIndex:[openMenu() numberOfItems] - 2];
+    EXPECT_EQ(text([quit keyEquivalent]), "q");
+    EXPECT_EQ([quit keyEquivalentModifierMask], static_cast<NSUInteger>(NSCommandKeyMask));
+    EXPECT_EQ([quit target], static_cast<id>(delegate.get()));
+}
+
+TEST_F(AppDelegateTest,
+       flipping_a_switch_off_switches_the_display_and_shows_the_outcome_next_time) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    NSMenu* const menu = openMenu();
+    const NSInteger count = [menu numberOfItems];
+    flip(switchRow(menu, 2));
+    EXPECT_FALSE(mac.display(2).enabled);
+    EXPECT_FALSE(isOn(switchRow(menu, 2)));
+    EXPECT_TRUE(alerts.empty());
+    EXPECT_EQ([menu numberOfItems], count) << "the open menu is not rebuilt";
+    EXPECT_EQ(rows(),
+              (Lines{header, "enabled switch 1 'Built-in' on main height 40", "separator",
+                     "enabled switch 3 'Right' on height 40", "separator",
+                     "enabled switch 2 'Left' off height 40", "separator",
+                     "disabled '关： 已断开显示器（SLS，系统设置中将消失）' 11 tertiary height 28",
+                     "separator", quitRow, spacer}));
+}
+
+TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    flip(switchRow(openMenu(), 2));
+    NSMenu* const menu = openMenu();
+    flip(switchRow(menu, 2));
+    EXPECT_TRUE(mac.display(2).enabled);
+    EXPECT_TRUE(isOn(switchRow(menu, 2)));
+    EXPECT_TRUE(rows().at(7).starts_with("disabled '开： ")) << rows().at(7);
+}
+
+TEST_F(AppDelegateTest, a_display_that_was_switched_off_by_ddc_is_shown_as_on) {
+    Mac& mac = boot(R"({ "skylight": false, "displays": [
+        { "id": 1, "main": true, "profilerName": "Built-in" },
+        { "id": 2, "profilerName": "Left", "ddc": { "brightness": 40 } } ] })");
+    launch();
+    NSMenu* const menu = openMenu();
+    flip(switchRow(menu, 2));
+    EXPECT_EQ(mac.display(2).power, "standby");
+    EXPECT_TRUE(isOn(switchRow(menu, 2)));
+    EXPECT_EQ(rows()[3], "enabled switch 2 'Left' on height 40");
+}
+
+TEST_F(AppDelegateTest, the_current_main_display_is_refused_with_a_beep_and_without_a_power_call) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    NSMenu* const menu = openMenu();
+    mac.unplug(1);
+    ASSERT_TRUE(mac.display(2).main);
+    mac.clearCalls();
+    flip(switchRow(menu, 2));
+    EXPECT_EQ(calls(), (Lines{"CGDisplayIsMain(2) = 1", "NSBeep()"}));
+    EXPECT_TRUE(isOn(switchRow(menu, 2)));
+    EXPECT_TRUE(mac.display(2).enabled);
+    EXPECT_TRUE(alerts.empty());
+    EXPECT_EQ(rows()[5], "disabled '主屏禁止关闭' 11 tertiary height 28");
+}
+
+TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_real_state) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    flip(switchRow(openMenu(), 2));
+    mac.failCall({.call = "SLSConfigureDisplayEnabled", .nth = 1, .returns = 1001});
+    NSMenu* const menu = openMenu();
+    flip(switchRow(menu, 2));
+    EXPECT_FALSE(isOn(switchRow(menu, 2)));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_EQ(alerts[0].message, "无法打开显示器");
+    EXPECT_EQ(alerts[0].style, NSAlertStyleWarning);
+    EXPECT_EQ(alerts[0].buttons, Lines{"好"});
+    EXPECT_TRUE(alerts[0].wasActivatedBefore);
+    EXPECT_EQ(alerts[0].information,
+              "显示器 ID: 2\n"
+              "方法: 断开显示器（SLS）\n"
+              "重连失败：SLSConfigureDisplayEnabled 失败 CGError 1001"
+              "\n\n"
+              "说明：\n"
+              "• 优先 SLS 真断开（系统设置中消失，与 Nocturne BlackOut 一致）\n"
+              "• 失败时回退 DDC / 镜像+Gamma\n"
+              "• 主屏禁止关闭；至少保留一台活动显示器");
+}
+
+TEST_F(AppDelegateTest, a_failed_switch_off_names_the_method_and_leaves_the_switch_on) {
+    // Without another display nothing is left to mirror, and gamma cannot be saved either.
+    Mac& mac = boot(R"({ "displays": [
+        { "id": 1, "main": true, "profilerName": "Built-in" },
+        { "id": 2, "profilerName": "Left" } ] })");
+    launch();
+    NSMenu* const menu = openMenu();
+    mac.failCall({.call = "CGGetActiveDisplayList", .nth = 0, .returns = 1001});
+    mac.failCall({.call = "CGGetOnlineDisplayList", .nth = 0, .returns = 1001});
+    flip(switchRow(menu, 2));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_EQ(alerts[0].message, "无法关闭显示器");
+    EXPECT_TRUE(isOn(switchRow(menu, 2)));
+    EXPECT_TRUE(rows().at(3).starts_with("disabled '关： ")) << rows().at(3);
+}
+
+TEST_F(AppDelegateTest, a_row_whose_delegate_is_gone_does_nothing) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    const auto row = NSRef<PowerSwitchRowView>::retain(switchRow(openMenu(), 2));
+    {
+        // The status item and its menu go with the delegate.
+        const NSRef<AppDelegate> last = std::move(delegate);
+    }
+    mac.clearCalls();
+    flip(row.get());
+    EXPECT_TRUE(calls().empty());
+    EXPECT_TRUE(mac.display(2).enabled);
+}
+
+TEST_F(AppDelegateTest, the_delegates_own_objects_go_with_it) {
+    launch();
+    NSStatusItem* const item = [delegate.get() statusItem];
+    const NSUInteger before = [item retainCount];
+    const auto kept = NSRef<NSStatusItem>::retain(item);
+    {
+        const NSRef<AppDelegate> last = std::move(delegate);
+    }
+    EXPECT_EQ([item retainCount], before);
+}
+
+TEST_F(AppDelegateTest, terminating_restores_every_display_under_blackout_and_nothing_else) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    flip(switchRow(openMenu(), 3));
+    BlackoutController::shared().blackout(2);
+    ASSERT_EQ(mac.display(2).gamma, "zero");
+    [delegate.get() applicationWillTerminate:nil];
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+    EXPECT_FALSE(mac.display(3).enabled);
+}
+
+TEST_F(AppDelegateTest, quitting_terminates_the_application) {
+    static id sender = @"not asked";
+    const ReplacedMethod terminate(
+        [NSApplication class], @selector(terminate:),
+        implementationOf(+[](NSApplication*, SEL, id from) { sender = from; }));
+    [delegate.get() quit];
+    EXPECT_EQ(sender, nil);
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -1,0 +1,131 @@
+#include "Veilpane/Menu/EventLog.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+#import <Foundation/Foundation.h>
+
+namespace veilpane::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contentOf(const fs::path& file) {
+    std::ostringstream content;
+    content << std::ifstream(file, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+// Times differ from run to run.
+std::string withoutTimes(const std::string& log) {
+    return std::regex_replace(log, std::regex(R"(\[\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\])"), "[time]");
+}
+
+class EventLogTest : public testing::Test {
+protected:
+    EventLogTest() { setenv("TMPDIR", directory_.c_str(), 1); }
+    ~EventLogTest() override { fs::remove_all(directory_); }
+
+    [[nodiscard]] fs::path file() const { return fs::path(directory_) / "Veilpane.log"; }
+
+    static std::string logged(NSString* message) {
+        testing::internal::CaptureStderr();
+        EventLog::log(message);
+        return withoutTimes(testing::internal::GetCapturedStderr());
+    }
+
+private:
+    static std::string newDirectory() {
+        std::string name = fs::temp_directory_path() / "veilpane-test-XXXXXX";
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        return name;
+    }
+
+    std::string directory_ = newDirectory();
+};
+
+TEST_F(EventLogTest, the_first_event_creates_the_file_with_one_line) {
+    EXPECT_EQ(logged(@"started"), "[time] started\n");
+    EXPECT_EQ(withoutTimes(contentOf(file())), "[time] started\n");
+}
+
+TEST_F(EventLogTest, later_events_are_appended_and_earlier_content_is_kept_byte_for_byte) {
+    const std::string earlier = "no line of ours \xFF\xFE, without an end";
+    std::ofstream(file()) << earlier;
+    logged(@"one");
+    logged(@"two");
+    EXPECT_EQ(withoutTimes(contentOf(file())), earlier + "[time] one\n[time] two\n");
+}
+
+TEST_F(EventLogTest, other_characters_than_latin_ones_are_written_in_utf_8_to_both) {
+    EXPECT_EQ(logged(@"已完成 — ignore"), "[time] 已完成 — ignore\n");
+    EXPECT_EQ(withoutTimes(contentOf(file())), "[time] 已完成 — ignore\n");
+}
+
+TEST_F(EventLogTest, a_file_that_cannot_be_written_is_ignored) {
+    fs::create_directory(file());
+    EXPECT_EQ(logged(@"started"), "[time] started\n");
+    EXPECT_TRUE(fs::is_directory(file()));
+}
+
+TEST_F(EventLogTest, a_full_disk_is_ignored) {
+    fs::create_symlink("/dev/full", file());
+    EXPECT_EQ(logged(@"started"), "[time] started\n");
+}
+
+TEST_F(EventLogTest, a_closed_or_full_standard_error_is_ignored_and_the_file_still_written) {
+    const int kept = dup(STDERR_FILENO);
+    const int full = open("/dev/full", O_WRONLY);
+    dup2(full, STDERR_FILENO);
+    EventLog::log(@"full");
+    close(STDERR_FILENO);
+    EventLog::log(@"closed");
+    dup2(kept, STDERR_FILENO);
+    close(kept);
+    close(full);
+    EXPECT_EQ(withoutTimes(contentOf(file())), "[time] full\n[time] closed\n");
+}
+
+TEST_F(EventLogTest, no_file_stays_open) {
+    logged(@"first");
+    const auto descriptors = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+    };
+    const auto before = descriptors();
+    logged(@"second");
+    EXPECT_EQ(descriptors(), before);
+}
+
+struct Decimal {
+    double number;
+    const char* text;
+};
+
+class ShortestDecimal : public testing::TestWithParam<Decimal> {};
+
+TEST_P(ShortestDecimal, reads_back_as_the_same_number) {
+    @autoreleasepool {
+        const std::string text = [EventLog::shortestDecimal(GetParam().number) UTF8String];
+        EXPECT_EQ(text, GetParam().text);
+        EXPECT_EQ(std::stod(text), GetParam().number);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Numbers, ShortestDecimal,
+                         testing::Values(Decimal{24, "24.0"}, Decimal{0, "0.0"},
+                                         Decimal{-1, "-1.0"}, Decimal{22.5, "22.5"},
+                                         Decimal{0.1, "0.1"},
+                                         Decimal{1.0 / 3, "0.3333333333333333"},
+                                         Decimal{100, "100.0"}, Decimal{1234567, "1234567.0"}));
+
+} // namespace
+
+} // namespace veilpane::test

@@ -1,0 +1,289 @@
+#include "Support/MenuBarTest.h"
+#import "Veilpane/Menu/MenuLabelRowView.h"
+#import "Veilpane/Menu/PowerSwitchRowView.h"
+
+#include <functional>
+#include <optional>
+
+namespace veilpane::test {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class MenuRowViews : public MenuBarTest {
+protected:
+    static NSRef<MenuLabelRowView> label(NSString* text, NSString* trailing = nil,
+                                         CGFloat height = 30) {
+        return NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc]
+            initWithText:text
+                    font:[NSFont systemFontOfSize:11]
+                   color:[NSColor labelColor]
+            trailingText:trailing
+                  height:height]);
+    }
+
+    NSRef<PowerSwitchRowView> row(bool isMain, bool isOn = true, NSString* title = @"Studio") {
+        return NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
+            initWithDisplayID:7
+                        title:title
+                       isMain:isMain
+                         isOn:isOn
+                     onToggle:[this](bool on) { toggles.push_back(on); }]);
+    }
+
+    static void flip(PowerSwitchRowView* row) {
+        NSSwitch* const powerSwitch = [row powerSwitch];
+        [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
+                                                                           : NSControlStateValueOn];
+        [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
+    }
+
+    std::vector<bool> toggles;
+};
+
+TEST_F(MenuRowViews, a_label_row_has_one_subview_and_five_constraints) {
+    const ActivatedConstraints constraints;
+    const auto row = label(@"显示器");
+    EXPECT_EQ([[row.get() subviews] count], 1U);
+    EXPECT_EQ([[row.get() subviews] objectAtIndex:0], [row.get() label]);
+    EXPECT_EQ(constraints.inOrder(),
+              (Lines{"NSTextField.leading == MenuLabelRowView.leading +16",
+                     "NSTextField.trailing <= MenuLabelRowView.trailing -16",
+                     "NSTextField.centerY == MenuLabelRowView.centerY",
+                     "MenuLabelRowView.height == 30", "MenuLabelRowView.width == 280"}));
+}
+
+TEST_F(MenuRowViews, a_trailing_text_adds_a_subview_and_three_constraints) {
+    const ActivatedConstraints constraints;
+    const auto row = label(@"退出", @"⌘Q", 32);
+    EXPECT_EQ([[row.get() subviews] count], 2U);
+    EXPECT_EQ([[row.get() subviews] objectAtIndex:1], [row.get() trailing]);
+    EXPECT_EQ(constraints.inOrder(),
+              (Lines{"NSTextField.leading == MenuLabelRowView.leading +16",
+                     "NSTextField.trailing <= MenuLabelRowView.trailing -16",
+                     "NSTextField.centerY == MenuLabelRowView.centerY",
+                     "MenuLabelRowView.height == 32", "MenuLabelRowView.width == 280",
+                     "NSTextField.trailing == MenuLabelRowView.trailing -16",
+                     "NSTextField.centerY == MenuLabelRowView.centerY",
+                     "NSTextField.trailing <= NSTextField.leading -8"}));
+}
+
+TEST_F(MenuRowViews, a_label_row_shows_its_texts_in_the_given_and_in_the_secondary_style) {
+    const auto row = label(@"退出", @"⌘Q");
+    EXPECT_EQ(text([[row.get() label] stringValue]), "退出");
+    EXPECT_EQ([[[row.get() label] font] pointSize], 11);
+    EXPECT_TRUE([[[row.get() label] textColor] isEqual:[NSColor labelColor]]);
+    EXPECT_EQ([[row.get() label] lineBreakMode], NSLineBreakByTruncatingTail);
+    EXPECT_EQ(text([[row.get() trailing] stringValue]), "⌘Q");
+    EXPECT_EQ([[[row.get() trailing] font] pointSize], 12);
+    EXPECT_TRUE([[[row.get() trailing] textColor] isEqual:[NSColor secondaryLabelColor]]);
+    for (NSTextField* field in @[ [row.get() label], [row.get() trailing] ]) {
+        EXPECT_FALSE([field isEditable]);
+        EXPECT_FALSE([field translatesAutoresizingMaskIntoConstraints]);
+    }
+    EXPECT_FALSE([row.get() translatesAutoresizingMaskIntoConstraints]);
+}
+
+TEST_F(MenuRowViews, a_long_text_is_cut_and_stays_beside_the_trailing_text) {
+    const auto row = label(
+        @"This text is far too long for a row of two hundred and eighty points, 真的太长了", @"⌘Q");
+    [row.get() layoutSubtreeIfNeeded];
+    EXPECT_TRUE(NSEqualSizes([row.get() frame].size, NSMakeSize(280, 30)));
+    const NSRect label = [[row.get() label] frame];
+    const NSRect trailing = [[row.get() trailing] frame];
+    EXPECT_EQ(NSMinX(label), 16);
+    EXPECT_EQ(NSMaxX(trailing), 264);
+    EXPECT_LE(NSMaxX(label), NSMinX(trailing) - 8);
+    EXPECT_EQ(NSWidth(trailing), [[row.get() trailing] intrinsicContentSize].width);
+    EXPECT_LT(NSWidth(label), [[row.get() label] intrinsicContentSize].width);
+}
+
+TEST_F(MenuRowViews, a_short_text_takes_its_natural_width_in_the_middle_of_the_height) {
+    const auto row = label(@"短");
+    [row.get() layoutSubtreeIfNeeded];
+    const NSRect label = [[row.get() label] frame];
+    EXPECT_EQ(NSWidth(label), [[row.get() label] intrinsicContentSize].width);
+    EXPECT_EQ(NSMidY(label), 15);
+}
+
+TEST_F(MenuRowViews, a_switch_row_has_three_subviews_and_eleven_constraints) {
+    const ActivatedConstraints constraints;
+    const auto row = this->row(false);
+    NSArray* const subviews =
+        @[ [row.get() iconView], [row.get() titleLabel], [row.get() powerSwitch] ];
+    EXPECT_TRUE([[row.get() subviews] isEqual:subviews]);
+    EXPECT_EQ(constraints.inOrder(),
+              (Lines{"NSImageView.leading == PowerSwitchRowView.leading +16",
+                     "NSImageView.centerY == PowerSwitchRowView.centerY", "NSImageView.width == 18",
+                     "NSImageView.height == 18", "NSTextField.leading == NSImageView.trailing +10",
+                     "NSTextField.trailing <= NSSwitch.leading -12",
+                     "NSTextField.centerY == PowerSwitchRowView.centerY",
+                     "NSSwitch.trailing == PowerSwitchRowView.trailing -16",
+                     "NSSwitch.centerY == PowerSwitchRowView.centerY",
+                     "PowerSwitchRowView.height == 40", "PowerSwitchRowView.width == 280"}));
+}
+
+TEST_F(MenuRowViews, the_main_display_has_no_switch_in_its_row_and_nine_constraints) {
+    const ActivatedConstraints constraints;
+    const auto row = this->row(true);
+    NSArray* const subviews = @[ [row.get() iconView], [row.get() titleLabel] ];
+    EXPECT_TRUE([[row.get() subviews] isEqual:subviews]);
+    EXPECT_EQ([[row.get() powerSwitch] superview], nil);
+    EXPECT_EQ(constraints.inOrder(),
+              (Lines{"NSImageView.leading == PowerSwitchRowView.leading +16",
+                     "NSImageView.centerY == PowerSwitchRowView.centerY", "NSImageView.width == 18",
+                     "NSImageView.height == 18", "NSTextField.leading == NSImageView.trailing +10",
+                     "NSTextField.trailing == PowerSwitchRowView.trailing -16",
+                     "NSTextField.centerY == PowerSwitchRowView.centerY",
+                     "PowerSwitchRowView.height == 40", "PowerSwitchRowView.width == 280"}));
+}
+
+TEST_F(MenuRowViews, a_switch_row_is_set_up_as_a_menu_row) {
+    const auto row = this->row(false, false);
+    EXPECT_EQ([row.get() displayID], 7U);
+    EXPECT_FALSE([row.get() isMain]);
+    EXPECT_EQ(text([[row.get() titleLabel] stringValue]), "Studio");
+    EXPECT_EQ([[[row.get() titleLabel] font] pointSize], 13);
+    EXPECT_TRUE([[[row.get() titleLabel] textColor] isEqual:[NSColor labelColor]]);
+    EXPECT_EQ([[row.get() titleLabel] lineBreakMode], NSLineBreakByTruncatingTail);
+    EXPECT_EQ([[row.get() iconView] imageScaling], NSImageScaleProportionallyUpOrDown);
+    EXPECT_TRUE([[[row.get() iconView] contentTintColor] isEqual:[NSColor secondaryLabelColor]]);
+    EXPECT_EQ([[row.get() powerSwitch] controlSize], NSControlSizeSmall);
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOff);
+    EXPECT_TRUE([[row.get() powerSwitch] isEnabled]);
+    EXPECT_EQ([[row.get() powerSwitch] target], row.get());
+    EXPECT_EQ(text(NSStringFromSelector([[row.get() powerSwitch] action])), "switchChanged:");
+    EXPECT_FALSE([row.get() translatesAutoresizingMaskIntoConstraints]);
+}
+
+// Which symbol an image shows is asked from the image's maker.
+TEST_F(MenuRowViews, the_main_display_has_another_symbol_than_the_others) {
+    static std::vector<std::string> symbols;
+    Class const metaclass = object_getClass(static_cast<id>([NSImage class]));
+    const ReplacedMethod made(
+        metaclass, @selector(imageWithSystemSymbolName:accessibilityDescription:),
+        implementationOf(+[](Class, SEL, NSString* name, NSString* description) -> NSImage* {
+            symbols.push_back(text(name) + " " + text(description));
+            return nil;
+        }));
+    row(true);
+    row(false);
+    EXPECT_EQ(symbols, (Lines{"display (nil)", "display.2 (nil)"}));
+}
+
+TEST_F(MenuRowViews, rows_are_280_wide_and_switch_rows_40_high_whatever_they_say) {
+    NSMutableString* const endless = [NSMutableString string];
+    for (int count = 0; count < 100; ++count) {
+        [endless appendString:@"很长的名字 "];
+    }
+    for (NSString* title in @[ @"", @"Studio", endless ]) {
+        for (const bool isMain : {true, false}) {
+            const auto row = this->row(isMain, true, title);
+            [row.get() layoutSubtreeIfNeeded];
+            EXPECT_TRUE(NSEqualSizes([row.get() frame].size, NSMakeSize(280, 40)));
+            EXPECT_TRUE(NSEqualRects([[row.get() iconView] frame], NSMakeRect(16, 11, 18, 18)));
+            EXPECT_EQ(NSMinX([[row.get() titleLabel] frame]), 44);
+        }
+    }
+}
+
+TEST_F(MenuRowViews, a_long_name_never_pushes_the_switch_out_of_the_row) {
+    const auto row =
+        this->row(false, true, @"A name that is longer than the row, 比这一行还要长的名字");
+    [row.get() layoutSubtreeIfNeeded];
+    const NSRect powerSwitch = [[row.get() powerSwitch] frame];
+    EXPECT_EQ(NSMaxX(powerSwitch), 264);
+    EXPECT_TRUE(NSEqualSizes(powerSwitch.size, [[row.get() powerSwitch] intrinsicContentSize]));
+    EXPECT_LE(NSMaxX([[row.get() titleLabel] frame]), NSMinX(powerSwitch) - 12);
+}
+
+TEST_F(MenuRowViews, the_main_displays_name_has_the_whole_row) {
+    const auto row =
+        this->row(true, true, @"A name that is longer than the row, 比这一行还要长的名字");
+    [row.get() layoutSubtreeIfNeeded];
+    EXPECT_EQ(NSMaxX([[row.get() titleLabel] frame]), 264);
+}
+
+TEST_F(MenuRowViews, flipping_the_switch_reports_the_new_state_and_leaves_the_switch_alone) {
+    const auto row = this->row(false, true);
+    flip(row.get());
+    EXPECT_EQ(toggles, std::vector<bool>{false});
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOff);
+    flip(row.get());
+    EXPECT_EQ(toggles, (std::vector<bool>{false, true}));
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOn);
+}
+
+TEST_F(MenuRowViews, the_main_displays_switch_snaps_back_with_a_beep_and_reports_nothing) {
+    boot().clearCalls();
+    const auto row = this->row(true, true);
+    flip(row.get());
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOn);
+    EXPECT_EQ(calls(), Lines{"NSBeep()"});
+    EXPECT_TRUE(toggles.empty());
+}
+
+TEST_F(MenuRowViews, switching_the_main_display_on_is_reported) {
+    const auto row = this->row(true, false);
+    flip(row.get());
+    EXPECT_EQ(toggles, std::vector<bool>{true});
+}
+
+TEST_F(MenuRowViews, showing_a_state_reports_nothing) {
+    const auto row = this->row(false, true);
+    [row.get() showOn:NO];
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOff);
+    EXPECT_TRUE(toggles.empty());
+}
+
+TEST_F(MenuRowViews, a_row_lets_go_of_its_toggle_handler) {
+    auto held = std::make_shared<int>(0);
+    {
+        const auto row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
+            initWithDisplayID:1
+                        title:@""
+                       isMain:NO
+                         isOn:YES
+                     onToggle:[held](bool) {}]);
+        EXPECT_EQ(held.use_count(), 2);
+    }
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(MenuRowViews, a_row_survives_a_handler_that_lets_go_of_it) {
+    std::optional<NSRef<PowerSwitchRowView>> row;
+    row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
+        initWithDisplayID:1
+                    title:@""
+                   isMain:NO
+                     isOn:YES
+                 onToggle:[&row, this](bool on) {
+                     row.reset();
+                     toggles.push_back(on);
+                 }]);
+    flip(row->get());
+    EXPECT_EQ(toggles, std::vector<bool>{false});
+}
+
+TEST_F(MenuRowViews, without_a_handler_a_flipped_switch_only_moves) {
+    const auto row =
+        NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc] initWithDisplayID:1
+                                                                                 title:@""
+                                                                                isMain:false
+                                                                                  isOn:true
+                                                                              onToggle:nullptr]);
+    flip(row.get());
+    EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOff);
+}
+
+TEST_F(MenuRowViews, rows_cannot_come_from_an_archive) {
+    EXPECT_DEATH([[MenuLabelRowView alloc] initWithCoder:nil],
+                 "Fatal error: init\\(coder:\\) has not been implemented");
+    EXPECT_DEATH([[PowerSwitchRowView alloc] initWithCoder:nil],
+                 "Fatal error: init\\(coder:\\) has not been implemented");
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -1,0 +1,58 @@
+#include "Veilpane/Menu/MenuText.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace veilpane::test {
+
+namespace {
+
+std::string repeated(const std::string& character, int count) {
+    std::string text;
+    while (count-- > 0) {
+        text += character;
+    }
+    return text;
+}
+
+std::string shortened(const std::string& text) {
+    @autoreleasepool {
+        return [shortenedForMenu([NSString stringWithUTF8String:text.c_str()]) UTF8String];
+    }
+}
+
+struct Shortening {
+    const char* name;
+    std::string character; ///< one as a person perceives it
+};
+
+class MenuText : public testing::TestWithParam<Shortening> {};
+
+TEST_P(MenuText, of_64_characters_is_shown_whole) {
+    const std::string text = repeated(GetParam().character, 64);
+    EXPECT_EQ(shortened(text), text);
+}
+
+TEST_P(MenuText, of_65_characters_is_cut_to_61_and_an_ellipsis) {
+    EXPECT_EQ(shortened(repeated(GetParam().character, 65)),
+              repeated(GetParam().character, 61) + "…");
+}
+
+TEST_P(MenuText, that_is_much_longer_is_cut_to_61_and_an_ellipsis) {
+    EXPECT_EQ(shortened(repeated(GetParam().character, 1000)),
+              repeated(GetParam().character, 61) + "…");
+}
+
+INSTANTIATE_TEST_SUITE_P(Characters, MenuText,
+                         testing::Values(Shortening{"Latin", "a"}, Shortening{"Chinese", "断"},
+                                         Shortening{"combined", "e\u0301"},
+                                         Shortening{"beyond_16_bits", "𠮷"}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST(MenuTextEdges, an_empty_text_stays_empty) {
+    EXPECT_EQ(shortened(""), "");
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -1,0 +1,84 @@
+#include "Veilpane/Menu/StatusIcon.h"
+
+#include "Support/MenuBarTest.h"
+
+#include <sstream>
+
+namespace veilpane::test {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+Lines* drawn = nullptr;
+
+std::string elements(NSBezierPath* path) {
+    std::ostringstream description;
+    for (NSInteger index = 0; index < [path elementCount]; ++index) {
+        NSPoint points[3] = {};
+        const NSBezierPathElement kind = [path elementAtIndex:index associatedPoints:points];
+        description << ' ' << "MLCZ"[kind];
+        const int count = kind == NSCurveToBezierPathElement     ? 3
+                          : kind == NSClosePathBezierPathElement ? 0
+                                                                 : 1;
+        for (int point = 0; point < count; ++point) {
+            description << ' ' << points[point].x << ' ' << points[point].y;
+        }
+    }
+    return description.str();
+}
+
+std::string stroked(NSBezierPath* path) {
+    std::ostringstream description;
+    description << "stroke " << [path lineWidth]
+                << ([path lineCapStyle] == NSLineCapStyleRound ? " round" : " butt")
+                << elements(path);
+    return description.str();
+}
+
+NSBezierPath* with(NSBezierPath* path, CGFloat width) {
+    [path setLineWidth:width];
+    return path;
+}
+
+class StatusIcon : public MenuBarTest {
+protected:
+    // What the drawing handler does, in order.
+    static Lines drawing(NSImage* icon) {
+        Lines lines;
+        drawn = &lines;
+        Class const path = [NSBezierPath class];
+        const ReplacedMethod stroke(
+            path, @selector(stroke),
+            implementationOf(+[](NSBezierPath* self, SEL) { drawn->push_back(stroked(self)); }));
+        const ReplacedMethod fill(path, @selector(fill),
+                                  implementationOf(+[](NSBezierPath* self, SEL) {
+                                      drawn->push_back("fill" + elements(self));
+                                  }));
+        NSImage* const canvas = [[[NSImage alloc] initWithSize:NSMakeSize(18, 18)] autorelease];
+        [canvas lockFocus];
+        EXPECT_TRUE([[[icon representations] lastObject] draw]);
+        [canvas unlockFocus];
+        return lines;
+    }
+};
+
+TEST_F(StatusIcon, is_18_points_square) {
+    EXPECT_TRUE(NSEqualSizes([makeStatusIcon() size], NSMakeSize(18, 18)));
+}
+
+TEST_F(StatusIcon, is_a_screen_on_a_stand_with_a_power_dot) {
+    NSBezierPath* const screen =
+        [NSBezierPath bezierPathWithRoundedRect:NSMakeRect(1.5, 5.5, 15, 10)
+                                        xRadius:1.5
+                                        yRadius:1.5];
+    NSBezierPath* const dot =
+        [NSBezierPath bezierPathWithOvalInRect:NSMakeRect(12.2, 7.2, 2.2, 2.2)];
+    EXPECT_EQ(drawing(makeStatusIcon()),
+              (Lines{stroked(with(screen, 1.4)), "stroke 1.4 butt M 9 5.5 L 9 3.5",
+                     "stroke 1.6 round M 5.5 2.8 L 12.5 2.8", "fill" + elements(dot)}));
+}
+
+} // namespace
+
+} // namespace veilpane::test

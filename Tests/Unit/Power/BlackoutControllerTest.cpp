@@ -1,0 +1,286 @@
+#include "Veilpane/Power/BlackoutController.h"
+
+#include "Support/SimulatedMacTest.h"
+
+namespace veilpane::test {
+
+namespace {
+
+using simulated_mac::Mac;
+
+using Blackout = SimulatedMacTest;
+
+BlackoutController& controller() {
+    return BlackoutController::shared();
+}
+
+std::string scene(const std::string& displays, const std::string& more = "") {
+    return R"({ "displays": [ )" + displays + " ] " + more + " }";
+}
+
+const std::string twoDisplays = R"({ "id": 1, "main": true }, { "id": 2 })";
+
+const std::vector<std::string> changes = {
+    "CGBeginDisplayConfiguration",      "CGConfigureDisplayMirrorOfDisplay",
+    "CGCancelDisplayConfiguration",     "CGCompleteDisplayConfiguration",
+    "CGGetDisplayTransferByTable",      "CGSetDisplayTransferByTable",
+    "CGDisplayRestoreColorSyncSettings"};
+
+TEST_F(Blackout, mirrors_the_display_and_then_zeroes_its_tables) {
+    Mac& mac = boot(scene(twoDisplays));
+    controller().blackout(2);
+    EXPECT_TRUE(controller().isBlackedOut(2));
+    EXPECT_EQ(mac.display(2).mirrors, 1u);
+    EXPECT_EQ(mac.display(2).gamma, "zero");
+    EXPECT_FALSE(mac.display(2).lit);
+    EXPECT_EQ(calls(changes),
+              (std::vector<std::string>{"CGBeginDisplayConfiguration() = 0",
+                                        "CGConfigureDisplayMirrorOfDisplay(1, 2, 1) = 0",
+                                        "CGCompleteDisplayConfiguration(1, 1) = 0",
+                                        "CGGetDisplayTransferByTable(2, 256) = 0",
+                                        "CGSetDisplayTransferByTable(2, 256) = 0"}));
+}
+
+TEST_F(Blackout, restore_puts_everything_back) {
+    Mac& mac = boot(scene(twoDisplays));
+    controller().blackout(2);
+    mac.clearCalls();
+    controller().restore(2);
+    EXPECT_FALSE(controller().isBlackedOut(2));
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_EQ(calls(changes),
+              (std::vector<std::string>{"CGSetDisplayTransferByTable(2, 256) = 0",
+                                        "CGBeginDisplayConfiguration() = 0",
+                                        "CGConfigureDisplayMirrorOfDisplay(2, 2, 0) = 0",
+                                        "CGCompleteDisplayConfiguration(2, 1) = 0"}));
+}
+
+TEST_F(Blackout, a_second_blackout_does_nothing_even_after_a_partial_first_one) {
+    Mac& mac = boot(scene(twoDisplays, R"(, "faults": [ { "call": "CGBeginDisplayConfiguration",
+        "returns": 1000 } ])"));
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    mac.clearCalls();
+    controller().blackout(2);
+    EXPECT_TRUE(calls().empty());
+}
+
+TEST_F(Blackout, the_only_active_display_is_zeroed_without_a_mirror) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true })"));
+    controller().blackout(1);
+    EXPECT_TRUE(controller().isBlackedOut(1));
+    EXPECT_EQ(mac.display(1).gamma, "zero");
+    EXPECT_TRUE(calls({"CGBeginDisplayConfiguration"}).empty());
+}
+
+TEST_F(Blackout, the_main_display_is_the_preferred_mirror_master) {
+    Mac& mac = boot(scene(R"({ "id": 5, "main": true }, { "id": 4 }, { "id": 1 })"));
+    // As if another display had just become the main one: no longer the first of the active list.
+    mac.failCall({"CGDisplayIsMain", 1, 0, false});
+    mac.failCall({"CGDisplayIsMain", 2, 1, false});
+    controller().blackout(4);
+    EXPECT_EQ(mac.display(4).mirrors, 1u);
+    EXPECT_EQ(calls({"CGDisplayIsMain"}),
+              (std::vector<std::string>{"CGDisplayIsMain(5) = 0", "CGDisplayIsMain(1) = 1"}));
+}
+
+TEST_F(Blackout, without_a_main_candidate_the_first_active_one_is_the_master) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 3 }, { "id": 2 })"));
+    controller().blackout(1);
+    EXPECT_EQ(mac.display(1).mirrors, 3u);
+}
+
+TEST_F(Blackout, a_listed_display_that_is_not_active_is_no_master) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 }, { "id": 3 })"));
+    mac.failCall({"CGDisplayIsActive", 1, 0, false});
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).mirrors, 3u);
+}
+
+TEST_F(Blackout, at_most_16_active_displays_are_considered) {
+    boot();
+    controller().blackout(2);
+    EXPECT_EQ(calls({"CGGetActiveDisplayList"}),
+              (std::vector<std::string>{"CGGetActiveDisplayList(16) = 0"}));
+}
+
+class FailedMirror : public SimulatedMacTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(FailedMirror, leaves_the_rest_of_the_blackout_standing) {
+    Mac& mac = boot(scene(twoDisplays, std::string(R"(, "faults": [ )") + GetParam() + " ]"));
+    controller().blackout(2);
+    EXPECT_TRUE(controller().isBlackedOut(2));
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    EXPECT_EQ(mac.display(2).gamma, "zero");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Blackout, FailedMirror,
+    testing::Values(R"({ "call": "CGGetActiveDisplayList", "returns": 1000 })",
+                    R"({ "call": "CGBeginDisplayConfiguration", "returns": 1000 })",
+                    R"({ "call": "CGBeginDisplayConfiguration", "null": true })",
+                    R"({ "call": "CGConfigureDisplayMirrorOfDisplay", "returns": 1001 })",
+                    R"({ "call": "CGCompleteDisplayConfiguration", "returns": 1004 })"));
+
+TEST_F(Blackout, a_refused_mirror_is_cancelled_but_a_failed_completion_is_not) {
+    Mac& mac = boot(scene(twoDisplays));
+    mac.failCall({"CGConfigureDisplayMirrorOfDisplay", 1, 1001, false});
+    controller().blackout(2);
+    EXPECT_EQ(calls({"CGCancelDisplayConfiguration"}).size(), 1u);
+    EXPECT_TRUE(calls({"CGCompleteDisplayConfiguration"}).empty());
+
+    Mac& second = boot(scene(R"({ "id": 1, "main": true }, { "id": 3 })"));
+    second.failCall({"CGCompleteDisplayConfiguration", 1, 1000, false});
+    controller().blackout(3);
+    EXPECT_TRUE(calls({"CGCancelDisplayConfiguration"}).empty());
+    EXPECT_EQ(calls({"CGCompleteDisplayConfiguration"}).size(), 1u);
+}
+
+TEST_F(Blackout, brightness_comes_back_as_100) {
+    Mac& mac =
+        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).brightness, 0);
+    controller().restore(2);
+    EXPECT_EQ(mac.display(2).brightness, 100);
+}
+
+TEST_F(Blackout, brightness_that_was_not_zeroed_is_left_alone) {
+    Mac& mac =
+        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
+    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).brightness, 40);
+    mac.clearCalls();
+    controller().restore(2);
+    EXPECT_EQ(mac.display(2).brightness, 40);
+    EXPECT_TRUE(calls({"IOI2CSendRequest"}).empty());
+}
+
+TEST_F(Blackout, without_ddc_no_message_is_tried) {
+    boot(scene(twoDisplays));
+    controller().blackout(2);
+    EXPECT_TRUE(calls({"IOI2CInterfaceOpen", "IOI2CSendRequest"}).empty());
+}
+
+TEST_F(Blackout, restoring_survives_a_monitor_that_no_longer_answers) {
+    Mac& mac =
+        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
+    controller().blackout(2);
+    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    controller().restore(2);
+    EXPECT_EQ(mac.display(2).brightness, 0);
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+}
+
+TEST_F(Blackout, the_tables_saved_first_come_back_exactly) {
+    Mac& mac = boot(scene(twoDisplays));
+    std::vector<CGGammaValue> dim(256);
+    for (std::size_t i = 0; i < dim.size(); ++i) {
+        dim[i] = static_cast<CGGammaValue>(i) / 512;
+    }
+    ASSERT_EQ(CGSetDisplayTransferByTable(2, 256, dim.data(), dim.data(), dim.data()), 0);
+    controller().blackout(2);
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).gamma, "zero");
+    controller().restore(2);
+    std::vector<CGGammaValue> red(256), green(256), blue(256);
+    ASSERT_EQ(CGGetDisplayTransferByTable(2, 256, red.data(), green.data(), blue.data(), nullptr),
+              0);
+    EXPECT_EQ(red, dim);
+    EXPECT_EQ(green, dim);
+    EXPECT_EQ(blue, dim);
+}
+
+TEST_F(Blackout, a_failed_table_read_is_restored_by_the_global_reset) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "gamma": false })"));
+    controller().blackout(2);
+    EXPECT_EQ(mac.display(2).gamma, "zero");
+    mac.clearCalls();
+    controller().restore(2);
+    EXPECT_EQ(calls({"CGDisplayRestoreColorSyncSettings", "CGSetDisplayTransferByTable"}),
+              (std::vector<std::string>{"CGDisplayRestoreColorSyncSettings()"}));
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+}
+
+TEST_F(Blackout, restoring_a_display_without_an_entry_only_ends_its_mirroring) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+    controller().restore(2);
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    EXPECT_TRUE(calls({"CGSetDisplayTransferByTable", "CGDisplayRestoreColorSyncSettings",
+                       "IOI2CSendRequest"})
+                    .empty());
+    mac.clearCalls();
+    controller().restore(2);
+    EXPECT_EQ(calls(), (std::vector<std::string>{"CGDisplayIsInMirrorSet(2) = 0"}));
+}
+
+TEST_F(Blackout, the_main_display_is_never_unmirrored) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+    controller().restore(1);
+    EXPECT_EQ(mac.display(2).mirrors, 1u);
+    EXPECT_TRUE(calls({"CGBeginDisplayConfiguration"}).empty());
+}
+
+TEST_F(Blackout, a_failed_unmirroring_is_given_up_silently) {
+    const std::vector<simulated_mac::SceneFault> faults = {
+        {"CGBeginDisplayConfiguration", 1, 1000, false},
+        {"CGBeginDisplayConfiguration", 1, std::nullopt, true},
+        {"CGConfigureDisplayMirrorOfDisplay", 1, 1000, false},
+        {"CGCompleteDisplayConfiguration", 1, 1000, false}};
+    for (const auto& fault : faults) {
+        Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+        mac.failCall(fault);
+        controller().restore(2);
+        EXPECT_EQ(mac.display(2).mirrors, 1u) << fault.call;
+        EXPECT_EQ(simulated_mac::ledger::outstanding(), "") << fault.call;
+    }
+}
+
+TEST_F(Blackout, restore_all_restores_every_display_and_forgets_it) {
+    Mac& mac = boot(scene(
+        R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } }, { "id": 3 })"));
+    controller().blackout(2);
+    controller().blackout(3);
+    controller().restoreAll();
+    for (const CGDirectDisplayID id : {2u, 3u}) {
+        EXPECT_FALSE(controller().isBlackedOut(id));
+        EXPECT_TRUE(mac.display(id).lit);
+        EXPECT_EQ(mac.display(id).mirrors, 0u);
+        EXPECT_EQ(mac.display(id).gamma, "normal");
+    }
+    EXPECT_EQ(mac.display(2).brightness, 100);
+}
+
+TEST_F(Blackout, restore_all_ends_mirrors_of_others_too) {
+    Mac& mac = boot(scene(
+        R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 }, { "id": 3, "mirrors": 1 })"));
+    controller().restoreAll();
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    EXPECT_EQ(mac.display(3).mirrors, 0u);
+    EXPECT_EQ(calls({"CGGetOnlineDisplayList"}),
+              (std::vector<std::string>{"CGGetOnlineDisplayList(16) = 0"}));
+}
+
+TEST_F(Blackout, restore_all_stops_at_an_online_list_that_fails) {
+    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+    mac.failCall({"CGGetOnlineDisplayList", 1, 1000, false});
+    controller().restoreAll();
+    EXPECT_EQ(mac.display(2).mirrors, 1u);
+    EXPECT_TRUE(calls({"CGDisplayIsInMirrorSet"}).empty());
+}
+
+TEST_F(Blackout, a_mirror_ends_with_the_login_session) {
+    Mac& mac = boot(scene(twoDisplays));
+    controller().blackout(2);
+    mac.logOut();
+    EXPECT_EQ(mac.display(2).mirrors, 0u);
+    EXPECT_TRUE(mac.display(2).lit);
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -62,6 +62,9 @@ class Slice:
     def weak_definitions(self):
         return "WEAK_DEFINES" in self.header or "BINDS_TO_WEAK" in self.header
 
+    def sections(self):
+        return re.findall(r"^ +sectname (\S+)$", self.header, flags=re.MULTILINE)
+
     def flags(self):
         return set(self.header.split("\n", 4)[3].split()[7:])
 

@@ -69,6 +69,10 @@ class CheckOfAWrongProgram(unittest.TestCase):
             program = self.copy_with(name.encode(), b"x" * len(name))
             self.assert_complaint(program, f"'{name}' is missing")
 
+    def test_a_static_initialiser_is_found(self):
+        program = self.copy_with(b"__objc_ivar".ljust(16, b"\0"), b"__mod_init_func".ljust(16, b"\0"))
+        self.assert_complaint(program, "runs code before main (__mod_init_func)")
+
     def test_another_oldest_system_is_found(self):
         build_version = struct.pack("<IIII", 0x32, 32, 1, 13 << 16)
         newer = struct.pack("<IIII", 0x32, 32, 1, 15 << 16)

@@ -120,7 +120,10 @@ bool DisplayDisconnect::isSoftDisconnected(CGDirectDisplayID displayID) {
 }
 
 std::set<CGDirectDisplayID> DisplayDisconnect::ourDisconnectedIDs() {
-    RememberedDisplays::shared().keepOnly(isSoftDisconnected);
+    // As a plain function the condition would bring type information that the program shares with
+    // the system's C++ library.
+    RememberedDisplays::shared().keepOnly(
+        [](CGDirectDisplayID displayID) { return isSoftDisconnected(displayID); });
     return RememberedDisplays::shared().all();
 }
 

@@ -40,16 +40,8 @@ constexpr CGFloat iconSize = 18;
     [self setUpIcon];
     [self setUpTitle:title];
     [self setUpSwitch:isOn];
-    [self addSubview:_iconView.get()];
-    [self addSubview:_titleLabel.get()];
-    if (!isMain) {
-        [self addSubview:_powerSwitch.get()];
-    }
-    NSMutableArray* const constraints = [self iconConstraints];
-    [constraints addObjectsFromArray:isMain ? [self titleConstraintsWithoutSwitch]
-                                            : [self titleConstraintsBesideSwitch]];
-    [constraints addObjectsFromArray:[self sizeConstraints]];
-    [NSLayoutConstraint activateConstraints:constraints];
+    [self addSubviews];
+    [self activateConstraints];
     [self setTranslatesAutoresizingMaskIntoConstraints:NO];
     return self;
 }
@@ -108,6 +100,22 @@ constexpr CGFloat iconSize = 18;
     [powerSwitch setTarget:self];
     [powerSwitch setAction:@selector(switchChanged:)];
     [powerSwitch setTranslatesAutoresizingMaskIntoConstraints:NO];
+}
+
+- (void)addSubviews {
+    [self addSubview:_iconView.get()];
+    [self addSubview:_titleLabel.get()];
+    if (!_isMain) {
+        [self addSubview:_powerSwitch.get()];
+    }
+}
+
+- (void)activateConstraints {
+    NSMutableArray* const constraints = [self iconConstraints];
+    [constraints addObjectsFromArray:_isMain ? [self titleConstraintsWithoutSwitch]
+                                             : [self titleConstraintsBesideSwitch]];
+    [constraints addObjectsFromArray:[self sizeConstraints]];
+    [NSLayoutConstraint activateConstraints:constraints];
 }
 
 - (NSMutableArray*)iconConstraints {

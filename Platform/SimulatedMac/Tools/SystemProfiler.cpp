@@ -1,7 +1,7 @@
 // Stands for /usr/sbin/system_profiler: prints the displays of the simulated Mac.
 
-#include "Mac.h"
-#include "MacState.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <cstdio>
 #include <cstring>

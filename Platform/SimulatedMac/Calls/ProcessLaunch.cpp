@@ -1,8 +1,8 @@
 // The system profiler on the simulated Mac: a real child process in the place of
 // /usr/sbin/system_profiler. The linker redirects the program's own posix_spawn (--wrap).
 
-#include "Call.h"
-#include "Mac.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <cerrno>
 #include <spawn.h>

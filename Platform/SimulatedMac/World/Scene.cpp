@@ -1,4 +1,4 @@
-#include "Scene.h"
+#include "SimulatedMac/World/Scene.h"
 
 #include <algorithm>
 #include <charconv>

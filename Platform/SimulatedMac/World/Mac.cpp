@@ -1,9 +1,9 @@
-#include "Mac.h"
+#include "SimulatedMac/World/Mac.h"
 
-#include "Complaint.h"
-#include "Ledger.h"
-#include "MacState.h"
-#include "StateDirectory.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/StateDirectory.h"
 
 #include <algorithm>
 #include <cstdlib>

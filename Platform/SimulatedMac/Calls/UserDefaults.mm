@@ -6,8 +6,8 @@
 
 #import <Foundation/Foundation.h>
 
-#include "Call.h"
-#include "Mac.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <string>
 

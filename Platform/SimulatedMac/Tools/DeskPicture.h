@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Mac.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <string>
 #include <vector>

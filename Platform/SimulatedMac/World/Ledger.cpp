@@ -1,6 +1,6 @@
-#include "Ledger.h"
+#include "SimulatedMac/World/Ledger.h"
 
-#include "Complaint.h"
+#include "SimulatedMac/World/Complaint.h"
 
 #include <map>
 #include <utility>

@@ -1,6 +1,6 @@
-#include "ProcessIdentity.h"
+#include "SimulatedMac/World/ProcessIdentity.h"
 
-#include "ProcessStart.h"
+#include "SimulatedMac/World/ProcessStart.h"
 
 #include <unistd.h>
 

@@ -1,9 +1,9 @@
-#include "DisplayConfiguration.h"
+#include "SimulatedMac/Calls/DisplayConfiguration.h"
 
-#include "Complaint.h"
-#include "Ledger.h"
-#include "Mac.h"
-#include "MacState.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <deque>
 #include <vector>

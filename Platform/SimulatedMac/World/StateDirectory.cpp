@@ -1,6 +1,6 @@
-#include "StateDirectory.h"
+#include "SimulatedMac/World/StateDirectory.h"
 
-#include "Complaint.h"
+#include "SimulatedMac/World/Complaint.h"
 
 #include <cerrno>
 #include <chrono>

@@ -1,9 +1,9 @@
 // The CoreFoundation objects that registry properties are made of. On a Mac the real CoreFoundation
 // takes this file's place.
 
-#include "Call.h"
-#include "Complaint.h"
-#include "Ledger.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Ledger.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

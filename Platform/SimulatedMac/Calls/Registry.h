@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Scene.h"
+#include "SimulatedMac/World/Scene.h"
 
 #include <IOKit/IOKitLib.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ProcessIdentity.h"
-#include "Scene.h"
+#include "SimulatedMac/World/ProcessIdentity.h"
+#include "SimulatedMac/World/Scene.h"
 
 #include <array>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "Complaint.h"
+#include "SimulatedMac/World/Complaint.h"
 
 #include <cstdio>
 #include <cstdlib>

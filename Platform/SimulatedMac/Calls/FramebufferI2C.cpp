@@ -1,11 +1,11 @@
 // The I2C buses of framebuffers on the simulated Mac.
 
-#include "Call.h"
-#include "Complaint.h"
-#include "Ledger.h"
-#include "Mac.h"
-#include "MacState.h"
-#include "Registry.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/Registry.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <IOKit/IOKitLib.h>
 

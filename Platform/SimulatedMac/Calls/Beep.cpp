@@ -1,4 +1,4 @@
-#include "Call.h"
+#include "SimulatedMac/Calls/Call.h"
 
 extern "C" void NSBeep();
 

@@ -4,9 +4,9 @@
 #include "ObjectiveC/MethodReplacement.h"
 #include "ObjectiveC/SystemLibraries.h"
 
-#include "Call.h"
-#include "Mac.h"
-#include "MacState.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #import <AppKit/AppKit.h>
 

@@ -4,11 +4,11 @@
 //
 // The linker redirects the program's own calls (--wrap); libraries keep the real functions.
 
-#include "Call.h"
-#include "DisplayConfiguration.h"
-#include "Ledger.h"
-#include "Mac.h"
-#include "MacState.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/DisplayConfiguration.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <IOKit/IOKitLib.h>

@@ -1,11 +1,11 @@
 // The I/O registry on the simulated Mac.
 
-#include "Registry.h"
+#include "SimulatedMac/Calls/Registry.h"
 
-#include "Call.h"
-#include "Complaint.h"
-#include "Ledger.h"
-#include "Mac.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,11 +1,11 @@
 // CoreGraphics display services on the simulated Mac.
 
-#include "Call.h"
-#include "Complaint.h"
-#include "DisplayConfiguration.h"
-#include "Mac.h"
-#include "MacState.h"
-#include "Registry.h"
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/DisplayConfiguration.h"
+#include "SimulatedMac/Calls/Registry.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <IOKit/IOKitLib.h>

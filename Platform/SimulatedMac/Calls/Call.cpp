@@ -1,6 +1,6 @@
-#include "Call.h"
+#include "SimulatedMac/Calls/Call.h"
 
-#include "Mac.h"
+#include "SimulatedMac/World/Mac.h"
 
 namespace simulated_mac {
 namespace {

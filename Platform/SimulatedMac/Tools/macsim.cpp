@@ -1,7 +1,7 @@
 // Looks at the simulated Mac and changes it from outside.
 
-#include "DeskPicture.h"
-#include "Mac.h"
+#include "SimulatedMac/Tools/DeskPicture.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <charconv>
 #include <cstdio>

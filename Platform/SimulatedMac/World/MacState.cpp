@@ -1,4 +1,4 @@
-#include "MacState.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <algorithm>
 

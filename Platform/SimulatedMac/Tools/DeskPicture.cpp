@@ -1,4 +1,4 @@
-#include "DeskPicture.h"
+#include "SimulatedMac/Tools/DeskPicture.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,5 +4,5 @@ extern "C" void NSBeep();
 
 /// The Mac's sound: nobody hears it, but the call log has it.
 void NSBeep() {
-    simulated_mac::Call("NSBeep", nlohmann::json::array());
+    simulated_mac::Call(__func__, nlohmann::json::array());
 }

@@ -11,15 +11,16 @@ namespace simulated_mac {
 /// written to the call log when it returns.
 ///
 ///     IOReturn IOFBGetI2CInterfaceCount(io_service_t framebuffer, IOItemCount* count) {
-///         Call call("IOFBGetI2CInterfaceCount", {framebuffer});
+///         Call call(__func__, {framebuffer});
 ///         if (call.failed()) return call.returns(call.failure<IOReturn>());
 ///         …
 ///         return call.returns(kIOReturnSuccess);
 ///     }
 class Call {
 public:
-    /// `args` is a JSON array with the plain arguments: numbers, strings, booleans; pointers are
-    /// left out or told by what they point to.
+    /// `name` is that of the C function: `__func__` where this stands in it. `args` is a JSON array
+    /// with the plain arguments: numbers, strings, booleans; pointers are left out or told by what
+    /// they point to.
     Call(std::string name, nlohmann::json args);
     ~Call(); ///< logs a call that returned nothing
     Call(const Call&) = delete;

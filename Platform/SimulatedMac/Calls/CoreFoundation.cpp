@@ -98,7 +98,7 @@ bool isImmortal(CFTypeRef object) {
 // NULL, a released object and an object of another type crash on a Mac as well.
 const Object& objectFor(CFTypeRef object, const char* call) {
     if (object == nullptr) {
-        crash(std::string(call) + ": NULL");
+        crash(call, "NULL");
     }
     if (!isImmortal(object)) {
         ledger::requireOpen(Resource::cfObject, handle(object), call);
@@ -110,7 +110,7 @@ template <class Value>
 const Value& valueOf(CFTypeRef object, const char* call) {
     const Value* const value = std::get_if<Value>(&objectFor(object, call).value);
     if (value == nullptr) {
-        crash(std::string(call) + ": object of another type");
+        crash(call, "object of another type");
     }
     return *value;
 }
@@ -200,7 +200,7 @@ bool storeTruncated(void* target, int64_t exact) {
     return static_cast<int64_t>(value) == exact;
 }
 
-bool storeAs(CFNumberType type, void* target, int64_t exact) {
+bool storeAs(CFNumberType type, void* target, int64_t exact, const char* call) {
     switch (type) {
     case kCFNumberSInt32Type:
         return storeTruncated<SInt32>(target, exact);
@@ -212,23 +212,23 @@ bool storeAs(CFNumberType type, void* target, int64_t exact) {
         return true;
     }
     default:
-        crash("CFNumberGetValue: number type " + std::to_string(type) + " is not simulated");
+        crash(call, "number type " + std::to_string(type) + " is not simulated");
     }
 }
 
 // A lossy conversion writes its best attempt (documented) with the low bits kept (published
 // source).
-bool storeNumber(CFNumberRef number, CFNumberType type, void* target) {
-    const Object& object = objectFor(number, "CFNumberGetValue");
+bool storeNumber(CFNumberRef number, CFNumberType type, void* target, const char* call) {
+    const Object& object = objectFor(number, call);
     if (const auto* const exact = std::get_if<int64_t>(&object.value)) {
-        return storeAs(type, target, *exact);
+        return storeAs(type, target, *exact, call);
     }
-    const double value = valueOf<double>(number, "CFNumberGetValue");
+    const double value = valueOf<double>(number, call);
     if (type == kCFNumberFloat64Type) {
         std::memcpy(target, &value, sizeof value);
         return true;
     }
-    return storeAs(type, target, static_cast<int64_t>(value)) && std::trunc(value) == value;
+    return storeAs(type, target, static_cast<int64_t>(value), call) && std::trunc(value) == value;
 }
 
 nlohmann::json shown(CFTypeRef object) {
@@ -248,7 +248,7 @@ const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {};
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {};
 
 CFTypeRef CFRetain(CFTypeRef object) {
-    const Object& retained = objectFor(object, "CFRetain");
+    const Object& retained = objectFor(object, __func__);
     if (!isImmortal(object)) {
         ledger::opened(Resource::cfObject, handle(object), nameOf(retained.type));
     }
@@ -256,11 +256,11 @@ CFTypeRef CFRetain(CFTypeRef object) {
 }
 
 void CFRelease(CFTypeRef object) {
-    objectFor(object, "CFRelease");
+    objectFor(object, __func__);
     if (isImmortal(object)) {
         return;
     }
-    ledger::closed(Resource::cfObject, handle(object), "CFRelease");
+    ledger::closed(Resource::cfObject, handle(object), __func__);
     if (ledger::references(Resource::cfObject, handle(object)) > 0) {
         return;
     }
@@ -277,7 +277,7 @@ CFTypeID CFGetTypeID(CFTypeRef object) {
     if (object != nullptr && isConstantString(object)) {
         return stringType;
     }
-    return objectFor(object, "CFGetTypeID").type;
+    return objectFor(object, __func__).type;
 }
 
 CFTypeID CFBooleanGetTypeID() {
@@ -297,17 +297,17 @@ CFTypeID CFDictionaryGetTypeID() {
 }
 
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {
-    Call call("CFBooleanGetValue", nlohmann::json::array());
-    const bool value = valueOf<bool>(boolean, "CFBooleanGetValue");
+    Call call(__func__, nlohmann::json::array());
+    const bool value = valueOf<bool>(boolean, __func__);
     return call.returns<Boolean>(value);
 }
 
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
-    Call call("CFNumberGetValue", {type});
+    Call call(__func__, {type});
     if (call.failed()) {
         return call.returns(call.failure<Boolean>());
     }
-    return call.returns<Boolean>(storeNumber(number, type, value));
+    return call.returns<Boolean>(storeNumber(number, type, value, __func__));
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value) {
@@ -317,7 +317,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void* value)
         return make<CFNumberRef>(numberType, number);
     }
     if (type != kCFNumberSInt64Type) {
-        crash("CFNumberCreate: number type " + std::to_string(type) + " is not simulated");
+        crash(__func__, "number type " + std::to_string(type) + " is not simulated");
     }
     int64_t number = 0;
     std::memcpy(&number, value, sizeof number);
@@ -329,38 +329,38 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length) {
 }
 
 CFIndex CFDataGetLength(CFDataRef data) {
-    Call call("CFDataGetLength", nlohmann::json::array());
-    const auto& bytes = valueOf<std::vector<UInt8>>(data, "CFDataGetLength");
+    Call call(__func__, nlohmann::json::array());
+    const auto& bytes = valueOf<std::vector<UInt8>>(data, __func__);
     return call.returns(static_cast<CFIndex>(bytes.size()));
 }
 
 void CFDataGetBytes(CFDataRef data, CFRange range, UInt8* buffer) {
-    const Call call("CFDataGetBytes", {range.location, range.length});
-    const auto& bytes = valueOf<std::vector<UInt8>>(data, "CFDataGetBytes");
+    const Call call(__func__, {range.location, range.length});
+    const auto& bytes = valueOf<std::vector<UInt8>>(data, __func__);
     if (range.location < 0 || range.length < 0 ||
         range.location + range.length > static_cast<CFIndex>(bytes.size())) {
-        crash("CFDataGetBytes: range beyond the data");
+        crash(__func__, "range beyond the data");
     }
     std::copy_n(bytes.begin() + range.location, range.length, buffer);
 }
 
 CFIndex CFStringGetLength(CFStringRef string) {
-    Call call("CFStringGetLength", nlohmann::json::array());
-    return call.returns(static_cast<CFIndex>(utf16Length(textOf(string, "CFStringGetLength"))));
+    Call call(__func__, nlohmann::json::array());
+    return call.returns(static_cast<CFIndex>(utf16Length(textOf(string, __func__))));
 }
 
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding) {
-    Call call("CFStringGetMaximumSizeForEncoding", {length, encoding});
+    Call call(__func__, {length, encoding});
     return call.returns(encoding == kCFStringEncodingUTF8 ? length * 3 : CFIndex(-1));
 }
 
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding) {
-    Call call("CFStringGetCString", {bufferSize, encoding});
+    Call call(__func__, {bufferSize, encoding});
     if (call.failed()) {
         return call.returns(call.failure<Boolean>());
     }
-    const std::string text = textOf(string, "CFStringGetCString");
+    const std::string text = textOf(string, __func__);
     if (encoding != kCFStringEncodingUTF8 || static_cast<CFIndex>(text.size()) >= bufferSize) {
         return call.returns<Boolean>(false);
     }
@@ -388,17 +388,17 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
-    Call call("CFDictionaryGetCount", nlohmann::json::array());
-    const auto& entries = valueOf<Entries>(dictionary, "CFDictionaryGetCount");
+    Call call(__func__, nlohmann::json::array());
+    const auto& entries = valueOf<Entries>(dictionary, __func__);
     return call.returns(static_cast<CFIndex>(entries.size()));
 }
 
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
-    Call call("CFDictionaryGetValue", {shown(key)});
+    Call call(__func__, {shown(key)});
     if (call.failed() || call.yieldsNull()) {
         return call.returns<const void*>(nullptr, nullptr);
     }
-    for (const auto& [entryKey, value] : valueOf<Entries>(dictionary, "CFDictionaryGetValue")) {
+    for (const auto& [entryKey, value] : valueOf<Entries>(dictionary, __func__)) {
         if (areEqual(entryKey, key)) {
             return call.returns<const void*>(value, shown(value));
         }
@@ -408,9 +408,9 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
 
 void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                   const void** values) {
-    const Call call("CFDictionaryGetKeysAndValues", nlohmann::json::array());
+    const Call call(__func__, nlohmann::json::array());
     std::size_t i = 0;
-    for (const auto& [key, value] : valueOf<Entries>(dictionary, "CFDictionaryGetKeysAndValues")) {
+    for (const auto& [key, value] : valueOf<Entries>(dictionary, __func__)) {
         keys[i] = key;
         values[i++] = value;
     }

@@ -85,55 +85,53 @@ extern "C" {
 
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
                                uint32_t* displayCount) {
-    return list("CGGetActiveDisplayList", &MacState::active, maxDisplays, activeDisplays,
-                displayCount);
+    return list(__func__, &MacState::active, maxDisplays, activeDisplays, displayCount);
 }
 
 CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* onlineDisplays,
                                uint32_t* displayCount) {
-    return list("CGGetOnlineDisplayList", &MacState::online, maxDisplays, onlineDisplays,
-                displayCount);
+    return list(__func__, &MacState::online, maxDisplays, onlineDisplays, displayCount);
 }
 
 boolean_t CGDisplayIsActive(CGDirectDisplayID display) {
-    return question<boolean_t>("CGDisplayIsActive", display, state().isActive(display));
+    return question<boolean_t>(__func__, display, state().isActive(display));
 }
 
 boolean_t CGDisplayIsOnline(CGDirectDisplayID display) {
-    return question<boolean_t>("CGDisplayIsOnline", display, state().isOnline(display));
+    return question<boolean_t>(__func__, display, state().isOnline(display));
 }
 
 boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
-    return question<boolean_t>("CGDisplayIsMain", display, state().main() == display);
+    return question<boolean_t>(__func__, display, state().main() == display);
 }
 
 boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
     const SceneDisplay* const described = Mac::current().sceneDisplay(display);
-    return question<boolean_t>("CGDisplayIsBuiltin", display,
+    return question<boolean_t>(__func__, display,
                                described != nullptr && described->builtin &&
                                    state().isConnected(display));
 }
 
 boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display) {
-    return question<boolean_t>("CGDisplayIsInMirrorSet", display, state().isInMirrorSet(display));
+    return question<boolean_t>(__func__, display, state().isInMirrorSet(display));
 }
 
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
-    return identity("CGDisplayVendorNumber", display, &SceneDisplay::vendor);
+    return identity(__func__, display, &SceneDisplay::vendor);
 }
 
 uint32_t CGDisplayModelNumber(CGDirectDisplayID display) {
-    return identity("CGDisplayModelNumber", display, &SceneDisplay::model);
+    return identity(__func__, display, &SceneDisplay::model);
 }
 
 io_service_t CGDisplayIOServicePort(CGDirectDisplayID display) {
-    Call call("CGDisplayIOServicePort", {display});
+    Call call(__func__, {display});
     const bool answers = !call.failed() && !call.yieldsNull();
     return call.returns(answers ? servicePortForDisplay(display) : IO_OBJECT_NULL);
 }
 
 CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
-    Call call("CGBeginDisplayConfiguration", nlohmann::json::array());
+    Call call(__func__, nlohmann::json::array());
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -148,8 +146,8 @@ CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
 
 CGError CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef config, CGDirectDisplayID display,
                                           CGDirectDisplayID master) {
-    Call call("CGConfigureDisplayMirrorOfDisplay", {numberOf(config), display, master});
-    requireLive(config, "CGConfigureDisplayMirrorOfDisplay");
+    Call call(__func__, {numberOf(config), display, master});
+    requireLive(config, __func__);
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -165,24 +163,24 @@ CGError CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef config, CGDirectDis
 }
 
 CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config) {
-    Call call("CGCancelDisplayConfiguration", {numberOf(config)});
-    const CGError error = cancelConfiguration(config);
+    Call call(__func__, {numberOf(config)});
+    const CGError error = cancelConfiguration(config, __func__);
     return call.returns(call.failed() ? call.failure<CGError>() : error);
 }
 
 CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
-    Call call("CGCompleteDisplayConfiguration", {numberOf(config), uint32_t(option)});
+    Call call(__func__, {numberOf(config), uint32_t(option)});
     if (call.failed()) {
-        spendConfiguration(config);
+        spendConfiguration(config, __func__);
         return call.returns(call.failure<CGError>());
     }
-    return call.returns(completeConfiguration(config, option));
+    return call.returns(completeConfiguration(config, option, __func__));
 }
 
 CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,
                                     CGGammaValue* redTable, CGGammaValue* greenTable,
                                     CGGammaValue* blueTable, uint32_t* sampleCount) {
-    Call call("CGGetDisplayTransferByTable", {display, capacity});
+    Call call(__func__, {display, capacity});
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -205,7 +203,7 @@ CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity
 CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSize,
                                     const CGGammaValue* redTable, const CGGammaValue* greenTable,
                                     const CGGammaValue* blueTable) {
-    Call call("CGSetDisplayTransferByTable", {display, tableSize});
+    Call call(__func__, {display, tableSize});
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -221,7 +219,7 @@ CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSiz
 }
 
 void CGDisplayRestoreColorSyncSettings() {
-    const Call call("CGDisplayRestoreColorSyncSettings", nlohmann::json::array());
+    const Call call(__func__, nlohmann::json::array());
     if (!call.failed()) {
         Mac::current().change([](MacState& changed) { changed.resetGamma(); });
     }

@@ -53,11 +53,11 @@ int numberOf(CGDisplayConfigRef config) {
 
 void requireLive(CGDisplayConfigRef config, const char* call) {
     if (config == nullptr) {
-        crash(std::string(call) + ": null display configuration");
+        crash(call, "null display configuration");
     }
     if (config->phase != Phase::live) {
-        crash(std::string(call) + ": display configuration " + std::to_string(config->number) +
-              " has ended already");
+        crash(call,
+              "display configuration " + std::to_string(config->number) + " has ended already");
     }
 }
 
@@ -65,10 +65,11 @@ void addChange(CGDisplayConfigRef config, std::function<void(MacState&, bool)> c
     config->changes.push_back(std::move(change));
 }
 
-CGError completeConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
+CGError completeConfiguration(CGDisplayConfigRef config, CGConfigureOption option,
+                              const char* call) {
     // Changes for the process's own life only are not modelled.
     const bool supported = option == kCGConfigureForSession || option == kCGConfigurePermanently;
-    end(config, supported ? Phase::completed : Phase::failed, "CGCompleteDisplayConfiguration");
+    end(config, supported ? Phase::completed : Phase::failed, call);
     if (!supported) {
         return kCGErrorIllegalArgument;
     }
@@ -80,15 +81,15 @@ CGError completeConfiguration(CGDisplayConfigRef config, CGConfigureOption optio
     return kCGErrorSuccess;
 }
 
-void spendConfiguration(CGDisplayConfigRef config) {
-    end(config, Phase::failed, "CGCompleteDisplayConfiguration");
+void spendConfiguration(CGDisplayConfigRef config, const char* call) {
+    end(config, Phase::failed, call);
 }
 
-CGError cancelConfiguration(CGDisplayConfigRef config) {
+CGError cancelConfiguration(CGDisplayConfigRef config, const char* call) {
     if (config != nullptr && config->phase == Phase::failed) {
         return kCGErrorIllegalArgument;
     }
-    end(config, Phase::cancelled, "CGCancelDisplayConfiguration");
+    end(config, Phase::cancelled, call);
     return kCGErrorSuccess;
 }
 

@@ -108,8 +108,8 @@ IOReturn transfer(const IOI2CConnect& connect, uint32_t address, std::span<const
 extern "C" {
 
 IOReturn IOFBGetI2CInterfaceCount(io_service_t framebuffer, IOItemCount* count) {
-    Call call("IOFBGetI2CInterfaceCount", {framebuffer});
-    const RegistryNode& node = nodeFor(framebuffer, "IOFBGetI2CInterfaceCount");
+    Call call(__func__, {framebuffer});
+    const RegistryNode& node = nodeFor(framebuffer, __func__);
     if (call.failed()) {
         return call.returns(call.failure<IOReturn>());
     }
@@ -120,8 +120,8 @@ IOReturn IOFBGetI2CInterfaceCount(io_service_t framebuffer, IOItemCount* count) 
 
 IOReturn IOFBCopyI2CInterfaceForBus(io_service_t framebuffer, IOOptionBits bus,
                                     io_service_t* interface) {
-    Call call("IOFBCopyI2CInterfaceForBus", {framebuffer, bus});
-    const RegistryNode& node = nodeFor(framebuffer, "IOFBCopyI2CInterfaceForBus");
+    Call call(__func__, {framebuffer, bus});
+    const RegistryNode& node = nodeFor(framebuffer, __func__);
     if (call.failed()) {
         return call.returns(call.failure<IOReturn>());
     }
@@ -135,8 +135,8 @@ IOReturn IOFBCopyI2CInterfaceForBus(io_service_t framebuffer, IOOptionBits bus,
 
 IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
                             IOI2CConnectRef* connect) {
-    Call call("IOI2CInterfaceOpen", {interface, options});
-    const RegistryNode& node = nodeFor(interface, "IOI2CInterfaceOpen");
+    Call call(__func__, {interface, options});
+    const RegistryNode& node = nodeFor(interface, __func__);
     // Published source: for an object of another class the reference is not written at all.
     if (!conformsTo(node.className, "IOI2CInterface") && node.i2cBuses == 0) {
         return call.returns(badArgument);
@@ -164,16 +164,16 @@ IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
 
 IOReturn IOI2CInterfaceClose(IOI2CConnectRef connect, IOOptionBits options) {
     if (connect == nullptr) {
-        crash("IOI2CInterfaceClose: NULL");
+        crash(__func__, "NULL");
     }
-    Call call("IOI2CInterfaceClose", {connect->number, options});
-    ledger::closed(Resource::i2cConnection, handle(connect), "IOI2CInterfaceClose");
+    Call call(__func__, {connect->number, options});
+    ledger::closed(Resource::i2cConnection, handle(connect), __func__);
     return call.returns(call.failed() ? call.failure<IOReturn>() : kIOReturnSuccess);
 }
 
 IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRequest* request) {
-    ledger::requireOpen(Resource::i2cConnection, handle(connect), "IOI2CSendRequest");
-    Call call("IOI2CSendRequest", {connect->number, options});
+    ledger::requireOpen(Resource::i2cConnection, handle(connect), __func__);
+    Call call(__func__, {connect->number, options});
     const auto* const buffer = reinterpret_cast<const uint8_t*>(uintptr_t(request->sendBuffer));
     const std::vector<uint8_t> bytes(buffer, buffer + request->sendBytes);
     call.note("address", uint32_t(request->sendAddress));

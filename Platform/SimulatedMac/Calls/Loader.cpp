@@ -50,10 +50,10 @@ bool isOurs(const void* library) {
     return library == &skyLightImage || library == &coreGraphicsImage;
 }
 
-CGError configureDisplayEnabled(CGDisplayConfigRef config, CGDirectDisplayID display,
-                                bool enabled) {
-    Call call("SLSConfigureDisplayEnabled", {numberOf(config), display, enabled});
-    requireLive(config, "SLSConfigureDisplayEnabled");
+CGError SLSConfigureDisplayEnabled(CGDisplayConfigRef config, CGDirectDisplayID display,
+                                   bool enabled) {
+    Call call(__func__, {numberOf(config), display, enabled});
+    requireLive(config, __func__);
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -66,8 +66,8 @@ CGError configureDisplayEnabled(CGDisplayConfigRef config, CGDirectDisplayID dis
     return call.returns(kCGErrorSuccess);
 }
 
-CGError getDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32_t* count) {
-    Call call("SLSGetDisplayList", {capacity});
+CGError SLSGetDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32_t* count) {
+    Call call(__func__, {capacity});
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
@@ -90,8 +90,8 @@ void* symbolOf(const void* library, const std::string& symbol) {
     if (std::ranges::find(exported, symbol) == exported.end()) {
         return nullptr;
     }
-    return symbol == "SLSGetDisplayList" ? reinterpret_cast<void*>(&getDisplayList)
-                                         : reinterpret_cast<void*>(&configureDisplayEnabled);
+    return symbol == "SLSGetDisplayList" ? reinterpret_cast<void*>(&SLSGetDisplayList)
+                                         : reinterpret_cast<void*>(&SLSConfigureDisplayEnabled);
 }
 
 void* open(const std::string& path) {
@@ -110,6 +110,32 @@ void* open(const std::string& path) {
 
 } // namespace
 
+/// The functions for the images that are known here, under the names that the call log tells.
+namespace simulated {
+namespace {
+
+void* dlopen(const char* path, int mode) {
+    Call call(__func__, {path, mode});
+    void* const library = call.failed() || call.yieldsNull() ? nullptr : open(path);
+    return call.returns(library, library != nullptr);
+}
+
+void* dlsym(void* library, const char* symbol) {
+    Call call(__func__, {symbol});
+    ledger::requireOpen(Resource::loaderHandle, handle(library), __func__);
+    void* const address = call.failed() || call.yieldsNull() ? nullptr : symbolOf(library, symbol);
+    return call.returns(address, address != nullptr);
+}
+
+int dlclose(void* library) {
+    Call call(__func__, nlohmann::json::array());
+    ledger::closed(Resource::loaderHandle, handle(library), __func__);
+    return call.returns(call.failed() ? call.failure<int>() : 0);
+}
+
+} // namespace
+} // namespace simulated
+
 extern "C" {
 
 void* __wrap_dlopen(const char* path, int mode) {
@@ -117,28 +143,15 @@ void* __wrap_dlopen(const char* path, int mode) {
         (path != std::string(skyLightPath) && path != std::string(coreGraphicsPath))) {
         return __real_dlopen(path, mode);
     }
-    Call call("dlopen", {path, mode});
-    void* const library = call.failed() || call.yieldsNull() ? nullptr : open(path);
-    return call.returns(library, library != nullptr);
+    return simulated::dlopen(path, mode);
 }
 
 void* __wrap_dlsym(void* library, const char* symbol) {
-    if (!isOurs(library)) {
-        return __real_dlsym(library, symbol);
-    }
-    Call call("dlsym", {symbol});
-    ledger::requireOpen(Resource::loaderHandle, handle(library), "dlsym");
-    void* const address = call.failed() || call.yieldsNull() ? nullptr : symbolOf(library, symbol);
-    return call.returns(address, address != nullptr);
+    return isOurs(library) ? simulated::dlsym(library, symbol) : __real_dlsym(library, symbol);
 }
 
 int __wrap_dlclose(void* library) {
-    if (!isOurs(library)) {
-        return __real_dlclose(library);
-    }
-    Call call("dlclose", nlohmann::json::array());
-    ledger::closed(Resource::loaderHandle, handle(library), "dlclose");
-    return call.returns(call.failed() ? call.failure<int>() : 0);
+    return isOurs(library) ? simulated::dlclose(library) : __real_dlclose(library);
 }
 
 } // extern "C"

@@ -54,14 +54,13 @@ nlohmann::json argumentsOf(const char* path, char* const argv[]) {
 
 } // namespace
 
-extern "C" int __wrap_posix_spawn(pid_t* pid, const char* path,
-                                  const posix_spawn_file_actions_t* actions,
-                                  const posix_spawnattr_t* attributes, char* const argv[],
-                                  char* const envp[]) {
-    if (path != std::string("/usr/sbin/system_profiler")) {
-        return __real_posix_spawn(pid, path, actions, attributes, argv, envp);
-    }
-    Call call("posix_spawn", argumentsOf(path, argv));
+namespace simulated {
+namespace {
+
+/// The launch of the system profiler, under the name that the call log tells.
+int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]) {
+    Call call(__func__, argumentsOf(path, argv));
     if (call.failed()) {
         return call.returns(call.failure<int>());
     }
@@ -71,4 +70,17 @@ extern "C" int __wrap_posix_spawn(pid_t* pid, const char* path,
     std::vector<std::string> environment = childEnvironment(envp);
     return call.returns(__real_posix_spawn(pid, SYSTEM_PROFILER_EXECUTABLE, actions, attributes,
                                            argv, pointersTo(environment).data()));
+}
+
+} // namespace
+} // namespace simulated
+
+extern "C" int __wrap_posix_spawn(pid_t* pid, const char* path,
+                                  const posix_spawn_file_actions_t* actions,
+                                  const posix_spawnattr_t* attributes, char* const argv[],
+                                  char* const envp[]) {
+    if (path != std::string("/usr/sbin/system_profiler")) {
+        return __real_posix_spawn(pid, path, actions, attributes, argv, envp);
+    }
+    return simulated::posix_spawn(pid, path, actions, attributes, argv, envp);
 }

@@ -212,7 +212,7 @@ const RegistryNode& nodeFor(io_registry_entry_t entry, const char* call) {
     ledger::requireOpen(Resource::ioObject, entry, call);
     const RegistryNode* const node = entryFor(entry);
     if (node == nullptr) {
-        crash(std::string(call) + ": an iterator is no registry entry");
+        crash(call, "an iterator is no registry entry");
     }
     return *node;
 }
@@ -250,7 +250,7 @@ io_service_t servicePortForDisplay(uint32_t displayID) {
 extern "C" {
 
 CFMutableDictionaryRef IOServiceMatching(const char* name) {
-    Call call("IOServiceMatching", {name});
+    Call call(__func__, {name});
     if (call.failed() || call.yieldsNull()) {
         return call.returns<CFMutableDictionaryRef>(nullptr, nullptr);
     }
@@ -266,7 +266,7 @@ CFMutableDictionaryRef IOServiceMatching(const char* name) {
 kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef matching,
                                            io_iterator_t* existing) {
     if (matching == nullptr) {
-        Call call("IOServiceGetMatchingServices", {mainPort, nullptr});
+        Call call(__func__, {mainPort, nullptr});
         return call.returns(badArgument);
     }
     std::string className;
@@ -274,7 +274,7 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef
         const InternalCalls internal;
         className = consumeMatching(matching);
     }
-    Call call("IOServiceGetMatchingServices", {mainPort, className});
+    Call call(__func__, {mainPort, className});
     if (call.failed()) {
         return call.returns(call.failure<kern_return_t>());
     }
@@ -284,11 +284,11 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef
 }
 
 io_object_t IOIteratorNext(io_iterator_t iterator) {
-    Call call("IOIteratorNext", {iterator});
-    ledger::requireOpen(Resource::ioObject, iterator, "IOIteratorNext");
+    Call call(__func__, {iterator});
+    ledger::requireOpen(Resource::ioObject, iterator, __func__);
     Iterator* const position = iteratorFor(iterator);
     if (position == nullptr) {
-        crash("IOIteratorNext: a registry entry is no iterator");
+        crash(__func__, "a registry entry is no iterator");
     }
     const bool ended = position->next == position->nodes.size();
     if (call.failed() || call.yieldsNull() || ended) {
@@ -299,8 +299,8 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
 
 // A faulted release or retain reports the error but takes effect: the program cannot do more.
 kern_return_t IOObjectRetain(io_object_t object) {
-    Call call("IOObjectRetain", {object});
-    ledger::requireOpen(Resource::ioObject, object, "IOObjectRetain");
+    Call call(__func__, {object});
+    ledger::requireOpen(Resource::ioObject, object, __func__);
     const RegistryNode* const node = entryFor(object);
     ledger::opened(Resource::ioObject, object,
                    node == nullptr ? "iterator" : node->className + " entry");
@@ -308,7 +308,7 @@ kern_return_t IOObjectRetain(io_object_t object) {
 }
 
 kern_return_t IOObjectRelease(io_object_t object) {
-    Call call("IOObjectRelease", {object});
+    Call call(__func__, {object});
     if (object == IO_OBJECT_NULL || isDeadPort(object)) {
         return call.returns(badArgument);
     }
@@ -316,16 +316,16 @@ kern_return_t IOObjectRelease(io_object_t object) {
         ledger::references(Resource::ioObject, object) == 1) {
         call.note("note", "released the graphics system's own reference");
     }
-    ledger::closed(Resource::ioObject, object, "IOObjectRelease");
+    ledger::closed(Resource::ioObject, object, __func__);
     return call.returns(call.failed() ? call.failure<kern_return_t>() : kIOReturnSuccess);
 }
 
 boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
-    Call call("IOObjectConformsTo", {object, className});
+    Call call(__func__, {object, className});
     if (object == IO_OBJECT_NULL || isDeadPort(object)) {
         return call.returns<boolean_t>(0);
     }
-    const bool conforms = conformsTo(nodeFor(object, "IOObjectConformsTo").className, className);
+    const bool conforms = conformsTo(nodeFor(object, __func__).className, className);
     return call.returns<boolean_t>(call.failed() ? call.failure<boolean_t>()
                                                  : conforms && !call.yieldsNull());
 }
@@ -337,8 +337,8 @@ CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef
         const InternalCalls internal;
         name = textOf(key);
     }
-    Call call("IORegistryEntryCreateCFProperty", {entry, name});
-    const json& properties = nodeFor(entry, "IORegistryEntryCreateCFProperty").properties;
+    Call call(__func__, {entry, name});
+    const json& properties = nodeFor(entry, __func__).properties;
     const auto property = properties.find(name);
     if (call.failed() || call.yieldsNull() || property == properties.end()) {
         return call.returns<CFTypeRef>(nullptr, nullptr);
@@ -349,8 +349,8 @@ CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef
 
 kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, const io_name_t plane,
                                               io_iterator_t* iterator) {
-    Call call("IORegistryEntryGetChildIterator", {entry, plane});
-    const RegistryNode& node = nodeFor(entry, "IORegistryEntryGetChildIterator");
+    Call call(__func__, {entry, plane});
+    const RegistryNode& node = nodeFor(entry, __func__);
     if (call.failed()) {
         return call.returns(call.failure<kern_return_t>());
     }

@@ -12,9 +12,9 @@ void complain(const std::string& line) {
     _exit(2);
 }
 
-void crash(const std::string& line) {
+void crash(const std::string& call, const std::string& mistake) {
     std::fflush(stdout);
-    std::fprintf(stderr, "simulated Mac: crash: %s\n", line.c_str());
+    std::fprintf(stderr, "simulated Mac: crash: %s: %s\n", call.c_str(), mistake.c_str());
     std::abort();
 }
 

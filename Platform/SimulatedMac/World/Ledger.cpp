@@ -24,9 +24,8 @@ std::map<Key, Entry>& entries() {
 Entry& openEntry(Resource kind, uintptr_t handle, const char* call) {
     const auto found = entries().find({kind, handle});
     if (found == entries().end() || found->second.references == 0) {
-        crash(std::string(call) + ": " +
-              (found == entries().end() ? "not a valid object" : found->second.what) +
-              " is used after its last release, or was never valid");
+        crash(call, (found == entries().end() ? "not a valid object" : found->second.what) +
+                        " is used after its last release, or was never valid");
     }
     return found->second;
 }

@@ -5,6 +5,7 @@ set(SIMULATED_MAC_SOURCES
   Calls/Call.cpp
   Calls/CoreGraphics.cpp
   Calls/DisplayConfiguration.cpp
+  Calls/DisplayList.cpp
   Calls/FramebufferI2C.cpp
   Calls/Loader.cpp
   Calls/ProcessLaunch.cpp

@@ -3,6 +3,7 @@
 #import "AppKit/Images.h"
 
 #import "AppKit/Symbols.h"
+#import "Runtime/AttachedObject.h"
 
 #import <objc/associated_objects.h>
 
@@ -122,19 +123,10 @@ NSImage* drawnInColor(NSImage* image, NSSize size, NSColor* tint) {
     return canvas;
 }
 
-NSMutableDictionary* tintedImagesOf(NSImage* image) {
-    NSMutableDictionary* images = objc_getAssociatedObject(image, &tintedImagesKey);
-    if (images == nil) {
-        images = [NSMutableDictionary dictionary];
-        objc_setAssociatedObject(image, &tintedImagesKey, images, OBJC_ASSOCIATION_RETAIN);
-    }
-    return images;
-}
-
 } // namespace
 
 NSImage* tintedImage(NSImage* image, NSSize size, NSColor* tint) {
-    NSMutableDictionary* const images = tintedImagesOf(image);
+    auto* const images = attachedObject<NSMutableDictionary>(image, &tintedImagesKey);
     NSString* const key = [NSString stringWithFormat:@"%@ %@", NSStringFromSize(size), tint];
     if ([images objectForKey:key] == nil) {
         [images setObject:drawnInColor(image, size, tint) forKey:key];

@@ -1,7 +1,9 @@
 // Auto Layout's part of NSView: the constraints that are installed on a view, natural sizes,
 // layout.
 
+#import "AppKit/Labels.h"
 #import "Layout/LayoutSolver.h"
+#import "Runtime/AttachedObject.h"
 
 #import <AppKit/AppKit.h>
 #import <objc/associated_objects.h>
@@ -13,16 +15,8 @@ namespace {
 const char constraintsKey = 0;
 const char keepsNoFrameKey = 0;
 
-// A text field leaves this room, in points, at either side of its text.
-constexpr CGFloat textInset = 2;
-
 NSMutableArray* installedConstraints(NSView* view) {
-    NSMutableArray* constraints = objc_getAssociatedObject(view, &constraintsKey);
-    if (constraints == nil) {
-        constraints = [NSMutableArray array];
-        objc_setAssociatedObject(view, &constraintsKey, constraints, OBJC_ASSOCIATION_RETAIN);
-    }
-    return constraints;
+    return attachedObject<NSMutableArray>(view, &constraintsKey);
 }
 
 } // namespace

@@ -55,10 +55,6 @@ std::deque<Object>& objects() {
     return all;
 }
 
-uintptr_t handle(CFTypeRef object) {
-    return reinterpret_cast<uintptr_t>(object);
-}
-
 const char* nameOf(Type type) {
     switch (type) {
     case stringType:
@@ -79,7 +75,7 @@ template <class Ref, class Value>
 Ref make(Type type, Value value) {
     objects().push_back({&objectClass, type, std::move(value)});
     const Object* const object = &objects().back();
-    ledger::opened(Resource::cfObject, handle(object), nameOf(type));
+    ledger::opened(Resource::cfObject, ledger::handle(object), nameOf(type));
     return reinterpret_cast<Ref>(const_cast<Object*>(object));
 }
 
@@ -101,7 +97,7 @@ const Object& objectFor(CFTypeRef object, const char* call) {
         crash(call, "NULL");
     }
     if (!isImmortal(object)) {
-        ledger::requireOpen(Resource::cfObject, handle(object), call);
+        ledger::requireOpen(Resource::cfObject, ledger::handle(object), call);
     }
     return *static_cast<const Object*>(object);
 }
@@ -250,7 +246,7 @@ const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {};
 CFTypeRef CFRetain(CFTypeRef object) {
     const Object& retained = objectFor(object, __func__);
     if (!isImmortal(object)) {
-        ledger::opened(Resource::cfObject, handle(object), nameOf(retained.type));
+        ledger::opened(Resource::cfObject, ledger::handle(object), nameOf(retained.type));
     }
     return object;
 }
@@ -260,8 +256,8 @@ void CFRelease(CFTypeRef object) {
     if (isImmortal(object)) {
         return;
     }
-    ledger::closed(Resource::cfObject, handle(object), __func__);
-    if (ledger::references(Resource::cfObject, handle(object)) > 0) {
+    ledger::closed(Resource::cfObject, ledger::handle(object), __func__);
+    if (ledger::references(Resource::cfObject, ledger::handle(object)) > 0) {
         return;
     }
     auto& released = *const_cast<Object*>(static_cast<const Object*>(object));

@@ -2,6 +2,7 @@
 
 #include "SimulatedMac/Calls/Call.h"
 #include "SimulatedMac/Calls/DisplayConfiguration.h"
+#include "SimulatedMac/Calls/DisplayList.h"
 #include "SimulatedMac/Calls/Registry.h"
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Mac.h"
@@ -34,16 +35,8 @@ CGError list(const char* name, std::vector<uint32_t> (MacState::*query)() const,
         }
         return call.returns(call.failure<CGError>());
     }
-    std::vector<uint32_t> all = call.yieldsNull() ? std::vector<uint32_t>() : (state().*query)();
-    if (displays != nullptr) {
-        all.resize(std::min<std::size_t>(all.size(), capacity));
-        std::ranges::copy(all, displays);
-    }
-    if (count != nullptr) {
-        *count = static_cast<uint32_t>(all.size());
-    }
-    call.note("displays", all);
-    return call.returns(kCGErrorSuccess);
+    auto all = call.yieldsNull() ? std::vector<uint32_t>() : (state().*query)();
+    return answerWithList(call, std::move(all), capacity, displays, count);
 }
 
 template <class Answer>

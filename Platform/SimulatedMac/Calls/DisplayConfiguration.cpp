@@ -26,13 +26,9 @@ std::deque<_CGDisplayConfigRef>& configurations() {
     return all;
 }
 
-uintptr_t handle(CGDisplayConfigRef config) {
-    return reinterpret_cast<uintptr_t>(config);
-}
-
 void end(CGDisplayConfigRef config, Phase phase, const char* call) {
     requireLive(config, call);
-    ledger::closed(Resource::displayConfiguration, handle(config), call);
+    ledger::closed(Resource::displayConfiguration, ledger::handle(config), call);
     config->phase = phase;
 }
 
@@ -42,7 +38,7 @@ CGDisplayConfigRef beginConfiguration() {
     const int number = static_cast<int>(configurations().size()) + 1;
     configurations().push_back({number, Phase::live, {}});
     CGDisplayConfigRef const config = &configurations().back();
-    ledger::opened(Resource::displayConfiguration, handle(config),
+    ledger::opened(Resource::displayConfiguration, ledger::handle(config),
                    "display configuration " + std::to_string(number));
     return config;
 }

@@ -28,9 +28,6 @@ struct IOI2CConnect {
 
 namespace {
 
-constexpr IOReturn noDevice = static_cast<IOReturn>(0xE00002C0);
-constexpr IOReturn badArgument = static_cast<IOReturn>(0xE00002C2);
-constexpr IOReturn overrun = static_cast<IOReturn>(0xE00002E8);
 constexpr uint32_t busMask = 0xFF;
 constexpr uint32_t longestTransfer = 1024;
 
@@ -38,10 +35,6 @@ constexpr uint32_t longestTransfer = 1024;
 std::deque<IOI2CConnect>& connections() {
     static std::deque<IOI2CConnect> all;
     return all;
-}
-
-uintptr_t handle(IOI2CConnectRef connect) {
-    return reinterpret_cast<uintptr_t>(connect);
 }
 
 /// The nub of bus `bus`: the framebuffer's I2C interface child of that place. A registry that gives
@@ -94,7 +87,7 @@ std::string hex(std::span<const uint8_t> bytes) {
 IOReturn transfer(const IOI2CConnect& connect, uint32_t address, std::span<const uint8_t> bytes) {
     const MonitorDDC* const monitor = monitorOf(connect);
     if (monitor == nullptr) {
-        return noDevice;
+        return kIOReturnNoDevice;
     }
     if (monitor->result == kIOReturnSuccess) {
         Mac::current().change(
@@ -126,7 +119,7 @@ IOReturn IOFBCopyI2CInterfaceForBus(io_service_t framebuffer, IOOptionBits bus,
         return call.returns(call.failure<IOReturn>());
     }
     if ((bus & busMask) >= static_cast<uint32_t>(node.i2cBuses)) {
-        return call.returns(noDevice);
+        return call.returns(kIOReturnNoDevice);
     }
     *interface =
         call.yieldsNull() ? IO_OBJECT_NULL : retainedEntry(interfaceOnBus(node, bus & busMask));
@@ -139,7 +132,7 @@ IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
     const RegistryNode& node = nodeFor(interface, __func__);
     // Published source: for an object of another class the reference is not written at all.
     if (!conformsTo(node.className, "IOI2CInterface") && node.i2cBuses == 0) {
-        return call.returns(badArgument);
+        return call.returns(kIOReturnBadArgument);
     }
     *connect = nullptr;
     if (call.failed()) {
@@ -149,14 +142,14 @@ IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
                         displayBehind(Mac::current().scene().registry, node)};
     const MonitorDDC* const monitor = monitorOf(opened);
     if (options != 0 || (monitor != nullptr && monitor->open != kIOReturnSuccess)) {
-        return call.returns(options != 0 ? badArgument : monitor->open);
+        return call.returns(options != 0 ? kIOReturnBadArgument : monitor->open);
     }
     if (call.yieldsNull()) {
         return call.returns(kIOReturnSuccess);
     }
     connections().push_back(opened);
     *connect = &connections().back();
-    ledger::opened(Resource::i2cConnection, handle(*connect),
+    ledger::opened(Resource::i2cConnection, ledger::handle(*connect),
                    "I2C connection " + std::to_string(opened.number));
     call.note("connection", opened.number);
     return call.returns(kIOReturnSuccess);
@@ -167,19 +160,19 @@ IOReturn IOI2CInterfaceClose(IOI2CConnectRef connect, IOOptionBits options) {
         crash(__func__, "NULL");
     }
     Call call(__func__, {connect->number, options});
-    ledger::closed(Resource::i2cConnection, handle(connect), __func__);
+    ledger::closed(Resource::i2cConnection, ledger::handle(connect), __func__);
     return call.returns(call.failed() ? call.failure<IOReturn>() : kIOReturnSuccess);
 }
 
 IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRequest* request) {
-    ledger::requireOpen(Resource::i2cConnection, handle(connect), __func__);
+    ledger::requireOpen(Resource::i2cConnection, ledger::handle(connect), __func__);
     Call call(__func__, {connect->number, options});
     const auto* const buffer = reinterpret_cast<const uint8_t*>(uintptr_t(request->sendBuffer));
     const std::vector<uint8_t> bytes(buffer, buffer + request->sendBytes);
     call.note("address", uint32_t(request->sendAddress));
     call.note("bytes", hex(bytes));
     if (request->sendBytes > longestTransfer) {
-        return call.returns(overrun);
+        return call.returns(kIOReturnOverrun);
     }
     if (call.failed()) {
         return call.returns(call.failure<IOReturn>());

@@ -6,6 +6,7 @@
 
 #include "SimulatedMac/Calls/Call.h"
 #include "SimulatedMac/Calls/DisplayConfiguration.h"
+#include "SimulatedMac/Calls/DisplayList.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
@@ -42,10 +43,6 @@ constexpr const char* coreGraphicsPath =
 char skyLightImage;
 char coreGraphicsImage;
 
-uintptr_t handle(const void* library) {
-    return reinterpret_cast<uintptr_t>(library);
-}
-
 bool isOurs(const void* library) {
     return library == &skyLightImage || library == &coreGraphicsImage;
 }
@@ -72,13 +69,7 @@ CGError SLSGetDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32
         return call.returns(call.failure<CGError>());
     }
     auto all = call.yieldsNull() ? std::vector<uint32_t>() : Mac::current().state().known();
-    if (displays != nullptr) {
-        all.resize(std::min<std::size_t>(all.size(), capacity));
-        std::ranges::copy(all, displays);
-    }
-    *count = static_cast<uint32_t>(all.size());
-    call.note("displays", all);
-    return call.returns(kCGErrorSuccess);
+    return answerWithList(call, std::move(all), capacity, displays, count);
 }
 
 void* symbolOf(const void* library, const std::string& symbol) {
@@ -96,15 +87,16 @@ void* symbolOf(const void* library, const std::string& symbol) {
 
 void* open(const std::string& path) {
     if (path == coreGraphicsPath) {
-        ledger::opened(Resource::loaderHandle, handle(&coreGraphicsImage), "handle of " + path);
+        ledger::opened(Resource::loaderHandle, ledger::handle(&coreGraphicsImage),
+                       "handle of " + path);
         return &coreGraphicsImage;
     }
     if (!Mac::current().scene().skyLight) {
         return nullptr;
     }
     // Left open on purpose: the addresses found in it stay in use.
-    ledger::opened(Resource::loaderHandle, handle(&skyLightImage), "handle of " + path);
-    ledger::exempt(Resource::loaderHandle, handle(&skyLightImage));
+    ledger::opened(Resource::loaderHandle, ledger::handle(&skyLightImage), "handle of " + path);
+    ledger::exempt(Resource::loaderHandle, ledger::handle(&skyLightImage));
     return &skyLightImage;
 }
 
@@ -122,14 +114,14 @@ void* dlopen(const char* path, int mode) {
 
 void* dlsym(void* library, const char* symbol) {
     Call call(__func__, {symbol});
-    ledger::requireOpen(Resource::loaderHandle, handle(library), __func__);
+    ledger::requireOpen(Resource::loaderHandle, ledger::handle(library), __func__);
     void* const address = call.failed() || call.yieldsNull() ? nullptr : symbolOf(library, symbol);
     return call.returns(address, address != nullptr);
 }
 
 int dlclose(void* library) {
     Call call(__func__, nlohmann::json::array());
-    ledger::closed(Resource::loaderHandle, handle(library), __func__);
+    ledger::closed(Resource::loaderHandle, ledger::handle(library), __func__);
     return call.returns(call.failed() ? call.failure<int>() : 0);
 }
 

@@ -22,7 +22,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr kern_return_t badArgument = static_cast<kern_return_t>(0xE00002C2);
 constexpr io_object_t firstEntry = 0x1003;
 constexpr io_object_t firstIterator = 0x100003;
 
@@ -61,6 +60,10 @@ io_object_t handleOf(const RegistryNode& node) {
     const auto& entries = registry().entries;
     const auto index = std::ranges::find(entries, &node) - entries.begin();
     return firstEntry + static_cast<io_object_t>(index);
+}
+
+std::string describe(const RegistryNode& node) {
+    return node.className + " entry";
 }
 
 io_iterator_t newIterator(std::vector<const RegistryNode*> nodes, const std::string& what) {
@@ -219,7 +222,7 @@ const RegistryNode& nodeFor(io_registry_entry_t entry, const char* call) {
 
 io_object_t retainedEntry(const RegistryNode& node) {
     const io_object_t handle = handleOf(node);
-    ledger::opened(Resource::ioObject, handle, node.className + " entry");
+    ledger::opened(Resource::ioObject, handle, describe(node));
     return handle;
 }
 
@@ -239,7 +242,7 @@ io_service_t servicePortForDisplay(uint32_t displayID) {
     const io_object_t handle = handleOf(**node);
     // The graphics system holds a reference of its own, which is not the program's to give back.
     if (registry().borrowedPorts.insert(handle).second) {
-        ledger::opened(Resource::ioObject, handle, (*node)->className + " entry");
+        ledger::opened(Resource::ioObject, handle, describe(**node));
         ledger::exempt(Resource::ioObject, handle);
     }
     return handle;
@@ -267,7 +270,7 @@ kern_return_t IOServiceGetMatchingServices(mach_port_t mainPort, CFDictionaryRef
                                            io_iterator_t* existing) {
     if (matching == nullptr) {
         Call call(__func__, {mainPort, nullptr});
-        return call.returns(badArgument);
+        return call.returns(kIOReturnBadArgument);
     }
     std::string className;
     {
@@ -302,15 +305,14 @@ kern_return_t IOObjectRetain(io_object_t object) {
     Call call(__func__, {object});
     ledger::requireOpen(Resource::ioObject, object, __func__);
     const RegistryNode* const node = entryFor(object);
-    ledger::opened(Resource::ioObject, object,
-                   node == nullptr ? "iterator" : node->className + " entry");
+    ledger::opened(Resource::ioObject, object, node == nullptr ? "iterator" : describe(*node));
     return call.returns(call.failed() ? call.failure<kern_return_t>() : kIOReturnSuccess);
 }
 
 kern_return_t IOObjectRelease(io_object_t object) {
     Call call(__func__, {object});
     if (object == IO_OBJECT_NULL || isDeadPort(object)) {
-        return call.returns(badArgument);
+        return call.returns(kIOReturnBadArgument);
     }
     if (registry().borrowedPorts.contains(object) &&
         ledger::references(Resource::ioObject, object) == 1) {
@@ -355,7 +357,7 @@ kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, const i
         return call.returns(call.failure<kern_return_t>());
     }
     if (std::strcmp(plane, kIOServicePlane) != 0) {
-        return call.returns(badArgument);
+        return call.returns(kIOReturnBadArgument);
     }
     std::vector<const RegistryNode*> children;
     for (const RegistryNode& child : node.children) {

@@ -18,6 +18,11 @@ enum class Resource {
 /// release, ends the process at once with a line on standard error.
 namespace ledger {
 
+/// The handle of what the program holds by its address.
+[[nodiscard]] inline uintptr_t handle(const void* object) {
+    return reinterpret_cast<uintptr_t>(object);
+}
+
 void opened(Resource kind, uintptr_t handle, const std::string& what); ///< one reference more
 void closed(Resource kind, uintptr_t handle, const char* call);        ///< one reference less
 void requireOpen(Resource kind, uintptr_t handle, const char* call);

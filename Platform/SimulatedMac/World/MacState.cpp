@@ -116,25 +116,23 @@ const MacState::Display* MacState::find(uint32_t id) const {
     return found == displays_.end() ? nullptr : &found->second;
 }
 
-std::vector<uint32_t> MacState::known() const {
+std::vector<uint32_t> MacState::displaysThat(Question isSo) const {
     std::vector<uint32_t> ids;
     std::ranges::copy_if(order_, std::back_inserter(ids),
-                         [this](uint32_t id) { return isKnown(id); });
+                         [this, isSo](uint32_t id) { return (this->*isSo)(id); });
     return ids;
 }
 
+std::vector<uint32_t> MacState::known() const {
+    return displaysThat(&MacState::isKnown);
+}
 std::vector<uint32_t> MacState::online() const {
-    std::vector<uint32_t> ids;
-    std::ranges::copy_if(order_, std::back_inserter(ids),
-                         [this](uint32_t id) { return isOnline(id); });
-    return ids;
+    return displaysThat(&MacState::isOnline);
 }
 
 // Documented: the first entry is the main display.
 std::vector<uint32_t> MacState::active() const {
-    std::vector<uint32_t> ids;
-    std::ranges::copy_if(order_, std::back_inserter(ids),
-                         [this](uint32_t id) { return isActive(id); });
+    std::vector<uint32_t> ids = displaysThat(&MacState::isActive);
     const auto isMain = [this](uint32_t id) { return main() == id; };
     std::ranges::stable_partition(ids, isMain);
     return ids;

@@ -86,6 +86,8 @@ private:
     static Display initialDisplay(const SceneDisplay& display);
     static Display storedDisplay(const nlohmann::json& stored);
     static nlohmann::json toJson(const Display& display);
+    using Question = bool (MacState::*)(uint32_t id) const;
+    [[nodiscard]] std::vector<uint32_t> displaysThat(Question isSo) const;
     [[nodiscard]] const Display* find(uint32_t id) const;
     [[nodiscard]] const OwnedGamma* liveGamma(uint32_t id) const;
     [[nodiscard]] bool isDrawable(uint32_t id) const;

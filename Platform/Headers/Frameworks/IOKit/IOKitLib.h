@@ -22,6 +22,9 @@ typedef char io_name_t[128];
 
 enum {
     kIOReturnSuccess = 0,
+    kIOReturnNoDevice = (IOReturn)0xE00002C0,
+    kIOReturnBadArgument = (IOReturn)0xE00002C2,
+    kIOReturnOverrun = (IOReturn)0xE00002E8,
 };
 
 extern const mach_port_t kIOMainPortDefault API_AVAILABLE(macos(12.0));

@@ -12,11 +12,15 @@ set(SIMULATED_MAC_SOURCES
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/UserDefaults.mm
+  World/AttendedMac.cpp
+  World/CallLog.cpp
   World/Complaint.cpp
+  World/FaultPlan.cpp
   World/Ledger.cpp
   World/Mac.cpp
   World/MacState.cpp
   World/ProcessIdentity.cpp
+  World/RunningMac.cpp
   World/Scene.cpp
   World/StateDirectory.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

@@ -1,6 +1,7 @@
 #include "SimulatedMac/Calls/Call.h"
 
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/CallLog.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 namespace simulated_mac {
 namespace {
@@ -21,7 +22,7 @@ Call::Call(std::string name, nlohmann::json args)
     if (internal_) {
         return;
     }
-    if (const auto fault = Mac::current().beginCall(name_)) {
+    if (const auto fault = RunningMac::current().beginCall(name_)) {
         failure_ = fault->returns;
         null_ = fault->null;
     }
@@ -36,7 +37,7 @@ Call::~Call() {
 void Call::write(nlohmann::json result) {
     written_ = true;
     if (!internal_) {
-        Mac::current().log({0, name_, args_, std::move(result), notes_});
+        RunningMac::current().log({0, name_, args_, std::move(result), notes_});
     }
 }
 

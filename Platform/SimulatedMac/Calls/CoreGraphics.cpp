@@ -5,8 +5,8 @@
 #include "SimulatedMac/Calls/DisplayList.h"
 #include "SimulatedMac/Calls/Registry.h"
 #include "SimulatedMac/World/Complaint.h"
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <IOKit/IOKitLib.h>
@@ -19,7 +19,7 @@ using namespace simulated_mac;
 namespace {
 
 const MacState& state() {
-    return Mac::current().state();
+    return RunningMac::current().state();
 }
 
 /// What a failing call leaves behind is not specified: something that no caller can mistake for
@@ -50,13 +50,13 @@ Answer question(const char* name, CGDirectDisplayID display, Answer answer) {
 
 // Documented values for a display without a monitor.
 uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDisplay::* member) {
-    const SceneDisplay* const described = Mac::current().sceneDisplay(display);
+    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
     const bool present = described != nullptr && state().isConnected(display);
     return question<uint32_t>(name, display, present ? described->*member : 0xFFFFFFFF);
 }
 
 bool canReadGamma(CGDirectDisplayID display) {
-    return state().isOnline(display) && Mac::current().sceneDisplay(display)->gamma;
+    return state().isOnline(display) && RunningMac::current().sceneDisplay(display)->gamma;
 }
 
 void copyChannel(const std::vector<float>& channel, uint32_t capacity, CGGammaValue* table) {
@@ -99,7 +99,7 @@ boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
 }
 
 boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
-    const SceneDisplay* const described = Mac::current().sceneDisplay(display);
+    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
     return question<boolean_t>(__func__, display,
                                described != nullptr && described->builtin &&
                                    state().isConnected(display));
@@ -205,7 +205,7 @@ CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSiz
     }
     GammaTable table = {resampled(redTable, tableSize), resampled(greenTable, tableSize),
                         resampled(blueTable, tableSize)};
-    Mac::current().change(
+    RunningMac::current().change(
         [&](MacState& changed) { changed.setGamma(display, std::move(table), thisProcess()); });
     call.note("gamma", state().gammaKind(display));
     return call.returns(kCGErrorSuccess);
@@ -214,7 +214,7 @@ CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSiz
 void CGDisplayRestoreColorSyncSettings() {
     const Call call(__func__, nlohmann::json::array());
     if (!call.failed()) {
-        Mac::current().change([](MacState& changed) { changed.resetGamma(); });
+        RunningMac::current().change([](MacState& changed) { changed.resetGamma(); });
     }
 }
 

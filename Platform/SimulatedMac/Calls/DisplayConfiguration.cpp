@@ -2,8 +2,8 @@
 
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Ledger.h"
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <deque>
 #include <vector>
@@ -69,7 +69,7 @@ CGError completeConfiguration(CGDisplayConfigRef config, CGConfigureOption optio
     if (!supported) {
         return kCGErrorIllegalArgument;
     }
-    Mac::current().change([&](MacState& state) {
+    RunningMac::current().change([&](MacState& state) {
         for (const auto& change : config->changes) {
             change(state, option == kCGConfigurePermanently);
         }

@@ -4,8 +4,8 @@
 #include "SimulatedMac/Calls/Registry.h"
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Ledger.h"
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <IOKit/IOKitLib.h>
 
@@ -69,7 +69,7 @@ std::optional<uint32_t> displayBehind(const std::vector<RegistryNode>& nodes,
 
 const MonitorDDC* monitorOf(const IOI2CConnect& connect) {
     const SceneDisplay* const display =
-        connect.display ? Mac::current().sceneDisplay(*connect.display) : nullptr;
+        connect.display ? RunningMac::current().sceneDisplay(*connect.display) : nullptr;
     return display != nullptr && display->ddc ? &*display->ddc : nullptr;
 }
 
@@ -90,7 +90,7 @@ IOReturn transfer(const IOI2CConnect& connect, uint32_t address, std::span<const
         return kIOReturnNoDevice;
     }
     if (monitor->result == kIOReturnSuccess) {
-        Mac::current().change(
+        RunningMac::current().change(
             [&](MacState& state) { state.monitorReceives(*connect.display, address, bytes); });
     }
     return monitor->result;
@@ -139,7 +139,7 @@ IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options,
         return call.returns(call.failure<IOReturn>());
     }
     IOI2CConnect opened{static_cast<int>(connections().size()) + 1,
-                        displayBehind(Mac::current().scene().registry, node)};
+                        displayBehind(RunningMac::current().scene().registry, node)};
     const MonitorDDC* const monitor = monitorOf(opened);
     if (options != 0 || (monitor != nullptr && monitor->open != kIOReturnSuccess)) {
         return call.returns(options != 0 ? kIOReturnBadArgument : monitor->open);

@@ -8,8 +8,8 @@
 #include "SimulatedMac/Calls/DisplayConfiguration.h"
 #include "SimulatedMac/Calls/DisplayList.h"
 #include "SimulatedMac/World/Ledger.h"
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <IOKit/IOKitLib.h>
@@ -54,7 +54,7 @@ CGError SLSConfigureDisplayEnabled(CGDisplayConfigRef config, CGDirectDisplayID 
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
-    if (!Mac::current().state().isKnown(display)) {
+    if (!RunningMac::current().state().isKnown(display)) {
         return call.returns(kCGErrorIllegalArgument);
     }
     addChange(config, [display, enabled](MacState& state, bool permanently) {
@@ -68,7 +68,7 @@ CGError SLSGetDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
-    auto all = call.yieldsNull() ? std::vector<uint32_t>() : Mac::current().state().known();
+    auto all = call.yieldsNull() ? std::vector<uint32_t>() : RunningMac::current().state().known();
     return answerWithList(call, std::move(all), capacity, displays, count);
 }
 
@@ -77,7 +77,8 @@ void* symbolOf(const void* library, const std::string& symbol) {
         return symbol == "CGDisplayIOServicePort" ? reinterpret_cast<void*>(&CGDisplayIOServicePort)
                                                   : nullptr;
     }
-    const auto exported = Mac::current().scene().skyLight.value_or(std::vector<std::string>());
+    const auto exported =
+        RunningMac::current().scene().skyLight.value_or(std::vector<std::string>());
     if (std::ranges::find(exported, symbol) == exported.end()) {
         return nullptr;
     }
@@ -91,7 +92,7 @@ void* open(const std::string& path) {
                        "handle of " + path);
         return &coreGraphicsImage;
     }
-    if (!Mac::current().scene().skyLight) {
+    if (!RunningMac::current().scene().skyLight) {
         return nullptr;
     }
     // Left open on purpose: the addresses found in it stay in use.

@@ -2,7 +2,7 @@
 // /usr/sbin/system_profiler. The linker redirects the program's own posix_spawn (--wrap).
 
 #include "SimulatedMac/Calls/Call.h"
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <cerrno>
 #include <spawn.h>
@@ -31,7 +31,7 @@ std::vector<std::string> childEnvironment(char* const envp[]) {
             variables.push_back(variable);
         }
     }
-    variables.push_back("SIMULATED_MAC_STATE=" + Mac::current().stateDirectory());
+    variables.push_back("SIMULATED_MAC_STATE=" + RunningMac::current().stateDirectory());
     return variables;
 }
 
@@ -64,7 +64,7 @@ int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* 
     if (call.failed()) {
         return call.returns(call.failure<int>());
     }
-    if (Mac::current().scene().profilerMissing || call.yieldsNull()) {
+    if (RunningMac::current().scene().profilerMissing || call.yieldsNull()) {
         return call.returns(ENOENT);
     }
     std::vector<std::string> environment = childEnvironment(envp);

@@ -5,7 +5,7 @@
 #include "SimulatedMac/Calls/Call.h"
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Ledger.h"
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,7 +31,7 @@ struct Iterator {
 };
 
 struct Registry {
-    int mac = 0;                              // Mac::serial
+    int mac = 0;                              // RunningMac::serial
     std::vector<const RegistryNode*> entries; // handle: firstEntry + index
     std::vector<Iterator> iterators;          // handle: firstIterator + index
     std::set<io_object_t> borrowedPorts;      // references of the graphics system's own
@@ -47,7 +47,7 @@ void collect(const std::vector<RegistryNode>& nodes, std::vector<const RegistryN
 // Made anew for each Mac that a process boots.
 Registry& registry() {
     static Registry current;
-    const Mac& mac = Mac::current();
+    const RunningMac& mac = RunningMac::current();
     if (current.mac != mac.serial()) {
         current = {};
         current.mac = mac.serial();
@@ -227,7 +227,7 @@ io_object_t retainedEntry(const RegistryNode& node) {
 }
 
 io_service_t servicePortForDisplay(uint32_t displayID) {
-    const SceneDisplay* const display = Mac::current().sceneDisplay(displayID);
+    const SceneDisplay* const display = RunningMac::current().sceneDisplay(displayID);
     if (display == nullptr || !display->servicePort) {
         return IO_OBJECT_NULL;
     }

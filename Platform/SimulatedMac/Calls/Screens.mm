@@ -5,8 +5,8 @@
 #include "ObjectiveC/SystemLibraries.h"
 
 #include "SimulatedMac/Calls/Call.h"
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #import <AppKit/AppKit.h>
 
@@ -58,7 +58,7 @@ NSArray* (*originalScreens)(id, SEL);
 
 // Reported: a display that mirrors another has no screen of its own.
 bool hasScreen(uint32_t display) {
-    const MacState& state = Mac::current().state();
+    const MacState& state = RunningMac::current().state();
     return state.isActive(display) && state.mirrorMaster(display) == 0;
 }
 
@@ -68,9 +68,9 @@ NSArray* screens(id self, SEL selector) {
     }
     Call call("NSScreen.screens", nlohmann::json::array());
     NSMutableArray* const list = [NSMutableArray array];
-    for (const uint32_t display : Mac::current().state().active()) {
+    for (const uint32_t display : RunningMac::current().state().active()) {
         if (hasScreen(display) && !call.failed() && !call.yieldsNull()) {
-            const auto* const described = Mac::current().sceneDisplay(display);
+            const auto* const described = RunningMac::current().sceneDisplay(display);
             [list addObject:[[[SimulatedScreen alloc] initWithDisplay:*described] autorelease]];
         }
     }

@@ -7,7 +7,7 @@
 #import <Foundation/Foundation.h>
 
 #include "SimulatedMac/Calls/Call.h"
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <string>
 
@@ -101,7 +101,7 @@ id objectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
     if (argument != nil) {
         return argument;
     }
-    const json stored = Mac::current().storedDefaults();
+    const json stored = RunningMac::current().storedDefaults();
     const auto found = stored.find(text(key));
     // What this machine's user has stored is nothing to the simulated Mac.
     return found != stored.end()
@@ -125,18 +125,18 @@ void setObjectForKey(NSUserDefaults* self, SEL selector, id object, NSString* ke
         return originalSetObjectForKey(self, selector, object, key);
     }
     Call call("NSUserDefaults.setObject", {jsonFrom(object), text(key)});
-    json stored = Mac::current().storedDefaults();
+    json stored = RunningMac::current().storedDefaults();
     stored[text(key)] = jsonFrom(object);
-    Mac::current().storeDefaults(stored);
+    RunningMac::current().storeDefaults(stored);
 }
 
 void removeObjectForKey(NSUserDefaults* self, SEL selector, NSString* key) {
     if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalRemoveObjectForKey(self, selector, key);
     }
-    json stored = Mac::current().storedDefaults();
+    json stored = RunningMac::current().storedDefaults();
     stored.erase(text(key));
-    Mac::current().storeDefaults(stored);
+    RunningMac::current().storeDefaults(stored);
 }
 
 BOOL synchronize(NSUserDefaults* self, SEL selector) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/AttendedMac.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // Stands for /usr/sbin/system_profiler: prints the displays of the simulated Mac.
 
-#include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
 
 #include <cstdio>
 #include <cstring>
@@ -36,7 +36,7 @@ ordered_json entryFor(const SceneDisplay& display, const MacState& state) {
     return entry;
 }
 
-ordered_json report(Mac& mac) {
+ordered_json report(RunningMac& mac) {
     ordered_json card = {{"_name", "Apple M9"}};
     for (const SceneDisplay& display : mac.scene().displays) {
         // Assumed: a disabled display is not reported.
@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
         std::fputs("usage: system_profiler SPDisplaysDataType -json\n", stderr);
         return 1;
     }
-    Mac& mac = Mac::current();
+    RunningMac& mac = RunningMac::current();
     const auto& output = mac.scene().profilerOutput;
     const std::string text = output ? *output : report(mac).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);

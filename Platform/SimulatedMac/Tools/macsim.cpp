@@ -1,7 +1,7 @@
 // Looks at the simulated Mac and changes it from outside.
 
 #include "SimulatedMac/Tools/DeskPicture.h"
-#include "SimulatedMac/World/Mac.h"
+#include "SimulatedMac/World/AttendedMac.h"
 
 #include <charconv>
 #include <cstdio>
@@ -85,7 +85,7 @@ void printTable(const std::vector<Arguments>& rows) {
 void showTable() {
     std::vector<Arguments> rows = {
         {"ID", "NAME", "ARRANGEMENT", "POWER", "GAMMA", "BRIGHTNESS", "PICTURE"}};
-    for (const DisplayStatus& display : Mac::current().displays()) {
+    for (const DisplayStatus& display : AttendedMac::current().displays()) {
         rows.push_back({std::to_string(display.id), display.name, arrangementOf(display),
                         display.power, display.gamma,
                         display.brightness ? std::to_string(*display.brightness) + " %" : "-",
@@ -96,14 +96,14 @@ void showTable() {
 
 void showJson() {
     auto displays = ordered_json::array();
-    for (const DisplayStatus& display : Mac::current().displays()) {
+    for (const DisplayStatus& display : AttendedMac::current().displays()) {
         displays.push_back(toJson(display));
     }
     std::cout << ordered_json{{"displays", displays}}.dump() << '\n';
 }
 
 void printCalls(bool asJson) {
-    for (const LoggedCall& call : Mac::current().calls()) {
+    for (const LoggedCall& call : AttendedMac::current().calls()) {
         ordered_json line = {
             {"pid", call.pid}, {"call", call.call}, {"args", call.args}, {"result", call.result}};
         for (const auto& [key, value] : call.notes.items()) {
@@ -153,7 +153,7 @@ void show(const Arguments& arguments) {
 void calls(const Arguments& arguments) {
     const std::string chosen = option(arguments, {"--json", "--clear"});
     if (chosen == "--clear") {
-        Mac::current().clearCalls();
+        AttendedMac::current().clearCalls();
     } else {
         printCalls(chosen == "--json");
     }
@@ -161,34 +161,34 @@ void calls(const Arguments& arguments) {
 
 void defaults(const Arguments& arguments) {
     const bool asJson = !option(arguments, {"--json"}).empty();
-    std::cout << Mac::current().storedDefaults().dump(asJson ? -1 : 2) << '\n';
+    std::cout << AttendedMac::current().storedDefaults().dump(asJson ? -1 : 2) << '\n';
 }
 
 void unplug(const Arguments& arguments) {
-    Mac::current().unplug(displayOperand(arguments));
+    AttendedMac::current().unplug(displayOperand(arguments));
 }
 void plug(const Arguments& arguments) {
-    Mac::current().plug(displayOperand(arguments));
+    AttendedMac::current().plug(displayOperand(arguments));
 }
 
 void reset(const Arguments& arguments) {
     option(arguments, {});
-    Mac::current().reset();
+    AttendedMac::current().reset();
 }
 
 void logOut(const Arguments& arguments) {
     option(arguments, {});
-    Mac::current().logOut();
+    AttendedMac::current().logOut();
 }
 
 void reboot(const Arguments& arguments) {
     option(arguments, {});
-    Mac::current().reboot();
+    AttendedMac::current().reboot();
 }
 
 void desk(const Arguments& arguments) {
     const std::string file = operand(arguments, "file name");
-    drawDesk(Mac::current().displays(), Mac::current().scene(), file);
+    drawDesk(AttendedMac::current().displays(), AttendedMac::current().scene(), file);
 }
 
 void help(const Arguments&) {

@@ -14,6 +14,9 @@ namespace simulated_mac {
 /// old one. Every failure ends the process with a line that names the file.
 class StateDirectory {
 public:
+    /// The arrangement, with the scene that it was made from.
+    static constexpr const char* stateFile = "state.json";
+
     /// Creates the directory when it is missing.
     explicit StateDirectory(std::string path);
 

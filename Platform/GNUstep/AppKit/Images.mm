@@ -7,18 +7,28 @@
 
 #import <objc/associated_objects.h>
 
+#include <memory>
+
 namespace {
 
 const char templateKey = 0;
 const char tintKey = 0;
 const char tintedImagesKey = 0;
 
+struct BlockReleaser {
+    using pointer = BOOL (^)(NSRect);
+    void operator()(pointer block) const { Block_release(block); }
+};
+
+/// Owns a copy of a block that draws.
+using DrawingBlock = std::unique_ptr<BOOL(NSRect), BlockReleaser>;
+
 } // namespace
 
 /// Draws an image with a block, in the image's own coordinates.
 @interface BlockImageRep : NSImageRep {
 @private
-    BOOL (^_drawingHandler)(NSRect);
+    DrawingBlock _drawingHandler;
     BOOL _isFlipped;
 }
 - (instancetype)initWithSize:(NSSize)size
@@ -33,7 +43,7 @@ const char tintedImagesKey = 0;
               drawingHandler:(BOOL (^)(NSRect))drawingHandler {
     self = [super init];
     if (self != nil) {
-        _drawingHandler = Block_copy(drawingHandler);
+        _drawingHandler.reset(Block_copy(drawingHandler));
         _isFlipped = isFlipped;
         [self setSize:size];
         [self setAlpha:YES];
@@ -42,15 +52,10 @@ const char tintedImagesKey = 0;
     return self;
 }
 
-- (void)dealloc {
-    Block_release(_drawingHandler);
-    [super dealloc];
-}
-
 - (id)copyWithZone:(NSZone*)zone {
     return [[BlockImageRep allocWithZone:zone] initWithSize:[self size]
                                                     flipped:_isFlipped
-                                             drawingHandler:_drawingHandler];
+                                             drawingHandler:_drawingHandler.get()];
 }
 
 - (BOOL)draw {
@@ -62,7 +67,7 @@ const char tintedImagesKey = 0;
         [upsideDown scaleXBy:1 yBy:-1];
         [upsideDown concat];
     }
-    const BOOL drawn = _drawingHandler(NSMakeRect(0, 0, size.width, size.height));
+    const BOOL drawn = _drawingHandler.get()(NSMakeRect(0, 0, size.width, size.height));
     [NSGraphicsContext restoreGraphicsState];
     return drawn;
 }

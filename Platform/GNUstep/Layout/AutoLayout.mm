@@ -3,6 +3,7 @@
 
 #import "AppKit/Labels.h"
 #import "Layout/LayoutSolver.h"
+#import "ObjectiveC/Retained.h"
 #import "Runtime/AttachedObject.h"
 
 #import <AppKit/AppKit.h>
@@ -46,7 +47,7 @@ NSMutableArray* installedConstraints(NSView* view) {
 }
 
 - (void)removeConstraint:(NSLayoutConstraint*)constraint {
-    [[constraint retain] autorelease];
+    keptUntilPoolDrains(constraint);
     [installedConstraints(self) removeObject:constraint];
     [constraint setActive:NO];
 }

@@ -3,6 +3,7 @@
 #include "SimulatedMac/Calls/Registry.h"
 
 #include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/OwnedCF.h"
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/RunningMac.h"
@@ -112,49 +113,56 @@ std::string superclassOf(const std::string& className) {
     return className.ends_with("Framebuffer") ? "IOFramebuffer" : "IOService";
 }
 
-CFTypeRef stringObject(const std::string& text) {
-    return CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
-                                   static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8, 0);
+OwnedCF stringObject(const std::string& text) {
+    return OwnedCF(CFStringCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
+                                           static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8,
+                                           0));
 }
 
-CFTypeRef dataObject(const std::string& hex) {
+OwnedCF dataObject(const std::string& hex) {
     std::vector<UInt8> bytes;
     for (std::size_t i = 0; i < hex.size(); i += 2) {
         bytes.push_back(static_cast<UInt8>(std::stoi(hex.substr(i, 2), nullptr, 16)));
     }
-    return CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size()));
+    return OwnedCF(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size())));
 }
 
-CFTypeRef tableObject(const json& members) {
-    std::vector<const void*> keys;
-    std::vector<const void*> values;
+// The dictionary has references of its own.
+CFDictionaryRef dictionaryOf(const std::vector<OwnedCF>& keys, const std::vector<OwnedCF>& values) {
+    std::vector<const void*> rawKeys(keys.size());
+    std::vector<const void*> rawValues(values.size());
+    std::ranges::transform(keys, rawKeys.begin(), &OwnedCF::get);
+    std::ranges::transform(values, rawValues.begin(), &OwnedCF::get);
+    return CFDictionaryCreate(nullptr, rawKeys.data(), rawValues.data(),
+                              static_cast<CFIndex>(keys.size()), &kCFTypeDictionaryKeyCallBacks,
+                              &kCFTypeDictionaryValueCallBacks);
+}
+
+OwnedCF tableObject(const json& members) {
+    std::vector<OwnedCF> keys;
+    std::vector<OwnedCF> values;
     for (const auto& [key, value] : members.items()) {
         keys.push_back(stringObject(key));
         values.push_back(stringObject(value.get<std::string>()));
     }
-    const CFTypeRef table =
-        CFDictionaryCreate(nullptr, keys.data(), values.data(), static_cast<CFIndex>(keys.size()),
-                           &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
-    std::ranges::for_each(keys, CFRelease);
-    std::ranges::for_each(values, CFRelease);
-    return table;
+    return OwnedCF(dictionaryOf(keys, values));
 }
 
-CFTypeRef numberObject(const json& number) {
+OwnedCF numberObject(const json& number) {
     if (number.is_number_float()) {
         const auto value = number.get<double>();
-        return CFNumberCreate(nullptr, kCFNumberFloat64Type, &value);
+        return OwnedCF(CFNumberCreate(nullptr, kCFNumberFloat64Type, &value));
     }
     const auto value = number.get<int64_t>();
-    return CFNumberCreate(nullptr, kCFNumberSInt64Type, &value);
+    return OwnedCF(CFNumberCreate(nullptr, kCFNumberSInt64Type, &value));
 }
 
-CFTypeRef propertyObject(const json& property) {
+OwnedCF propertyObject(const json& property) {
     if (property.is_string()) {
         return stringObject(property.get<std::string>());
     }
     if (property.is_boolean()) {
-        return CFRetain(property.get<bool>() ? kCFBooleanTrue : kCFBooleanFalse);
+        return OwnedCF(CFRetain(property.get<bool>() ? kCFBooleanTrue : kCFBooleanFalse));
     }
     if (property.is_number()) {
         return numberObject(property);
@@ -191,11 +199,10 @@ bool isDeadPort(io_object_t object) {
 
 // The dictionary is consumed whatever becomes of the search.
 std::string consumeMatching(CFDictionaryRef matching) {
+    const OwnedCF consumed(matching);
     const auto* const className =
         static_cast<CFStringRef>(CFDictionaryGetValue(matching, classKey()));
-    std::string name = className == nullptr ? "" : textOf(className);
-    CFRelease(matching);
-    return name;
+    return className == nullptr ? "" : textOf(className);
 }
 
 } // namespace
@@ -259,10 +266,10 @@ CFMutableDictionaryRef IOServiceMatching(const char* name) {
     }
     const InternalCalls internal;
     const void* key = classKey();
-    const void* value = stringObject(name);
+    const OwnedCF owned = stringObject(name);
+    const void* value = owned.get();
     const CFDictionaryRef matching = CFDictionaryCreate(
         nullptr, &key, &value, 1, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
-    CFRelease(value);
     return call.returns(const_cast<CFMutableDictionaryRef>(matching), true);
 }
 
@@ -346,7 +353,7 @@ CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef
         return call.returns<CFTypeRef>(nullptr, nullptr);
     }
     const InternalCalls internal;
-    return call.returns(propertyObject(*property), *property);
+    return call.returns<CFTypeRef>(propertyObject(*property).release(), *property);
 }
 
 kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, const io_name_t plane,

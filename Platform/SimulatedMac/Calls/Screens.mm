@@ -2,6 +2,7 @@
 // screens, which its windows need.
 
 #include "ObjectiveC/MethodReplacement.h"
+#include "ObjectiveC/Retained.h"
 #include "ObjectiveC/SystemLibraries.h"
 
 #include "SimulatedMac/Calls/Call.h"
@@ -14,8 +15,8 @@ using namespace simulated_mac;
 
 /// Answers what the program asks of an NSScreen.
 @interface SimulatedScreen : NSObject {
-    NSDictionary* _deviceDescription;
-    NSString* _localizedName;
+    Retained<NSDictionary> _deviceDescription;
+    Retained<NSString> _localizedName;
 }
 - (instancetype)initWithDisplay:(const SceneDisplay&)display;
 - (NSDictionary*)deviceDescription;
@@ -27,27 +28,21 @@ using namespace simulated_mac;
 - (instancetype)initWithDisplay:(const SceneDisplay&)display {
     self = [super init];
     if (self != nil) {
-        _deviceDescription =
-            [[NSDictionary dictionaryWithObject:[NSNumber numberWithUnsignedInt:display.id]
-                                         forKey:@"NSScreenNumber"] retain];
-        _localizedName =
-            [[NSString stringWithUTF8String:display.screenName.value_or("").c_str()] retain];
+        _deviceDescription = Retained<NSDictionary>([NSDictionary
+            dictionaryWithObject:[NSNumber numberWithUnsignedInt:display.id]
+                          forKey:@"NSScreenNumber"]);
+        _localizedName = Retained<NSString>(
+            [NSString stringWithUTF8String:display.screenName.value_or("").c_str()]);
     }
     return self;
 }
 
-- (void)dealloc {
-    [_deviceDescription release];
-    [_localizedName release];
-    [super dealloc];
-}
-
 - (NSDictionary*)deviceDescription {
-    return _deviceDescription;
+    return _deviceDescription.get();
 }
 
 - (NSString*)localizedName {
-    return _localizedName;
+    return _localizedName.get();
 }
 
 @end

@@ -8,9 +8,9 @@ if(NOT EXISTS ${CMAKE_SOURCE_DIR}/.tools/npm/zig)
 endif()
 
 # The tests on the simulated Mac are built for one architecture; the sources are the same for both.
-list(GET VEILPANE_MAC_ARCHITECTURES 0 tested_architecture)
+list(GET VEILPANE_MAC_SLICES 0 tested_architecture)
 set(slice_programs)
-foreach(architecture ${VEILPANE_MAC_ARCHITECTURES})
+foreach(architecture ${VEILPANE_MAC_SLICES})
   set(slice_program ${CMAKE_BINARY_DIR}/${architecture}/Veilpane)
   set(builds_tests OFF)
   if(architecture STREQUAL tested_architecture)
@@ -24,7 +24,7 @@ foreach(architecture ${VEILPANE_MAC_ARCHITECTURES})
     CMAKE_ARGS
       -DCMAKE_TOOLCHAIN_FILE=${CMAKE_SOURCE_DIR}/Platform/MacCross/toolchain.cmake
       -DCMAKE_BUILD_TYPE=Release
-      -DVEILPANE_MAC_ARCHITECTURE=${architecture}
+      -DVEILPANE_SLICE_ARCHITECTURE=${architecture}
       -DBUILD_TESTING=${builds_tests}
       -DCMAKE_COMPILE_WARNING_AS_ERROR=${CMAKE_COMPILE_WARNING_AS_ERROR}
     # Only the build of the slice knows whether a source has changed.
@@ -42,6 +42,6 @@ add_custom_command(
   DEPENDS ${slice_programs}
   VERBATIM)
 add_custom_target(MacProgram ALL DEPENDS ${CMAKE_BINARY_DIR}/Veilpane)
-foreach(architecture ${VEILPANE_MAC_ARCHITECTURES})
+foreach(architecture ${VEILPANE_MAC_SLICES})
   add_dependencies(MacProgram Slice-${architecture})
 endforeach()

@@ -26,6 +26,23 @@ done
 
 python3 Scripts/check_layers.py
 
+# Platform/README.md and Platform/SimulatedMac/README.md tell who may include whom.
+forbid() { # PATTERN FOLDER...
+    pattern=$1
+    shift
+    ! git grep -nE "#(include|import) \"($pattern)" -- "$@" ':!*/Tests/*' || {
+        echo "lint.sh: these includes go against the arrows of Platform/README.md" >&2
+        exit 1
+    }
+}
+simulated=Platform/SimulatedMac
+forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Sources Platform/Headers Platform/MacCross
+forbid 'SimulatedMac/' Platform/GNUstep Platform/ObjectiveC
+forbid 'Layout/|Runtime/|AppKit/|Foundation/' Platform/ObjectiveC "$simulated"
+forbid 'SimulatedMac/(Calls|Tools)/|ObjectiveC/' "$simulated/World"
+forbid 'SimulatedMac/(Tools/|World/(Attended)?Mac\.h)' "$simulated/Calls"
+forbid 'SimulatedMac/(Calls/|World/Mac\.h)' "$simulated/Tools"
+
 # Each known limit names the test that pins it.
 grep -o '\.[a-z_0-9]*` |$' Docs/KnownLimits.md | tr -cd 'a-z_0-9\n' | while read -r test; do
     git grep -q -E "[ ,(\"]${test}[)\"]?" -- Tests || {

@@ -56,6 +56,9 @@ color_at() { # X Y: as rrggbb
 has_color() { # X Y COLOR
     [ "$(color_at "$1" "$2")" = "$3" ]
 }
+lacks_color() { # X Y COLOR
+    ! has_color "$@"
+}
 
 start_application() { # SCENE
     export SIMULATED_MAC_SCENE="$work/scene.json" SIMULATED_MAC_STATE="$work/state" TMPDIR="$work"
@@ -79,17 +82,26 @@ open_menu() {
 }
 close_menu() {
     xdotool key Escape
-    sleep 0.3
+    eventually lacks_color 1000 36 f7f7f7
 }
 # The row below the header, from 0; the position follows from the heights of rows and separators.
-flip() {
-    xdotool mousemove 1238 $((83 + 51 * $1)) click 1
-    sleep 0.5
-    xdotool mousemove 640 700
-    sleep 0.2
+click_switch() { # ROW
+    xdotool mousemove 1238 $((83 + 51 * $1)) click 1 mousemove 640 700
+}
+# Off is where the knob is on the left.
+turn_off() { # ROW
+    eventually has_color 1231 $((83 + 51 * $1)) 0a7aff
+    click_switch "$1"
+    eventually has_color 1231 $((83 + 51 * $1)) ffffff
 }
 
+is_still() { # WIDTHxHEIGHT+X+Y
+    import -silent -window root -crop "$1" "$work/earlier.rgb"
+    import -silent -window root -crop "$1" "$work/later.rgb"
+    cmp -s "$work/earlier.rgb" "$work/later.rgb"
+}
 take() { # NAME WIDTHxHEIGHT+X+Y
+    eventually is_still "$2"
     import -silent -window root -crop "$2" +repage -strip \
         -define png:exclude-chunks=date,time "$pictures/$1.png"
     echo "Docs/Pictures/$1.png"
@@ -105,7 +117,7 @@ start_screen
 start_application "{ \"displays\": [ $names ] }"
 open_menu
 take menu 340x290+940+0
-flip 2
+turn_off 2
 take menu-display-off 340x290+940+0
 stop_application
 
@@ -117,7 +129,7 @@ stop_application
 start_application "{ \"displays\": [ $long ],
     \"faults\": [ { \"call\": \"SLSConfigureDisplayEnabled\", \"nth\": 0, \"returns\": 1001 } ] }"
 open_menu
-flip 1
+turn_off 1
 close_menu
 open_menu
 take menu-long-texts 340x280+940+0
@@ -126,8 +138,9 @@ stop_application
 start_application "{ \"displays\": [ $names ],
     \"faults\": [ { \"call\": \"CGGetActiveDisplayList\", \"nth\": 0, \"returns\": 1001 } ] }"
 open_menu
-flip 1
-sleep 0.5
+click_switch 1
+# The button of the alert.
+eventually has_color 540 455 0a7aff
 take alert 340x410+470+130
 stop_application
 

@@ -6,16 +6,21 @@ cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
 if [ "$(uname)" = Darwin ]; then
     # The tests have the simulated Mac in them: no real display is touched.
-    sh Scripts/build.sh macos-tests
-    exec ctest --preset macos-tests
+    presets=macos-tests
+else
+    sh Scripts/fetch-tools.sh
+    echo "Checking form"
+    sh Scripts/lint.sh
+    presets='linux linux-asan macos-cross'
 fi
-sh Scripts/fetch-tools.sh
-echo "Checking form"
-sh Scripts/lint.sh
-for preset in linux linux-asan macos-cross; do
-    echo "Building the preset $preset"
-    sh Scripts/build.sh "$preset"
-    ctest --preset "$preset" --quiet --output-log "build/$preset-tests.log" >/dev/null && status=0 || status=$?
-    tail -n 40 "build/$preset-tests.log"
-    [ "$status" -eq 0 ] || exit "$status"
+mkdir -p build
+for preset in $presets; do
+    echo "Building and testing the preset $preset"
+    log=build/$preset.log
+    cmake --workflow --preset "$preset" >"$log" 2>&1 || {
+        cat "$log" >&2
+        echo "test.sh: the preset $preset failed" >&2
+        exit 1
+    }
+    tail -n 40 "$log"
 done

@@ -1,19 +1,26 @@
 # The part of the simulated Mac that is the same on a real one.
+set(SIMULATED_MAC ${CMAKE_CURRENT_LIST_DIR})
 set(SIMULATED_MAC_SOURCES
-  Beep.cpp
-  Call.cpp
-  Complaint.cpp
-  CoreGraphics.cpp
-  DisplayConfiguration.cpp
-  FramebufferI2C.cpp
-  Ledger.cpp
-  Loader.cpp
-  Mac.cpp
-  MacState.cpp
-  ProcessIdentity.cpp
-  ProcessLaunch.cpp
-  Registry.cpp
-  Scene.cpp
-  Screens.mm
-  StateDirectory.cpp
-  UserDefaults.mm)
+  Calls/Beep.cpp
+  Calls/Call.cpp
+  Calls/CoreGraphics.cpp
+  Calls/DisplayConfiguration.cpp
+  Calls/DisplayList.cpp
+  Calls/FramebufferI2C.cpp
+  Calls/Loader.cpp
+  Calls/ProcessLaunch.cpp
+  Calls/Registry.cpp
+  Calls/Screens.mm
+  Calls/UserDefaults.mm
+  World/AttendedMac.cpp
+  World/CallLog.cpp
+  World/Complaint.cpp
+  World/FaultPlan.cpp
+  World/Ledger.cpp
+  World/Mac.cpp
+  World/MacState.cpp
+  World/ProcessIdentity.cpp
+  World/RunningMac.cpp
+  World/Scene.cpp
+  World/StateDirectory.cpp)
+list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

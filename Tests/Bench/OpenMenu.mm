@@ -2,7 +2,7 @@
 // took: OpenMenu. Profilers count the instructions of -[AppDelegate menuNeedsUpdate:].
 
 #include "AllocationCounter.h"
-#include "SimulatedMac/Mac.h"
+#include "SimulatedMac/World/Mac.h"
 #import "Veilpane/Menu/AppDelegate.h"
 
 #import <AppKit/AppKit.h>

@@ -12,7 +12,7 @@ compile() { # LANGUAGE STANDARD HEADER
     printf '#include <%s>\n' "$3" >"$work/header"
     sh "$root/Platform/MacCross/zig.sh" c++ -target aarch64-macos.13.0 -x "$1" -std="$2" -fblocks \
         -Wall -Wextra -Werror -c -o "$work/object" -I"$root/Platform/MacCross/Headers" \
-        -I"$root/Platform/Headers" "$work/header" || {
+        -I"$root/Platform/Headers/Frameworks" "$work/header" || {
         echo "compile-headers.sh: <$3> does not compile alone as $1" >&2
         exit 1
     }

@@ -1,6 +1,6 @@
 #include "Support/ChildProcess.h"
 
-#include "SimulatedMac/Mac.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <array>
 #include <stdexcept>

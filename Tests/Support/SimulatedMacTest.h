@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SimulatedMac/Ledger.h"
-#include "SimulatedMac/Mac.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <gtest/gtest.h>
 #include <string>

@@ -22,6 +22,7 @@ NSApplicationActivationPolicy currentPolicy = NSApplicationActivationPolicyProhi
             @"GSSuppressAppIcon" : @(YES)
         }];
         watchXlibsQueue();
+        // Never released: the application is there as long as the process.
         NSApp = [[self alloc] init];
     }
     return NSApp;

@@ -4,6 +4,7 @@
 #include "AppKit/Palette.h"
 #include "AppKit/Panels.h"
 #include "AppKit/Symbols.h"
+#include "ObjectiveC/Retained.h"
 
 #include <cmath>
 
@@ -22,7 +23,7 @@ constexpr CGFloat textWidth = panelWidth - 2 * margin;
 /// Text in the middle of an alert, as high as it needs to be.
 @interface AlertTextView : NSView {
 @private
-    NSAttributedString* _text;
+    Retained<NSAttributedString> _text;
 }
 - (instancetype)initWithText:(NSString*)text font:(NSFont*)font;
 @end
@@ -34,27 +35,23 @@ constexpr CGFloat textWidth = panelWidth - 2 * margin;
     if (self != nil) {
         NSMutableParagraphStyle* const centred = [[NSMutableParagraphStyle new] autorelease];
         [centred setAlignment:NSCenterTextAlignment];
-        _text = [[NSAttributedString alloc]
+        _text = Retained<NSAttributedString>::adopt([[NSAttributedString alloc]
             initWithString:text
                 attributes:@{
                     NSFontAttributeName : font,
                     NSForegroundColorAttributeName : [NSColor labelColor],
                     NSParagraphStyleAttributeName : centred
-                }];
-        const NSRect needed = [_text boundingRectWithSize:NSMakeSize(textWidth, 10000)
-                                                  options:NSStringDrawingUsesLineFragmentOrigin];
+                }]);
+        const NSRect needed =
+            [_text.get() boundingRectWithSize:NSMakeSize(textWidth, 10000)
+                                      options:NSStringDrawingUsesLineFragmentOrigin];
         [self setFrameSize:NSMakeSize(textWidth, std::ceil(NSHeight(needed)))];
     }
     return self;
 }
 
-- (void)dealloc {
-    [_text release];
-    [super dealloc];
-}
-
 - (void)drawRect:(NSRect)__unused dirtyRect {
-    [_text drawInRect:[self bounds]];
+    [_text.get() drawInRect:[self bounds]];
 }
 
 @end

@@ -1,6 +1,7 @@
 #include "AppKit/EventWaiting.h"
 
 #include "ObjectiveC/MethodReplacement.h"
+#include "ObjectiveC/Retained.h"
 
 #import <AppKit/AppKit.h>
 
@@ -15,17 +16,17 @@ constexpr NSTimeInterval seconds = 0.05;
 // Every call starts with a look into the queue.
 NSEvent* nextEvent(NSApplication* application, SEL selector, NSUInteger mask, NSDate* end,
                    NSString* mode, BOOL isDequeued) {
-    NSEvent* event = nil;
-    for (bool isTimeLeft = true; event == nil && isTimeLeft;) {
+    Retained<NSEvent> event;
+    for (bool isTimeLeft = true; event.get() == nil && isTimeLeft;) {
         @autoreleasepool {
             NSDate* const sliceEnd = [NSDate dateWithTimeIntervalSinceNow:seconds];
             NSDate* const limit = end != nil ? [sliceEnd earlierDate:end] : end;
-            event = [nextEventOfConnection(application, selector, mask, limit, mode, isDequeued)
-                retain];
+            event = Retained(
+                nextEventOfConnection(application, selector, mask, limit, mode, isDequeued));
             isTimeLeft = [end timeIntervalSinceNow] > 0;
         }
     }
-    return [event autorelease];
+    return std::move(event).handToPool();
 }
 
 } // namespace

@@ -3,8 +3,11 @@
 #import "AppKit/Images.h"
 
 #import "AppKit/Symbols.h"
+#import "Runtime/AttachedObject.h"
 
 #import <objc/associated_objects.h>
+
+#include <memory>
 
 namespace {
 
@@ -12,12 +15,20 @@ const char templateKey = 0;
 const char tintKey = 0;
 const char tintedImagesKey = 0;
 
+struct BlockReleaser {
+    using pointer = BOOL (^)(NSRect);
+    void operator()(pointer block) const { Block_release(block); }
+};
+
+/// Owns a copy of a block that draws.
+using DrawingBlock = std::unique_ptr<BOOL(NSRect), BlockReleaser>;
+
 } // namespace
 
 /// Draws an image with a block, in the image's own coordinates.
 @interface BlockImageRep : NSImageRep {
 @private
-    BOOL (^_drawingHandler)(NSRect);
+    DrawingBlock _drawingHandler;
     BOOL _isFlipped;
 }
 - (instancetype)initWithSize:(NSSize)size
@@ -32,7 +43,7 @@ const char tintedImagesKey = 0;
               drawingHandler:(BOOL (^)(NSRect))drawingHandler {
     self = [super init];
     if (self != nil) {
-        _drawingHandler = Block_copy(drawingHandler);
+        _drawingHandler.reset(Block_copy(drawingHandler));
         _isFlipped = isFlipped;
         [self setSize:size];
         [self setAlpha:YES];
@@ -41,15 +52,10 @@ const char tintedImagesKey = 0;
     return self;
 }
 
-- (void)dealloc {
-    Block_release(_drawingHandler);
-    [super dealloc];
-}
-
 - (id)copyWithZone:(NSZone*)zone {
     return [[BlockImageRep allocWithZone:zone] initWithSize:[self size]
                                                     flipped:_isFlipped
-                                             drawingHandler:_drawingHandler];
+                                             drawingHandler:_drawingHandler.get()];
 }
 
 - (BOOL)draw {
@@ -61,7 +67,7 @@ const char tintedImagesKey = 0;
         [upsideDown scaleXBy:1 yBy:-1];
         [upsideDown concat];
     }
-    const BOOL drawn = _drawingHandler(NSMakeRect(0, 0, size.width, size.height));
+    const BOOL drawn = _drawingHandler.get()(NSMakeRect(0, 0, size.width, size.height));
     [NSGraphicsContext restoreGraphicsState];
     return drawn;
 }
@@ -122,19 +128,10 @@ NSImage* drawnInColor(NSImage* image, NSSize size, NSColor* tint) {
     return canvas;
 }
 
-NSMutableDictionary* tintedImagesOf(NSImage* image) {
-    NSMutableDictionary* images = objc_getAssociatedObject(image, &tintedImagesKey);
-    if (images == nil) {
-        images = [NSMutableDictionary dictionary];
-        objc_setAssociatedObject(image, &tintedImagesKey, images, OBJC_ASSOCIATION_RETAIN);
-    }
-    return images;
-}
-
 } // namespace
 
 NSImage* tintedImage(NSImage* image, NSSize size, NSColor* tint) {
-    NSMutableDictionary* const images = tintedImagesOf(image);
+    auto* const images = attachedObject<NSMutableDictionary>(image, &tintedImagesKey);
     NSString* const key = [NSString stringWithFormat:@"%@ %@", NSStringFromSize(size), tint];
     if ([images objectForKey:key] == nil) {
         [images setObject:drawnInColor(image, size, tint) forKey:key];

@@ -1,11 +1,8 @@
 // Text fields as labels, and text that is cut with an ellipsis where it does not fit.
 
-#import <AppKit/AppKit.h>
+#import "AppKit/Labels.h"
 
 namespace {
-
-// A text field leaves this room, in points, at either side of its text.
-constexpr CGFloat textInset = 2;
 
 CGFloat widthOf(NSString* text, NSDictionary* attributes) {
     return [text sizeWithAttributes:attributes].width;

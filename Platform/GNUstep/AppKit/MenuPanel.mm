@@ -1,6 +1,7 @@
 #import "AppKit/MenuPanel.h"
 
 #include "AppKit/Palette.h"
+#include "ObjectiveC/Retained.h"
 
 #include <algorithm>
 #include <vector>
@@ -319,11 +320,11 @@ void popUpMenu(NSMenu* menu, NSRect anchor, NSWindow* bar) {
     @autoreleasepool {
         tellDelegate(menu, @selector(menuNeedsUpdate:));
         tellDelegate(menu, @selector(menuWillOpen:));
-        [[menu retain] autorelease];
+        keptUntilPoolDrains(menu);
         MenuPanel* const panel = [[[MenuPanel alloc] initWithMenu:menu] autorelease];
         [panel showAtTopLeft:topLeftFor(anchor, [panel panelRect])];
         openMenus().emplace_back(menu, panel);
-        NSMenuItem* const chosen = [[[panel trackWithBar:bar] retain] autorelease];
+        NSMenuItem* const chosen = keptUntilPoolDrains([panel trackWithBar:bar]);
         openMenus().pop_back();
         [panel close];
         tellDelegate(menu, @selector(menuDidClose:));

@@ -2,6 +2,7 @@
 
 #include "AppKit/Palette.h"
 #include "AppKit/XServer.h"
+#include "ObjectiveC/Retained.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ void drawShadow(NSRect rect, CGFloat radius) {
 
 @interface RoundedPanelView : NSView {
 @private
-    NSImage* _backdrop;
+    Retained<NSImage> _backdrop;
     NSRect _backdropRect;
     CGFloat _cornerRadius;
 }
@@ -40,25 +41,18 @@ void drawShadow(NSRect rect, CGFloat radius) {
     return self;
 }
 
-- (void)dealloc {
-    [_backdrop release];
-    [super dealloc];
-}
-
 - (void)setBackdrop:(NSImage*)backdrop inRect:(NSRect)rect {
-    [backdrop retain];
-    [_backdrop release];
-    _backdrop = backdrop;
+    _backdrop = Retained(backdrop);
     _backdropRect = rect;
 }
 
 - (void)drawRect:(NSRect)__unused dirtyRect {
     [Palette::menuBackground() set];
     NSRectFill([self bounds]);
-    [_backdrop drawInRect:_backdropRect
-                 fromRect:NSZeroRect
-                operation:NSCompositeSourceOver
-                 fraction:1];
+    [_backdrop.get() drawInRect:_backdropRect
+                       fromRect:NSZeroRect
+                      operation:NSCompositeSourceOver
+                       fraction:1];
     const NSRect panel = NSInsetRect([self bounds], shadowRoom, shadowRoom);
     drawShadow(panel, _cornerRadius);
     [Palette::menuBackground() setFill];

@@ -3,6 +3,7 @@
 #include "AppKit/Images.h"
 #include "AppKit/MenuPanel.h"
 #include "AppKit/Palette.h"
+#include "ObjectiveC/Retained.h"
 
 #include <algorithm>
 
@@ -20,8 +21,8 @@ constexpr CGFloat paddingOfItem = 3;
 
 @interface MenuBar : NSStatusBar {
 @private
-    NSPanel* _window;
-    NSMutableArray* _barItems;
+    Retained<NSPanel> _window;
+    Retained<NSMutableArray> _barItems;
 }
 - (void)place;
 - (void)forget:(MenuBarItem*)item;
@@ -31,8 +32,8 @@ constexpr CGFloat paddingOfItem = 3;
 @interface MenuBarItem : NSStatusItem {
 @private
     MenuBar* _bar;
-    MenuBarButton* _button;
-    NSMenu* _itemMenu;
+    Retained<MenuBarButton> _button;
+    Retained<NSMenu> _itemMenu;
     CGFloat _itemLength;
 }
 - (instancetype)initInBar:(MenuBar*)bar length:(CGFloat)length;
@@ -133,10 +134,11 @@ constexpr CGFloat paddingOfItem = 3;
     if (self != nil) {
         _bar = bar;
         _itemLength = length;
-        _button = [[MenuBarButton alloc] initWithFrame:NSMakeRect(0, 0, barHeight, barHeight)];
-        [_button setItem:self];
-        [_button setBordered:NO];
-        [_button setTitle:@""];
+        _button = Retained<MenuBarButton>::adopt(
+            [[MenuBarButton alloc] initWithFrame:NSMakeRect(0, 0, barHeight, barHeight)]);
+        [_button.get() setItem:self];
+        [_button.get() setBordered:NO];
+        [_button.get() setTitle:@""];
     }
     return self;
 }
@@ -144,10 +146,8 @@ constexpr CGFloat paddingOfItem = 3;
 // The bar does not retain its items; one that goes disappears from it.
 - (void)dealloc {
     [_bar forget:self];
-    [_button setItem:nil];
-    [_button removeFromSuperview];
-    [_button release];
-    [_itemMenu release];
+    [_button.get() setItem:nil];
+    [_button.get() removeFromSuperview];
     [super dealloc];
 }
 
@@ -156,17 +156,15 @@ constexpr CGFloat paddingOfItem = 3;
 }
 
 - (NSStatusBarButton*)button {
-    return _button;
+    return _button.get();
 }
 
 - (NSMenu*)menu {
-    return _itemMenu;
+    return _itemMenu.get();
 }
 
 - (void)setMenu:(NSMenu*)menu {
-    [menu retain];
-    [_itemMenu release];
-    _itemMenu = menu;
+    _itemMenu = Retained(menu);
 }
 
 - (CGFloat)length {
@@ -185,19 +183,20 @@ constexpr CGFloat paddingOfItem = 3;
     if (_itemLength == NSSquareStatusItemLength) {
         return barHeight;
     }
-    const CGFloat image = [_button image] != nil ? [[_button image] size].width : 0;
-    const CGFloat title =
-        [_button imagePosition] == NSImageOnly ? 0 : [[_button attributedTitle] size].width;
+    const CGFloat image = [_button.get() image] != nil ? [[_button.get() image] size].width : 0;
+    const CGFloat title = [_button.get() imagePosition] == NSImageOnly
+                              ? 0
+                              : [[_button.get() attributedTitle] size].width;
     return image + title + 2 * paddingOfItem;
 }
 
 - (void)open {
-    if (_itemMenu == nil) {
+    if (_itemMenu.get() == nil) {
         return;
     }
-    NSRect frame = [_button convertRect:[_button bounds] toView:nil];
-    frame.origin = [[_button window] convertBaseToScreen:frame.origin];
-    popUpMenu(_itemMenu, frame, [_bar window]);
+    NSRect frame = [_button.get() convertRect:[_button.get() bounds] toView:nil];
+    frame.origin = [[_button.get() window] convertBaseToScreen:frame.origin];
+    popUpMenu(_itemMenu.get(), frame, [_bar window]);
 }
 
 @end
@@ -205,21 +204,22 @@ constexpr CGFloat paddingOfItem = 3;
 @implementation MenuBar
 
 - (NSWindow*)window {
-    if (_window == nil) {
+    if (_window.get() == nil) {
         const NSRect screen = [[NSScreen mainScreen] frame];
         const NSRect frame =
             NSMakeRect(NSMinX(screen), NSMaxY(screen) - barHeight, NSWidth(screen), barHeight);
-        _window = [[NSPanel alloc] initWithContentRect:frame
-                                             styleMask:NSBorderlessWindowMask
-                                               backing:NSBackingStoreBuffered
-                                                 defer:NO];
-        [_window setLevel:NSMainMenuWindowLevel];
-        [_window setHidesOnDeactivate:NO];
-        [_window setBecomesKeyOnlyIfNeeded:YES];
-        [_window setContentView:[[[MenuBarView alloc] initWithFrame:frame] autorelease]];
-        [_window orderFrontRegardless];
+        _window =
+            Retained<NSPanel>::adopt([[NSPanel alloc] initWithContentRect:frame
+                                                                styleMask:NSBorderlessWindowMask
+                                                                  backing:NSBackingStoreBuffered
+                                                                    defer:NO]);
+        [_window.get() setLevel:NSMainMenuWindowLevel];
+        [_window.get() setHidesOnDeactivate:NO];
+        [_window.get() setBecomesKeyOnlyIfNeeded:YES];
+        [_window.get() setContentView:[[[MenuBarView alloc] initWithFrame:frame] autorelease]];
+        [_window.get() orderFrontRegardless];
     }
-    return _window;
+    return _window.get();
 }
 
 - (CGFloat)thickness {
@@ -228,10 +228,10 @@ constexpr CGFloat paddingOfItem = 3;
 
 - (NSStatusItem*)statusItemWithLength:(CGFloat)length {
     MenuBarItem* const item = [[[MenuBarItem alloc] initInBar:self length:length] autorelease];
-    if (_barItems == nil) {
-        _barItems = [NSMutableArray new];
+    if (_barItems.get() == nil) {
+        _barItems = Retained<NSMutableArray>::adopt([NSMutableArray new]);
     }
-    [_barItems addObject:[NSValue valueWithNonretainedObject:item]];
+    [_barItems.get() addObject:[NSValue valueWithNonretainedObject:item]];
     [[[self window] contentView] addSubview:[item button]];
     [self place];
     return item;
@@ -243,14 +243,14 @@ constexpr CGFloat paddingOfItem = 3;
 }
 
 - (void)forget:(MenuBarItem*)item {
-    [_barItems removeObject:[NSValue valueWithNonretainedObject:item]];
+    [_barItems.get() removeObject:[NSValue valueWithNonretainedObject:item]];
     [self place];
 }
 
 // From the right, newer items to the left of older ones.
 - (void)place {
     CGFloat right = NSWidth([[self window] frame]) - rightMargin;
-    for (NSValue* value in _barItems) {
+    for (NSValue* value in _barItems.get()) {
         MenuBarItem* const item = [value nonretainedObjectValue];
         const CGFloat width = [item width];
         right -= width;
@@ -265,6 +265,7 @@ constexpr CGFloat paddingOfItem = 3;
 @implementation NSStatusBar (SystemStatusBar)
 
 + (NSStatusBar*)systemStatusBar {
+    // Never released: the menu bar is there as long as the process.
     static MenuBar* const bar = [MenuBar new];
     return bar;
 }

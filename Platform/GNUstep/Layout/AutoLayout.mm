@@ -1,7 +1,10 @@
 // Auto Layout's part of NSView: the constraints that are installed on a view, natural sizes,
 // layout.
 
+#import "AppKit/Labels.h"
 #import "Layout/LayoutSolver.h"
+#import "ObjectiveC/Retained.h"
+#import "Runtime/AttachedObject.h"
 
 #import <AppKit/AppKit.h>
 #import <objc/associated_objects.h>
@@ -13,16 +16,8 @@ namespace {
 const char constraintsKey = 0;
 const char keepsNoFrameKey = 0;
 
-// A text field leaves this room, in points, at either side of its text.
-constexpr CGFloat textInset = 2;
-
 NSMutableArray* installedConstraints(NSView* view) {
-    NSMutableArray* constraints = objc_getAssociatedObject(view, &constraintsKey);
-    if (constraints == nil) {
-        constraints = [NSMutableArray array];
-        objc_setAssociatedObject(view, &constraintsKey, constraints, OBJC_ASSOCIATION_RETAIN);
-    }
-    return constraints;
+    return attachedObject<NSMutableArray>(view, &constraintsKey);
 }
 
 } // namespace
@@ -52,7 +47,7 @@ NSMutableArray* installedConstraints(NSView* view) {
 }
 
 - (void)removeConstraint:(NSLayoutConstraint*)constraint {
-    [[constraint retain] autorelease];
+    keptUntilPoolDrains(constraint);
     [installedConstraints(self) removeObject:constraint];
     [constraint setActive:NO];
 }

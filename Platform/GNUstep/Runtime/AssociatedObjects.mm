@@ -1,4 +1,5 @@
 #import "ObjectiveC/MethodReplacement.h"
+#import "ObjectiveC/Retained.h"
 
 #import <Foundation/Foundation.h>
 #import <objc/associated_objects.h>
@@ -10,41 +11,29 @@
 
 namespace {
 
+/// A value and, unless it is only assigned, a reference to it.
 class Association {
 public:
-    Association(id value, objc_AssociationPolicy policy)
-        : value_(owned(value, policy)), isOwned_(policy != OBJC_ASSOCIATION_ASSIGN) {}
-    Association(Association&& other) noexcept
-        : value_(std::exchange(other.value_, nil)), isOwned_(other.isOwned_) {}
-    Association& operator=(Association&& other) noexcept {
-        std::swap(value_, other.value_);
-        std::swap(isOwned_, other.isOwned_);
-        return *this;
-    }
-    Association(const Association&) = delete;
-    Association& operator=(const Association&) = delete;
-    ~Association() {
-        if (isOwned_) {
-            [value_ release];
-        }
+    Association(id value, objc_AssociationPolicy policy) : owned_(owned(value, policy)) {
+        value_ = owned_.get() != nil ? owned_.get() : value;
     }
 
     [[nodiscard]] id value() const { return value_; }
 
 private:
-    static id owned(id value, objc_AssociationPolicy policy) {
+    static Retained<NSObject> owned(id value, objc_AssociationPolicy policy) {
         switch (policy & 0xF) {
         case OBJC_ASSOCIATION_RETAIN_NONATOMIC:
-            return [value retain];
+            return Retained<NSObject>(value);
         case OBJC_ASSOCIATION_COPY_NONATOMIC:
-            return [value copy];
+            return Retained<NSObject>::adopt([value copy]);
         default:
-            return value;
+            return {};
         }
     }
 
+    Retained<NSObject> owned_;
     id value_;
-    bool isOwned_;
 };
 
 using Associations = std::map<const void*, Association>;

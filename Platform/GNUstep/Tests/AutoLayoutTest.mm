@@ -1,3 +1,4 @@
+#include "ObjectiveC/Retained.h"
 #include "Support/MenuBarTest.h"
 
 #import <AppKit/AppKit.h>
@@ -198,14 +199,15 @@ TEST_F(AutoLayout, a_deactivated_constraint_counts_no_more) {
 }
 
 TEST_F(AutoLayout, a_constraint_does_not_keep_its_views) {
-    NSView* const outer = [[NSView alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)];
+    const auto owner =
+        Retained<NSView>::adopt([[NSView alloc] initWithFrame:NSMakeRect(0, 0, 10, 10)]);
+    NSView* const outer = owner.get();
     const NSUInteger before = [outer retainCount];
     @autoreleasepool {
         NSView* const inner = view(outer);
         activate(@[ [[inner leadingAnchor] constraintEqualToAnchor:[outer leadingAnchor]] ]);
     }
     EXPECT_EQ([outer retainCount], before);
-    [outer release];
 }
 
 } // namespace

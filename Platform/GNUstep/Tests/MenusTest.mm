@@ -1,5 +1,6 @@
 // How menus behave as AppKit's do.
 
+#include "ObjectiveC/Retained.h"
 #include "Support/MenuBarTest.h"
 
 #import <AppKit/AppKit.h>
@@ -41,28 +42,18 @@ class Menus : public MenuBarTest {
 protected:
     Menus() {
         heard = &told;
-        item = [[[NSStatusBar systemStatusBar] statusItemWithLength:NSVariableStatusItemLength]
-            retain];
-        listener = [MenuListener new];
-        menu = [[NSMenu alloc] init];
-        [menu setDelegate:listener];
-        [menu setAutoenablesItems:NO];
-        [item setMenu:menu];
-    }
-
-    ~Menus() override {
-        [item release];
-        [menu release];
-        [listener release];
+        [menu.get() setDelegate:listener.get()];
+        [menu.get() setAutoenablesItems:NO];
+        [item.get() setMenu:menu.get()];
     }
 
     NSMenuItem* addItem(NSString* title, NSString* key, bool isEnabled = true) {
         NSMenuItem* const added = [[[NSMenuItem alloc] initWithTitle:title
                                                               action:@selector(choose:)
                                                        keyEquivalent:key] autorelease];
-        [added setTarget:listener];
+        [added setTarget:listener.get()];
         [added setEnabled:isEnabled];
-        [menu addItem:added];
+        [menu.get() addItem:added];
         told.clear();
         return added;
     }
@@ -82,12 +73,13 @@ protected:
     }
 
     // Returns when the keys that were pressed before have closed the menu again.
-    void open() { [[item button] mouseDown:nil]; }
+    void open() { [[item.get() button] mouseDown:nil]; }
 
     Heard told;
-    NSStatusItem* item;
-    NSMenu* menu;
-    MenuListener* listener;
+    Retained<MenuListener> listener = Retained<MenuListener>::adopt([MenuListener new]);
+    Retained<NSMenu> menu = Retained<NSMenu>::adopt([[NSMenu alloc] init]);
+    Retained<NSStatusItem> item = Retained<NSStatusItem>(
+        [[NSStatusBar systemStatusBar] statusItemWithLength:NSVariableStatusItemLength]);
 };
 
 TEST_F(Menus, the_delegate_is_asked_once_before_the_menu_opens) {
@@ -125,11 +117,11 @@ TEST_F(Menus, other_modifiers_and_disabled_items_do_not_match) {
 }
 
 TEST_F(Menus, cancel_tracking_closes_an_open_menu_only) {
-    [menu cancelTracking];
-    [menu performSelector:@selector(cancelTracking)
-               withObject:nil
-               afterDelay:0
-                  inModes:@[ NSEventTrackingRunLoopMode ]];
+    [menu.get() cancelTracking];
+    [menu.get() performSelector:@selector(cancelTracking)
+                     withObject:nil
+                     afterDelay:0
+                        inModes:@[ NSEventTrackingRunLoopMode ]];
     open();
     EXPECT_EQ(told, (Heard{"needs update", "will open", "did close"}));
 }
@@ -137,8 +129,8 @@ TEST_F(Menus, cancel_tracking_closes_an_open_menu_only) {
 TEST_F(Menus, all_items_can_be_removed) {
     addItem(@"One", @"");
     addItem(@"Two", @"");
-    [menu removeAllItems];
-    EXPECT_EQ([menu numberOfItems], 0);
+    [menu.get() removeAllItems];
+    EXPECT_EQ([menu.get() numberOfItems], 0);
 }
 
 TEST_F(Menus, an_item_of_variable_length_is_as_wide_as_its_image_and_its_padding) {
@@ -147,20 +139,20 @@ TEST_F(Menus, an_item_of_variable_length_is_as_wide_as_its_image_and_its_padding
                                    drawingHandler:^BOOL(NSRect) {
                                        return YES;
                                    }];
-    [[item button] setImagePosition:NSImageOnly];
-    [[item button] setImage:image];
-    EXPECT_EQ(NSWidth([[item button] frame]), 46);
-    [item setLength:70];
-    EXPECT_EQ(NSWidth([[item button] frame]), 70);
+    [[item.get() button] setImagePosition:NSImageOnly];
+    [[item.get() button] setImage:image];
+    EXPECT_EQ(NSWidth([[item.get() button] frame]), 46);
+    [item.get() setLength:70];
+    EXPECT_EQ(NSWidth([[item.get() button] frame]), 70);
 }
 
 TEST_F(Menus, a_newer_item_stands_to_the_left_and_a_released_one_leaves_the_bar) {
     @autoreleasepool {
         NSStatusItem* const newer = [[NSStatusBar systemStatusBar] statusItemWithLength:50];
-        EXPECT_LT(NSMaxX([[newer button] frame]), NSMinX([[item button] frame]));
-        EXPECT_EQ([[[[item button] superview] subviews] count], 2U);
+        EXPECT_LT(NSMaxX([[newer button] frame]), NSMinX([[item.get() button] frame]));
+        EXPECT_EQ([[[[item.get() button] superview] subviews] count], 2U);
     }
-    EXPECT_EQ([[[[item button] superview] subviews] count], 1U);
+    EXPECT_EQ([[[[item.get() button] superview] subviews] count], 1U);
 }
 
 class Images : public MenuBarTest {};

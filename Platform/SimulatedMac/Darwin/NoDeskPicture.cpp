@@ -1,6 +1,6 @@
 // On a Mac macsim is built without the libraries that the picture of the desk is drawn with.
 
-#include "DeskPicture.h"
+#include "SimulatedMac/Tools/DeskPicture.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "ProcessStart.h"
+#include "SimulatedMac/World/ProcessStart.h"
 
 #include <fstream>
 #include <sstream>

@@ -1,4 +1,4 @@
-#include "SimulatedMac/DeskPicture.h"
+#include "SimulatedMac/Tools/DeskPicture.h"
 
 #include <cairo.h>
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "SimulatedMac/MacState.h"
+#include "SimulatedMac/World/MacState.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

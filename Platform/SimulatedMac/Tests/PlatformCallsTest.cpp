@@ -1,5 +1,5 @@
-#include "SimulatedMac/Ledger.h"
-#include "SimulatedMac/Mac.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/Mac.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>

@@ -1,4 +1,4 @@
-#include "SimulatedMac/Scene.h"
+#include "SimulatedMac/World/Scene.h"
 
 #include <gtest/gtest.h>
 

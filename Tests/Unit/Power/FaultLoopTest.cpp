@@ -1,4 +1,4 @@
-#include "SimulatedMac/MacState.h"
+#include "SimulatedMac/World/MacState.h"
 #include "Support/ChildProcess.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Inventory/DisplayStore.h"

@@ -1,8 +1,0 @@
-#include "Call.h"
-
-extern "C" void NSBeep();
-
-/// The Mac's sound: nobody hears it, but the call log has it.
-void NSBeep() {
-    simulated_mac::Call("NSBeep", nlohmann::json::array());
-}

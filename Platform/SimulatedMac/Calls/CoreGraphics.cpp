@@ -1,0 +1,221 @@
+// CoreGraphics display services on the simulated Mac.
+
+#include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/DisplayConfiguration.h"
+#include "SimulatedMac/Calls/DisplayList.h"
+#include "SimulatedMac/Calls/Registry.h"
+#include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/MacState.h"
+#include "SimulatedMac/World/RunningMac.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+#include <IOKit/IOKitLib.h>
+
+#include <algorithm>
+#include <vector>
+
+using namespace simulated_mac;
+
+namespace {
+
+const MacState& state() {
+    return RunningMac::current().state();
+}
+
+/// What a failing call leaves behind is not specified: something that no caller can mistake for
+/// good.
+constexpr uint32_t garbage = 0xDEADBEEF;
+
+CGError list(const char* name, std::vector<uint32_t> (MacState::*query)() const, uint32_t capacity,
+             CGDirectDisplayID* displays, uint32_t* count) {
+    Call call(name, {capacity});
+    if (call.failed()) {
+        if (count != nullptr) {
+            *count = garbage;
+        }
+        return call.returns(call.failure<CGError>());
+    }
+    auto all = call.yieldsNull() ? std::vector<uint32_t>() : (state().*query)();
+    return answerWithList(call, std::move(all), capacity, displays, count);
+}
+
+template <class Answer>
+Answer question(const char* name, CGDirectDisplayID display, Answer answer) {
+    Call call(name, {display});
+    if (call.failed()) {
+        return call.returns(call.failure<Answer>());
+    }
+    return call.returns(call.yieldsNull() ? Answer(0) : answer);
+}
+
+// Documented values for a display without a monitor.
+uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDisplay::* member) {
+    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
+    const bool present = described != nullptr && state().isConnected(display);
+    return question<uint32_t>(name, display, present ? described->*member : 0xFFFFFFFF);
+}
+
+bool canReadGamma(CGDirectDisplayID display) {
+    return state().isOnline(display) && RunningMac::current().sceneDisplay(display)->gamma;
+}
+
+void copyChannel(const std::vector<float>& channel, uint32_t capacity, CGGammaValue* table) {
+    std::copy_n(channel.begin(), std::min<std::size_t>(channel.size(), capacity), table);
+}
+
+// Documented: tables are interpolated to the hardware's size; the nearest entry serves here.
+std::vector<float> resampled(const CGGammaValue* table, uint32_t size) {
+    std::vector<float> channel(256);
+    for (std::size_t i = 0; i < channel.size(); ++i) {
+        channel[i] = table[i * size / channel.size()];
+    }
+    return channel;
+}
+
+} // namespace
+
+extern "C" {
+
+CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
+                               uint32_t* displayCount) {
+    return list(__func__, &MacState::active, maxDisplays, activeDisplays, displayCount);
+}
+
+CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* onlineDisplays,
+                               uint32_t* displayCount) {
+    return list(__func__, &MacState::online, maxDisplays, onlineDisplays, displayCount);
+}
+
+boolean_t CGDisplayIsActive(CGDirectDisplayID display) {
+    return question<boolean_t>(__func__, display, state().isActive(display));
+}
+
+boolean_t CGDisplayIsOnline(CGDirectDisplayID display) {
+    return question<boolean_t>(__func__, display, state().isOnline(display));
+}
+
+boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
+    return question<boolean_t>(__func__, display, state().main() == display);
+}
+
+boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
+    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
+    return question<boolean_t>(__func__, display,
+                               described != nullptr && described->builtin &&
+                                   state().isConnected(display));
+}
+
+boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display) {
+    return question<boolean_t>(__func__, display, state().isInMirrorSet(display));
+}
+
+uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
+    return identity(__func__, display, &SceneDisplay::vendor);
+}
+
+uint32_t CGDisplayModelNumber(CGDirectDisplayID display) {
+    return identity(__func__, display, &SceneDisplay::model);
+}
+
+io_service_t CGDisplayIOServicePort(CGDirectDisplayID display) {
+    Call call(__func__, {display});
+    const bool answers = !call.failed() && !call.yieldsNull();
+    return call.returns(answers ? servicePortForDisplay(display) : IO_OBJECT_NULL);
+}
+
+CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
+    Call call(__func__, nlohmann::json::array());
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    if (call.yieldsNull()) {
+        *config = nullptr;
+        return call.returns(kCGErrorSuccess);
+    }
+    *config = beginConfiguration();
+    call.note("config", numberOf(*config));
+    return call.returns(kCGErrorSuccess);
+}
+
+CGError CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef config, CGDirectDisplayID display,
+                                          CGDirectDisplayID master) {
+    Call call(__func__, {numberOf(config), display, master});
+    requireLive(config, __func__);
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    const bool possible = state().isOnline(display) && display != master &&
+                          (master == kCGNullDirectDisplay || state().isOnline(master));
+    if (!possible) {
+        return call.returns(kCGErrorIllegalArgument);
+    }
+    addChange(config, [display, master](MacState& changed, bool permanently) {
+        changed.setMirrorMaster(display, master, permanently);
+    });
+    return call.returns(kCGErrorSuccess);
+}
+
+CGError CGCancelDisplayConfiguration(CGDisplayConfigRef config) {
+    Call call(__func__, {numberOf(config)});
+    const CGError error = cancelConfiguration(config, __func__);
+    return call.returns(call.failed() ? call.failure<CGError>() : error);
+}
+
+CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOption option) {
+    Call call(__func__, {numberOf(config), uint32_t(option)});
+    if (call.failed()) {
+        spendConfiguration(config, __func__);
+        return call.returns(call.failure<CGError>());
+    }
+    return call.returns(completeConfiguration(config, option, __func__));
+}
+
+CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,
+                                    CGGammaValue* redTable, CGGammaValue* greenTable,
+                                    CGGammaValue* blueTable, uint32_t* sampleCount) {
+    Call call(__func__, {display, capacity});
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    if (!canReadGamma(display)) {
+        return call.returns(kCGErrorIllegalArgument);
+    }
+    if (call.yieldsNull()) {
+        return call.returns(kCGErrorSuccess);
+    }
+    const GammaTable table = state().gamma(display);
+    copyChannel(table[0], capacity, redTable);
+    copyChannel(table[1], capacity, greenTable);
+    copyChannel(table[2], capacity, blueTable);
+    if (sampleCount != nullptr) {
+        *sampleCount = std::min<uint32_t>(256, capacity);
+    }
+    return call.returns(kCGErrorSuccess);
+}
+
+CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSize,
+                                    const CGGammaValue* redTable, const CGGammaValue* greenTable,
+                                    const CGGammaValue* blueTable) {
+    Call call(__func__, {display, tableSize});
+    if (call.failed()) {
+        return call.returns(call.failure<CGError>());
+    }
+    if (!state().isOnline(display) || tableSize == 0) {
+        return call.returns(kCGErrorIllegalArgument);
+    }
+    GammaTable table = {resampled(redTable, tableSize), resampled(greenTable, tableSize),
+                        resampled(blueTable, tableSize)};
+    RunningMac::current().change(
+        [&](MacState& changed) { changed.setGamma(display, std::move(table), thisProcess()); });
+    call.note("gamma", state().gammaKind(display));
+    return call.returns(kCGErrorSuccess);
+}
+
+void CGDisplayRestoreColorSyncSettings() {
+    const Call call(__func__, nlohmann::json::array());
+    if (!call.failed()) {
+        RunningMac::current().change([](MacState& changed) { changed.resetGamma(); });
+    }
+}
+
+} // extern "C"

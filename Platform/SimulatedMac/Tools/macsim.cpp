@@ -1,0 +1,226 @@
+// Looks at the simulated Mac and changes it from outside.
+
+#include "SimulatedMac/Tools/DeskPicture.h"
+#include "SimulatedMac/World/AttendedMac.h"
+
+#include <charconv>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace simulated_mac;
+using nlohmann::ordered_json;
+using Arguments = std::vector<std::string>;
+
+constexpr const char* usage =
+    "usage: macsim show [--json] | reset | logout | reboot | unplug ID | plug ID |\n"
+    "              calls [--json | --clear] | defaults [--json] | desk FILE.png\n";
+
+/// A command line that asks for nothing that macsim does.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+ordered_json toJson(const DisplayStatus& display) {
+    return {{"id", display.id},
+            {"name", display.name},
+            {"connected", display.connected},
+            {"enabled", display.enabled},
+            {"online", display.online},
+            {"active", display.active},
+            {"main", display.main},
+            {"mirrors", display.mirrors},
+            {"gamma", display.gamma},
+            {"power", display.power},
+            {"brightness", display.brightness ? ordered_json(*display.brightness) : nullptr},
+            {"lit", display.lit}};
+}
+
+/// Columns that the text takes in a terminal: two for the wide characters of East Asia.
+std::size_t columnsOf(const std::string& text) {
+    std::size_t columns = 0;
+    for (const char byte : text) {
+        const auto value = static_cast<unsigned char>(byte);
+        columns += (value & 0xC0) == 0x80 ? 0 : value >= 0xE3 ? 2 : 1;
+    }
+    return columns;
+}
+
+std::string arrangementOf(const DisplayStatus& display) {
+    if (!display.connected) {
+        return "unplugged";
+    }
+    if (!display.enabled) {
+        return "disconnected";
+    }
+    if (display.mirrors != 0) {
+        return "mirrors " + std::to_string(display.mirrors);
+    }
+    return display.main ? "main" : "active";
+}
+
+void printTable(const std::vector<Arguments>& rows) {
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const Arguments& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], columnsOf(row[i]));
+        }
+    }
+    for (const Arguments& row : rows) {
+        std::string line;
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            line += row[i] + std::string(widths[i] - columnsOf(row[i]) + 2, ' ');
+        }
+        std::cout << line.substr(0, line.find_last_not_of(' ') + 1) << '\n';
+    }
+}
+
+void showTable() {
+    std::vector<Arguments> rows = {
+        {"ID", "NAME", "ARRANGEMENT", "POWER", "GAMMA", "BRIGHTNESS", "PICTURE"}};
+    for (const DisplayStatus& display : AttendedMac::current().displays()) {
+        rows.push_back({std::to_string(display.id), display.name, arrangementOf(display),
+                        display.power, display.gamma,
+                        display.brightness ? std::to_string(*display.brightness) + " %" : "-",
+                        display.lit ? "lit" : "dark"});
+    }
+    printTable(rows);
+}
+
+void showJson() {
+    auto displays = ordered_json::array();
+    for (const DisplayStatus& display : AttendedMac::current().displays()) {
+        displays.push_back(toJson(display));
+    }
+    std::cout << ordered_json{{"displays", displays}}.dump() << '\n';
+}
+
+void printCalls(bool asJson) {
+    for (const LoggedCall& call : AttendedMac::current().calls()) {
+        ordered_json line = {
+            {"pid", call.pid}, {"call", call.call}, {"args", call.args}, {"result", call.result}};
+        for (const auto& [key, value] : call.notes.items()) {
+            line[key] = value;
+        }
+        if (asJson) {
+            std::cout << line.dump() << '\n';
+        } else {
+            std::cout << call.pid << "  " << call.call << call.args.dump() << " = "
+                      << call.result.dump() << '\n';
+        }
+    }
+}
+
+std::string operand(const Arguments& arguments, const std::string& what) {
+    if (arguments.size() != 2) {
+        throw UsageError(arguments[0] + ": takes one " + what);
+    }
+    return arguments[1];
+}
+
+uint32_t displayOperand(const Arguments& arguments) {
+    const std::string text = operand(arguments, "display ID");
+    uint32_t id = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw UsageError(arguments[0] + ": '" + text + "' is no display ID");
+    }
+    return id;
+}
+
+/// The one option of a verb that takes at most one of `allowed`.
+std::string option(const Arguments& arguments, const std::vector<std::string>& allowed) {
+    if (arguments.size() == 1) {
+        return {};
+    }
+    if (arguments.size() == 2 && std::ranges::find(allowed, arguments[1]) != allowed.end()) {
+        return arguments[1];
+    }
+    throw UsageError(arguments[0] + ": unknown option '" + arguments[1] + "'");
+}
+
+void show(const Arguments& arguments) {
+    option(arguments, {"--json"}).empty() ? showTable() : showJson();
+}
+
+void calls(const Arguments& arguments) {
+    const std::string chosen = option(arguments, {"--json", "--clear"});
+    if (chosen == "--clear") {
+        AttendedMac::current().clearCalls();
+    } else {
+        printCalls(chosen == "--json");
+    }
+}
+
+void defaults(const Arguments& arguments) {
+    const bool asJson = !option(arguments, {"--json"}).empty();
+    std::cout << AttendedMac::current().storedDefaults().dump(asJson ? -1 : 2) << '\n';
+}
+
+void unplug(const Arguments& arguments) {
+    AttendedMac::current().unplug(displayOperand(arguments));
+}
+void plug(const Arguments& arguments) {
+    AttendedMac::current().plug(displayOperand(arguments));
+}
+
+void reset(const Arguments& arguments) {
+    option(arguments, {});
+    AttendedMac::current().reset();
+}
+
+void logOut(const Arguments& arguments) {
+    option(arguments, {});
+    AttendedMac::current().logOut();
+}
+
+void reboot(const Arguments& arguments) {
+    option(arguments, {});
+    AttendedMac::current().reboot();
+}
+
+void desk(const Arguments& arguments) {
+    const std::string file = operand(arguments, "file name");
+    drawDesk(AttendedMac::current().displays(), AttendedMac::current().scene(), file);
+}
+
+void help(const Arguments&) {
+    std::cout << usage;
+}
+
+const std::map<std::string, std::function<void(const Arguments&)>> verbs = {
+    {"show", show},     {"reset", reset}, {"logout", logOut}, {"reboot", reboot},
+    {"unplug", unplug}, {"plug", plug},   {"calls", calls},   {"defaults", defaults},
+    {"desk", desk},     {"--help", help},
+};
+
+void run(const Arguments& arguments) {
+    if (arguments.empty()) {
+        throw UsageError("no verb; 'macsim --help' lists them");
+    }
+    const auto verb = verbs.find(arguments[0]);
+    if (verb == verbs.end()) {
+        throw UsageError("unknown verb '" + arguments[0] + "'; 'macsim --help' lists them");
+    }
+    verb->second(arguments);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run(Arguments(argv + 1, argv + argc));
+    } catch (const std::exception& error) {
+        std::cerr << "macsim: " << error.what() << '\n';
+        return 2;
+    }
+    std::cout.flush();
+    return std::cout.good() ? 0 : 2;
+}

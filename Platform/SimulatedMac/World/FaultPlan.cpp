@@ -1,0 +1,33 @@
+#include "SimulatedMac/World/FaultPlan.h"
+
+#include <algorithm>
+
+namespace simulated_mac {
+
+FaultPlan::FaultPlan(const std::vector<SceneFault>& faults) {
+    std::ranges::for_each(faults, [this](const SceneFault& fault) { add(fault); });
+}
+
+void FaultPlan::add(const SceneFault& fault) {
+    entries_.push_back({fault, 0});
+}
+void FaultPlan::clear() {
+    entries_.clear();
+}
+
+std::optional<SceneFault> FaultPlan::count(const std::string& function) {
+    std::optional<SceneFault> due;
+    for (Entry& entry : entries_) {
+        if (entry.fault.call != "*" && entry.fault.call != function) {
+            continue;
+        }
+        ++entry.calls;
+        if (!due && (entry.fault.nth == 0 || entry.fault.nth == entry.calls)) {
+            due = entry.fault;
+        }
+    }
+    fired_ = fired_ || due.has_value();
+    return due;
+}
+
+} // namespace simulated_mac

@@ -1,0 +1,397 @@
+#include "SimulatedMac/World/Scene.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <map>
+#include <set>
+
+namespace simulated_mac {
+namespace {
+
+using nlohmann::json;
+
+/// A JSON value together with its place in the scene, for messages that name it.
+class Field {
+public:
+    Field(const json& value, std::string source, std::string place = {})
+        : value_(value), source_(std::move(source)), place_(std::move(place)) {}
+
+    [[noreturn]] void reject(const std::string& problem) const {
+        throw SceneError(source_ + ": " + (place_.empty() ? "" : place_ + ": ") + problem);
+    }
+
+    [[nodiscard]] const json& value() const { return value_; }
+    [[nodiscard]] Field member(const std::string& key) const {
+        return {value_.at(key), source_, place_.empty() ? key : place_ + "." + key};
+    }
+    [[nodiscard]] Field element(std::size_t index) const {
+        return {value_.at(index), source_, place_ + "[" + std::to_string(index) + "]"};
+    }
+
+    [[nodiscard]] bool boolean() const {
+        require(value_.is_boolean(), "true or false");
+        return value_.get<bool>();
+    }
+    [[nodiscard]] std::string text() const {
+        require(value_.is_string(), "a text");
+        return value_.get<std::string>();
+    }
+    [[nodiscard]] int64_t integer(int64_t least, int64_t most) const {
+        require(value_.is_number_integer(), "a whole number");
+        const bool tooLarge = value_.is_number_unsigned() && value_.get<uint64_t>() > INT64_MAX;
+        if (tooLarge || value_.get<int64_t>() < least || value_.get<int64_t>() > most) {
+            reject("not within " + std::to_string(least) + " and " + std::to_string(most));
+        }
+        return value_.get<int64_t>();
+    }
+    [[nodiscard]] uint32_t word() const { return static_cast<uint32_t>(integer(0, UINT32_MAX)); }
+    /// An IOReturn, as a signed or an unsigned number.
+    [[nodiscard]] int32_t status() const {
+        return static_cast<int32_t>(integer(INT32_MIN, UINT32_MAX));
+    }
+
+    void eachElement(const std::function<void(const Field&)>& read) const {
+        require(value_.is_array(), "an array");
+        for (std::size_t i = 0; i < value_.size(); ++i) {
+            read(element(i));
+        }
+    }
+
+    using Readers = std::map<std::string, std::function<void(const Field&)>>;
+    /// Reads an object's members; one without a reader is an error.
+    void eachMember(const Readers& readers) const {
+        require(value_.is_object(), "an object");
+        for (const auto& [key, value] : value_.items()) {
+            const auto reader = readers.find(key);
+            if (reader == readers.end()) {
+                member(key).reject("unknown key");
+            }
+            reader->second(member(key));
+        }
+    }
+
+    void require(bool condition, const char* expected) const {
+        if (!condition) {
+            reject(std::string("must be ") + expected);
+        }
+    }
+
+private:
+    const json& value_;
+    std::string source_;
+    std::string place_;
+};
+
+MonitorDDC readMonitor(const Field& field) {
+    MonitorDDC monitor;
+    field.eachMember({
+        {"brightness",
+         [&](const Field& f) { monitor.brightness = static_cast<int>(f.integer(0, 100)); }},
+        {"open", [&](const Field& f) { monitor.open = f.status(); }},
+        {"send", [&](const Field& f) { monitor.send = f.status(); }},
+        {"result", [&](const Field& f) { monitor.result = f.status(); }},
+    });
+    return monitor;
+}
+
+std::optional<MonitorDDC> readDDC(const Field& field) {
+    if (field.value().is_boolean()) {
+        return field.value().get<bool>() ? std::optional(MonitorDDC()) : std::nullopt;
+    }
+    return readMonitor(field);
+}
+
+SceneDisplay readDisplay(const Field& field) {
+    SceneDisplay display;
+    field.eachMember({
+        {"id", [&](const Field& f) { display.id = f.word(); }},
+        {"vendor", [&](const Field& f) { display.vendor = f.word(); }},
+        {"model", [&](const Field& f) { display.model = f.word(); }},
+        {"builtin", [&](const Field& f) { display.builtin = f.boolean(); }},
+        {"main", [&](const Field& f) { display.main = f.boolean(); }},
+        {"connected", [&](const Field& f) { display.connected = f.boolean(); }},
+        {"enabled", [&](const Field& f) { display.enabled = f.boolean(); }},
+        {"mirrors", [&](const Field& f) { display.mirrors = f.word(); }},
+        {"profilerName", [&](const Field& f) { display.profilerName = f.text(); }},
+        {"screenName", [&](const Field& f) { display.screenName = f.text(); }},
+        {"registryName", [&](const Field& f) { display.registryName = f.text(); }},
+        {"gamma", [&](const Field& f) { display.gamma = f.boolean(); }},
+        {"ddc", [&](const Field& f) { display.ddc = readDDC(f); }},
+        {"servicePort", [&](const Field& f) { display.servicePort = f.boolean(); }},
+    });
+    if (!field.value().contains("id")) {
+        field.reject("id is missing");
+    }
+    if (display.id == 0) {
+        field.member("id").reject("0 is no display");
+    }
+    return display;
+}
+
+bool isHex(const std::string& digits) {
+    return digits.size() % 2 == 0 &&
+           digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+}
+
+void checkData(const Field& field) {
+    field.eachMember({{"data", [](const Field& f) {
+                           f.require(isHex(f.text()), "pairs of hexadecimal digits");
+                       }}});
+}
+
+void checkProperty(const Field& field) {
+    const json& value = field.value();
+    if (value.is_object() && value.contains("data") && value.size() == 1) {
+        checkData(field);
+    } else if (value.is_object()) {
+        for (const auto& [key, member] : value.items()) {
+            field.member(key).require(member.is_string(), "a text");
+        }
+    } else {
+        field.require(value.is_number() || value.is_string() || value.is_boolean(),
+                      "a number, a text, true, false, {\"data\": …} or an object of texts");
+    }
+}
+
+RegistryNode readNode(const Field& field) {
+    RegistryNode node;
+    field.eachMember({
+        {"class", [&](const Field& f) { node.className = f.text(); }},
+        {"properties",
+         [&](const Field& f) {
+             f.require(f.value().is_object(), "an object");
+             for (const auto& [key, value] : f.value().items()) {
+                 checkProperty(f.member(key));
+             }
+             node.properties = f.value();
+         }},
+        {"i2cBuses", [&](const Field& f) { node.i2cBuses = static_cast<int>(f.integer(0, 256)); }},
+        {"children",
+         [&](const Field& f) {
+             f.eachElement([&](const Field& child) { node.children.push_back(readNode(child)); });
+         }},
+    });
+    if (node.className.empty()) {
+        field.reject("class is missing");
+    }
+    return node;
+}
+
+SceneFault readFault(const Field& field) {
+    SceneFault fault;
+    field.eachMember({
+        {"call", [&](const Field& f) { fault.call = f.text(); }},
+        {"nth", [&](const Field& f) { fault.nth = static_cast<int>(f.integer(0, INT32_MAX)); }},
+        {"returns", [&](const Field& f) { fault.returns = f.integer(INT64_MIN, INT64_MAX); }},
+        {"null", [&](const Field& f) { fault.null = f.boolean(); }},
+    });
+    if (fault.call.empty()) {
+        field.reject("call is missing");
+    }
+    if (fault.null == fault.returns.has_value()) {
+        field.reject("needs either returns or \"null\": true");
+    }
+    return fault;
+}
+
+std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
+    if (field.value().is_boolean()) {
+        return field.value().get<bool>() ? std::optional<std::vector<std::string>>(
+                                               {"SLSConfigureDisplayEnabled", "SLSGetDisplayList"})
+                                         : std::nullopt;
+    }
+    std::vector<std::string> exported;
+    field.eachElement([&](const Field& f) {
+        f.require(f.text() == "SLSConfigureDisplayEnabled" || f.text() == "SLSGetDisplayList",
+                  "SLSConfigureDisplayEnabled or SLSGetDisplayList");
+        exported.push_back(f.text());
+    });
+    return exported;
+}
+
+void readProfiler(const Field& field, Scene& scene) {
+    field.eachMember({
+        {"output", [&](const Field& f) { scene.profilerOutput = f.text(); }},
+        {"missing", [&](const Field& f) { scene.profilerMissing = f.boolean(); }},
+    });
+}
+
+const SceneDisplay* findDisplay(const Scene& scene, uint32_t id) {
+    const auto found = std::ranges::find(scene.displays, id, &SceneDisplay::id);
+    return found == scene.displays.end() ? nullptr : &*found;
+}
+
+/// The problems that no single key shows; each names the display that it is about.
+void checkDisplays(const Scene& scene, const Field& displays) {
+    std::set<uint32_t> ids;
+    bool hasMain = false;
+    for (std::size_t i = 0; i < scene.displays.size(); ++i) {
+        const SceneDisplay& display = scene.displays[i];
+        const Field field = displays.element(i);
+        if (!ids.insert(display.id).second) {
+            field.member("id").reject("another display has the ID " + std::to_string(display.id));
+        }
+        if (display.main && std::exchange(hasMain, true)) {
+            field.member("main").reject("another display is the main one");
+        }
+        if (display.main && (!display.connected || !display.enabled || display.mirrors != 0)) {
+            field.member("main").reject(
+                "the main display must be connected, enabled and no mirror");
+        }
+        if (display.mirrors == 0) {
+            continue;
+        }
+        const SceneDisplay* const master = findDisplay(scene, display.mirrors);
+        if (master == nullptr || master == &display || master->mirrors != 0) {
+            field.member("mirrors").reject("must be another display that mirrors none itself");
+        }
+    }
+}
+
+json monitorProperties(const SceneDisplay& display) {
+    return {{"DisplayVendorID", display.vendor},
+            {"DisplayProductID", display.model},
+            {"DisplayProductName", {{"en_US", display.registryName.value_or("")}}}};
+}
+
+/// Intel's tree: a framebuffer for each connector, with an I2C interface where DDC works and, where
+/// the monitor has told its name, a node with it.
+RegistryNode impliedNode(const SceneDisplay& display) {
+    RegistryNode framebuffer{"IOFramebuffer", {{"DisplayID", display.id}}, 0, std::nullopt, {}};
+    if (display.ddc) {
+        framebuffer.i2cBuses = 1;
+        framebuffer.children.push_back(
+            {"IOFramebufferI2CInterface", json::object(), 0, std::nullopt, {}});
+    }
+    if (display.registryName) {
+        framebuffer.children.push_back(
+            {"IODisplayConnect", monitorProperties(display), 0, std::nullopt, {}});
+    }
+    return framebuffer;
+}
+
+std::vector<RegistryNode> impliedRegistry(const Scene& scene) {
+    std::vector<RegistryNode> nodes;
+    std::ranges::transform(scene.displays, std::back_inserter(nodes), impliedNode);
+    return nodes;
+}
+
+std::optional<uint32_t> number(const json& properties, const char* key) {
+    const auto property = properties.find(key);
+    if (property == properties.end() || !property->is_number_integer()) {
+        return std::nullopt;
+    }
+    return static_cast<uint32_t>(property->get<int64_t>());
+}
+
+std::optional<uint32_t> displayNamedBy(const json& properties, const Scene& scene) {
+    for (const SceneDisplay& display : scene.displays) {
+        if (number(properties, "DisplayID") == display.id) {
+            return display.id;
+        }
+    }
+    const auto vendor = number(properties, "DisplayVendorID");
+    const auto product = number(properties, "DisplayProductID");
+    for (const SceneDisplay& display : scene.displays) {
+        if (vendor == display.vendor && product == display.model) {
+            return display.id;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<uint32_t> onlyDisplayWithDDC(const Scene& scene) {
+    const auto hasDDC = [](const SceneDisplay& display) { return display.ddc.has_value(); };
+    return std::ranges::count_if(scene.displays, hasDDC) == 1
+               ? std::optional(std::ranges::find_if(scene.displays, hasDDC)->id)
+               : std::nullopt;
+}
+
+void connectBuses(RegistryNode& node, const Scene& scene) {
+    if (node.i2cBuses > 0) {
+        node.busDisplay = displayNamedBy(node.properties, scene);
+        for (const RegistryNode& child : node.children) {
+            node.busDisplay =
+                node.busDisplay ? node.busDisplay : displayNamedBy(child.properties, scene);
+        }
+        node.busDisplay = node.busDisplay ? node.busDisplay : onlyDisplayWithDDC(scene);
+    }
+    for (RegistryNode& child : node.children) {
+        connectBuses(child, scene);
+    }
+}
+
+json parseJson(const std::string& text, const std::string& source) {
+    try {
+        return json::parse(text);
+    } catch (const json::parse_error& error) {
+        throw SceneError(source + ": not valid JSON at byte " + std::to_string(error.byte));
+    }
+}
+
+constexpr const char* deskText = R"({
+  "skylight": true,
+  "displays": [
+    { "id": 1, "vendor": 1552, "model": 41040, "builtin": true, "main": true,
+      "profilerName": "Color LCD", "screenName": "Built-in Display" },
+    { "id": 2, "vendor": 25001, "model": 7, "profilerName": "Studio", "screenName": "Studio",
+      "registryName": "Studio", "ddc": { "brightness": 40 } },
+    { "id": 3, "vendor": 7789, "model": 30471, "profilerName": "Side", "screenName": "Side" }
+  ]
+})";
+
+} // namespace
+
+Scene Scene::parse(const std::string& text, const std::string& source) {
+    const json document = parseJson(text, source);
+    const Field root(document, source);
+    Scene scene;
+    scene.text = text;
+    scene.skyLight = {"SLSConfigureDisplayEnabled", "SLSGetDisplayList"};
+    bool registryGiven = false;
+    root.eachMember({
+        {"skylight", [&](const Field& f) { scene.skyLight = readSkyLight(f); }},
+        {"mirroring",
+         [&](const Field& f) {
+             f.require(f.value() == "software" || f.value() == "hardware",
+                       "\"software\" or \"hardware\"");
+             scene.softwareMirroring = f.value() == "software";
+         }},
+        {"displays",
+         [&](const Field& f) {
+             f.eachElement([&](const Field& d) { scene.displays.push_back(readDisplay(d)); });
+         }},
+        {"registry",
+         [&](const Field& f) {
+             registryGiven = true;
+             f.eachElement([&](const Field& n) { scene.registry.push_back(readNode(n)); });
+         }},
+        {"defaults",
+         [&](const Field& f) {
+             f.require(f.value().is_object(), "an object");
+             scene.defaults = f.value();
+         }},
+        {"profiler", [&](const Field& f) { readProfiler(f, scene); }},
+        {"faults",
+         [&](const Field& f) {
+             f.eachElement([&](const Field& fault) { scene.faults.push_back(readFault(fault)); });
+         }},
+    });
+    if (document.contains("displays")) {
+        checkDisplays(scene, root.member("displays"));
+    }
+    if (!registryGiven) {
+        scene.registry = impliedRegistry(scene);
+    }
+    for (RegistryNode& node : scene.registry) {
+        connectBuses(node, scene);
+    }
+    return scene;
+}
+
+Scene Scene::desk() {
+    return parse(deskText, "built-in scene");
+}
+
+} // namespace simulated_mac

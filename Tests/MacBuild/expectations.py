@@ -45,7 +45,7 @@ EXPORTS = {
             "_CFDataGetTypeID", "_CFDictionaryGetCount", "_CFDictionaryGetKeysAndValues",
             "_CFDictionaryGetTypeID", "_CFDictionaryGetValue", "_CFGetTypeID",
             "_CFNumberGetTypeID", "_CFNumberGetValue", "_CFNumberIsFloatType", "_CFRelease",
-            "_CFRetain", "_CFStringGetCString", "_CFStringGetCStringPtr", "_CFStringGetLength",
+            "_CFRetain", "_CFStringGetBytes", "_CFStringGetCString", "_CFStringGetCStringPtr", "_CFStringGetLength",
             "_CFStringGetMaximumSizeForEncoding", "_CFStringGetTypeID",
             "___CFConstantStringClassReference", "_kCFAllocatorDefault", "_kCFBooleanTrue",
             "_OBJC_EHTYPE_$_NSException"},

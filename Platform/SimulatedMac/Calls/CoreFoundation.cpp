@@ -365,6 +365,31 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
     return call.returns<Boolean>(true);
 }
 
+// Of whole texts in UTF-8 only: it converts all of one, or, where the buffer is too small, nothing.
+CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding, UInt8,
+                         Boolean, UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen) {
+    Call call(__func__, {range.location, range.length, encoding, maxBufLen});
+    if (call.failed()) {
+        return call.returns(call.failure<CFIndex>());
+    }
+    const std::string text = textOf(string, __func__);
+    const auto units = static_cast<CFIndex>(utf16Length(text));
+    if (range.location != 0 || range.length != units) {
+        crash(__func__, "not the whole text");
+    }
+    const auto size = static_cast<CFIndex>(text.size());
+    if (encoding != kCFStringEncodingUTF8 || (buffer != nullptr && size > maxBufLen)) {
+        *usedBufLen = 0;
+        return call.returns(CFIndex(0));
+    }
+    if (buffer != nullptr) {
+        std::memcpy(buffer, text.data(), text.size());
+    }
+    *usedBufLen = size;
+    call.note("text", text);
+    return call.returns(units);
+}
+
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex count,
                                     CFStringEncoding encoding, Boolean) {
     std::string text(bytes, bytes + count);

@@ -39,7 +39,7 @@ bool contains(const Arguments& arguments, const char* option) {
 // Empty for what is no valid UTF-8.
 std::string lowerCased(const std::string& word) {
     @autoreleasepool {
-        NSString* const lower = [[NSString stringWithUTF8String:word.c_str()] lowercaseString];
+        NSString* const lower = [nsString(word) lowercaseString];
         return utf8Text(lower).value_or(std::string());
     }
 }

@@ -4,6 +4,7 @@
 #include "Veilpane/Inventory/ScreenNames.h"
 #include "Veilpane/Inventory/SystemProfiler.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
+#include "Veilpane/Support/UTF8Text.h"
 #include "Veilpane/WindowServer/DisplayLists.h"
 
 #import <Foundation/Foundation.h>
@@ -53,8 +54,8 @@ std::string nameByVendor(CGDirectDisplayID displayID) {
 
 bool isNamedBefore(const DisplayItem& a, const DisplayItem& b) {
     @autoreleasepool {
-        NSString* const name = [NSString stringWithUTF8String:a.name.c_str()];
-        NSString* const other = [NSString stringWithUTF8String:b.name.c_str()];
+        NSString* const name = nsString(a.name);
+        NSString* const other = nsString(b.name);
         return [name localizedCompare:other] == NSOrderedAscending;
     }
 }

@@ -17,15 +17,20 @@ bool hasType(CFTypeRef object, CFTypeID type) {
     return CFGetTypeID(object) == type;
 }
 
+// A name goes through as it stands, a zero character inside it included. Absent also for what UTF-8
+// cannot express.
 std::optional<std::string> nonEmptyText(CFStringRef string) {
-    const CFIndex capacity =
-        CFStringGetMaximumSizeForEncoding(CFStringGetLength(string), kCFStringEncodingUTF8) + 1;
-    std::vector<char> buffer(static_cast<std::size_t>(capacity));
-    if (CFStringGetCString(string, buffer.data(), capacity, kCFStringEncodingUTF8) == 0 ||
-        buffer.front() == '\0') {
+    const CFRange all = CFRangeMake(0, CFStringGetLength(string));
+    CFIndex size = 0;
+    if (CFStringGetBytes(string, all, kCFStringEncodingUTF8, 0, 0, nullptr, 0, &size) !=
+            all.length ||
+        size == 0) {
         return std::nullopt;
     }
-    return std::string(buffer.data());
+    std::string text(static_cast<std::size_t>(size), '\0');
+    CFStringGetBytes(string, all, kCFStringEncodingUTF8, 0, 0,
+                     reinterpret_cast<UInt8*>(text.data()), size, &size);
+    return text;
 }
 
 struct NameTable {

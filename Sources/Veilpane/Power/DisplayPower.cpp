@@ -7,6 +7,9 @@
 #include "Veilpane/WindowServer/DisplayLists.h"
 #include "Veilpane/WindowServer/SkyLight.h"
 
+#include <optional>
+#include <utility>
+
 namespace veilpane {
 
 namespace {
@@ -29,6 +32,14 @@ void wakeMonitor(CGDirectDisplayID displayID) {
     } catch (const DDCError&) {
         // The display is on as far as the Mac goes; its own button does the rest.
     }
+}
+
+// Asked for twice: a disconnect that fails may take seconds, in which the display may become main.
+std::optional<PowerResult> refusalForMain(CGDirectDisplayID displayID) {
+    if (CGDisplayIsMain(displayID) == 0) {
+        return std::nullopt;
+    }
+    return PowerResult{PowerMethod::disconnect, false, "主屏禁止关闭，已阻止"};
 }
 
 PowerResult reconnect(CGDirectDisplayID displayID) {
@@ -82,6 +93,16 @@ PowerResult turnOffFallback(CGDirectDisplayID displayID) {
     }
 }
 
+PowerResult fallBackAfter(const DisconnectError& error, CGDirectDisplayID displayID) {
+    if (auto refusal = refusalForMain(displayID)) {
+        return std::move(*refusal);
+    }
+    PowerResult result = turnOffFallback(displayID);
+    result.message = "SLS 断开失败（" + error.description() + "），改用" +
+                     std::string(title(result.method)) + "：" + result.message;
+    return result;
+}
+
 // The display that is to go is counted too, so that one remains.
 bool anotherDisplayIsActive() {
     const auto active = activeDisplays(switchingCapacity);
@@ -96,10 +117,7 @@ PowerResult switchOff(CGDirectDisplayID displayID) {
         return {PowerMethod::disconnect, false, "拒绝断开：只剩这一台活动显示器"};
     }
     if (const auto disabled = DisplayDisconnect::setEnabled(false, displayID); !disabled) {
-        PowerResult result = turnOffFallback(displayID);
-        result.message = "SLS 断开失败（" + disabled.error().description() + "），改用" +
-                         std::string(title(result.method)) + "：" + result.message;
-        return result;
+        return fallBackAfter(disabled.error(), displayID);
     }
     releaseBlackout(displayID);
     return {PowerMethod::disconnect, true, "已断开显示器（SLS，系统设置中将消失）"};
@@ -108,8 +126,10 @@ PowerResult switchOff(CGDirectDisplayID displayID) {
 } // namespace
 
 PowerResult DisplayPower::setPower(bool on, CGDirectDisplayID displayID) {
-    if (!on && CGDisplayIsMain(displayID) != 0) {
-        return {PowerMethod::disconnect, false, "主屏禁止关闭，已阻止"};
+    if (!on) {
+        if (auto refusal = refusalForMain(displayID)) {
+            return std::move(*refusal);
+        }
     }
     if (DisplayDisconnect::isDisconnectedByUs(displayID)) {
         return on ? reconnect(displayID)

@@ -16,4 +16,12 @@ namespace veilpane {
     return std::string(bytes, [text lengthOfBytesUsingEncoding:NSUTF8StringEncoding]);
 }
 
+/// The same text for Foundation, zero characters inside it included; nil when it is no valid UTF-8.
+/// Autoreleased.
+[[nodiscard]] inline NSString* nsString(const std::string& text) {
+    return [[[NSString alloc] initWithBytes:text.data()
+                                     length:text.size()
+                                   encoding:NSUTF8StringEncoding] autorelease];
+}
+
 } // namespace veilpane

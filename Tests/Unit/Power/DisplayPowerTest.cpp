@@ -300,6 +300,37 @@ TEST_F(DisplayPowerTest, skylight_is_looked_up_afresh_at_every_use) {
     EXPECT_EQ(DisplayPower::setPower(false, 2).method, disconnect);
 }
 
+TEST_F(DisplayPowerTest, a_display_that_became_main_during_a_failed_disconnect_is_refused) {
+    for (const std::string& second : {ddc2, plain2}) {
+        Mac& mac = boot(scene(main1 + second, refusedBySkyLight));
+        mac.failCall({.call = "CGDisplayIsMain", .nth = 2, .returns = 1});
+        EXPECT_EQ(DisplayPower::setPower(false, 2),
+                  (PowerResult{disconnect, false, "主屏禁止关闭，已阻止"}));
+        EXPECT_TRUE(calls({"IOI2CSendRequest", "CGSetDisplayTransferByTable",
+                           "CGConfigureDisplayMirrorOfDisplay"})
+                        .empty());
+        EXPECT_TRUE(mac.display(2).lit);
+    }
+}
+
+TEST_F(DisplayPowerTest,
+       main_is_asked_for_again_right_after_a_failed_disconnect_and_at_no_other_time) {
+    boot(scene(main1 + ddc2, refusedBySkyLight));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(calls({"CGDisplayIsMain", "SLSConfigureDisplayEnabled",
+                     "CGCancelDisplayConfiguration", "IOI2CSendRequest"}),
+              (std::vector<std::string>{"CGDisplayIsMain(2) = 0",
+                                        "SLSConfigureDisplayEnabled(1, 2, false) = 1001",
+                                        "CGCancelDisplayConfiguration(1) = 0",
+                                        "CGDisplayIsMain(2) = 0", "IOI2CSendRequest(1, 0) = 0"}));
+    boot(scene(main1 + ddc2));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(calls({"CGDisplayIsMain"}).size(), 1u);
+    boot(scene(main1 + ddc2, noSkyLight));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(calls({"CGDisplayIsMain"}).size(), 1u);
+}
+
 TEST_F(DisplayPowerTest, every_mechanism_is_tried_once) {
     boot(scene(main1 + mute2, refusedBySkyLight));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);

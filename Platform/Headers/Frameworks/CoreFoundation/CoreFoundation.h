@@ -41,6 +41,12 @@ CFIndex CFStringGetLength(CFStringRef string); // UTF-16 units
 // False when the buffer is too small for the text and its zero byte, or the text not convertible.
 Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
+// Returns how many UTF-16 units were converted: fewer than the range has when one cannot be, with a
+// loss byte of 0, or when the buffer is full. Writes no zero byte at the end. Without a buffer it
+// only counts.
+CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
+                         UInt8 lossByte, Boolean isExternalRepresentation, UInt8* buffer,
+                         CFIndex maxBufLen, CFIndex* usedBufLen);
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
 CFTypeID CFDictionaryGetTypeID(void);

@@ -16,6 +16,9 @@ enum : NSStringEncoding {
 @interface NSString : NSObject
 + (nullable instancetype)stringWithUTF8String:(const char*)nullTerminatedText;
 + (instancetype)stringWithFormat:(NSString*)format, ... NS_FORMAT_FUNCTION(1, 2);
+- (nullable instancetype)initWithBytes:(const void*)bytes
+                                length:(NSUInteger)length
+                              encoding:(NSStringEncoding)encoding;
 @property (readonly) NSUInteger length;
 @property (nullable, readonly) const char* UTF8String NS_RETURNS_INNER_POINTER;
 - (NSUInteger)lengthOfBytesUsingEncoding:(NSStringEncoding)encoding;

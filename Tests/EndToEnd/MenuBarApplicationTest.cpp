@@ -2,13 +2,11 @@
 
 #include "EndToEnd/Desktop.h"
 #include "EndToEnd/ProgramRun.h"
+#include "Support/Files.h"
+#include "Support/LogText.h"
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <regex>
-#include <sstream>
 
 namespace {
 
@@ -50,16 +48,6 @@ constexpr Point quitRow = {1100, 234};
 constexpr Color menuBarBackground = 0xEEEEEE;
 constexpr Color menuBackground = 0xF7F7F7;
 constexpr Color accent = 0x0A7AFF;
-
-std::string contentOf(const std::string& file) {
-    std::ostringstream content;
-    content << std::ifstream(file).rdbuf();
-    return content.str();
-}
-
-std::string withoutTimes(const std::string& log) {
-    return std::regex_replace(log, std::regex(R"(\[\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\])"), "[time]");
-}
 
 class MenuBarApplication : public testing::Test {
 protected:

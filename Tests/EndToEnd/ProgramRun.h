@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Support/Files.h"
+
 #include <map>
 #include <ostream>
 #include <string>
@@ -36,7 +38,7 @@ public:
     ProgramRun finish();
 
 private:
-    std::string directory_;
+    TemporaryDirectory directory_;
     pid_t process_;
     int status_ = 0;
 };
@@ -52,7 +54,6 @@ public:
     explicit MacOnDisk(const std::string& scene = "");
     MacOnDisk(const MacOnDisk&) = delete;
     MacOnDisk& operator=(const MacOnDisk&) = delete;
-    ~MacOnDisk();
 
     [[nodiscard]] ProgramRun veilpane(const std::vector<std::string>& arguments) const;
     /// The text after the program's name is the shell's: arguments and redirections.
@@ -62,11 +63,11 @@ public:
     /// Replaces the scene file, as if other monitors or faults were found at the next start.
     void changeScene(const std::string& scene) const;
 
-    [[nodiscard]] std::string sceneFile() const { return directory_ + "/scene.json"; }
-    [[nodiscard]] std::string stateDirectory() const { return directory_ + "/state"; }
+    [[nodiscard]] std::string sceneFile() const { return directory_.path() / "scene.json"; }
+    [[nodiscard]] std::string stateDirectory() const { return directory_.path() / "state"; }
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
 private:
-    std::string directory_;
+    TemporaryDirectory directory_;
     bool hasScene_;
 };

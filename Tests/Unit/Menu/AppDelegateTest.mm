@@ -142,14 +142,6 @@ protected:
         return nil;
     }
 
-    // As a click does it: the switch changes first and then sends its action.
-    static void flip(PowerSwitchRowView* row) {
-        NSSwitch* const powerSwitch = [row powerSwitch];
-        [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
-                                                                           : NSControlStateValueOn];
-        [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
-    }
-
     static bool isOn(PowerSwitchRowView* row) {
         return [[row powerSwitch] state] == NSControlStateValueOn;
     }

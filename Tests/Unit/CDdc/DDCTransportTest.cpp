@@ -1,4 +1,5 @@
 #include "CDdc/ddc.h"
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -231,15 +232,15 @@ TEST_F(DDCTransport, of_two_i2c_framebuffers_without_a_match_none_is_taken) {
 
 TEST_F(DDCTransport, a_framebuffer_whose_bus_count_cannot_be_read_is_no_candidate) {
     Mac& mac = boot(sceneWithRegistry(R"([ { "class": "IOFramebuffer", "i2cBuses": 1 } ])"));
-    mac.failCall({"IOFBGetI2CInterfaceCount", 1, -1, false});
+    mac.failCall(fails("IOFBGetI2CInterfaceCount").with(-1));
     EXPECT_FALSE(copy_framebuffer_for_display(2));
 }
 
 TEST_F(DDCTransport, a_failed_or_empty_registry_search_finds_nothing) {
     Mac& mac = boot();
-    mac.failCall({"IOServiceGetMatchingServices", 1, -1, false});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
     EXPECT_EQ(ddc_can_control(2), 0);
-    mac.failCall({"IOServiceGetMatchingServices", 1, std::nullopt, true});
+    mac.failCall(fails("IOServiceGetMatchingServices").withNull());
     EXPECT_EQ(ddc_can_control(2), 0);
     EXPECT_EQ(ddc_can_control(2), 1);
 }
@@ -247,8 +248,8 @@ TEST_F(DDCTransport, a_failed_or_empty_registry_search_finds_nothing) {
 TEST_F(DDCTransport, the_first_bus_that_yields_an_interface_wins) {
     Mac& mac = boot(sceneWithRegistry(
         R"([ { "class": "IOFramebuffer", "i2cBuses": 3, "properties": { "DisplayID": 2 } } ])"));
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 1, -536870208, false});
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 2, std::nullopt, true});
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").with(-536870208));
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").nth(2).withNull());
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 1), DDCResultSent);
     EXPECT_EQ(calls({"IOFBCopyI2CInterfaceForBus"}).size(), 3u);
 }
@@ -265,7 +266,7 @@ TEST_F(DDCTransport, without_a_bus_the_first_i2c_child_is_taken) {
 
 TEST_F(DDCTransport, when_all_buses_fail_the_children_are_tried) {
     Mac& mac = boot();
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 0, -1, false});
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").every().with(-1));
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 3), DDCResultSent);
     EXPECT_EQ(mac.display(2).brightness, 3);
 }
@@ -301,11 +302,11 @@ TEST_F(DDCTransport, a_service_port_that_is_no_framebuffer_is_released_once) {
 
 TEST_F(DDCTransport, the_library_is_closed_whenever_it_was_opened) {
     Mac& mac = boot();
-    mac.failCall({"dlsym", 1, 0, false});
+    mac.failCall(fails("dlsym").with(0));
     EXPECT_EQ(ddc_can_control(2), 1);
     EXPECT_EQ(calls({"dlopen", "dlclose"}).size(), 2u);
     mac.clearCalls();
-    mac.failCall({"dlopen", 1, 0, false});
+    mac.failCall(fails("dlopen").with(0));
     EXPECT_EQ(ddc_can_control(2), 1);
     EXPECT_EQ(calls({"dlopen", "dlsym", "dlclose"}),
               (std::vector<std::string>{

@@ -1,5 +1,6 @@
 #include "Veilpane/Inventory/DisplayStore.h"
 
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
 
@@ -44,7 +45,7 @@ TEST_F(DisplayStoreTest, without_displays_the_list_is_empty) {
 TEST_F(DisplayStoreTest, a_failing_online_list_leaves_only_our_disconnected_displays) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "enabled": false })",
                           R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] })"));
-    mac.failCall({"CGGetOnlineDisplayList", 1, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").with(1000));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{2}));
 }
 
@@ -91,21 +92,21 @@ TEST_F(DisplayStoreTest, a_display_disconnected_by_someone_else_is_not_listed) {
 TEST_F(DisplayStoreTest, a_display_disconnected_by_someone_else_during_the_listing_is_left_out) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
     // The candidates' list, then display 1's; display 2's fails, as if it had just gone.
-    mac.failCall({"CGGetOnlineDisplayList", 3, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").nth(3).with(1000));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1}));
 }
 
 TEST_F(DisplayStoreTest, an_id_that_is_neither_online_nor_active_is_left_out) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
-    mac.failCall({"CGDisplayIsOnline", 2, 0, false});
-    mac.failCall({"CGDisplayIsActive", 1, 0, false});
+    mac.failCall(fails("CGDisplayIsOnline").nth(2).with(0));
+    mac.failCall(fails("CGDisplayIsActive").with(0));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1}));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2}));
 }
 
 TEST_F(DisplayStoreTest, an_active_display_is_listed_although_it_is_not_reported_online) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
-    mac.failCall({"CGDisplayIsOnline", 2, 0, false});
+    mac.failCall(fails("CGDisplayIsOnline").nth(2).with(0));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2}));
 }
 
@@ -166,7 +167,7 @@ TEST_F(DisplayStoreTest, the_system_profiler_runs_once_with_these_arguments) {
 
 TEST_F(DisplayStoreTest, a_profiler_that_cannot_be_started_is_not_tried_again) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true, "profilerName": "Panel" })"));
-    mac.failCall({"posix_spawn", 1, 2, false});
+    mac.failCall(fails("posix_spawn").with(2));
     EXPECT_EQ(nameOf(1), "显示器 1");
     EXPECT_EQ(nameOf(1), "显示器 1");
     EXPECT_EQ(calls({"posix_spawn"}).size(), 1u);

@@ -1,5 +1,6 @@
 #include "Veilpane/Inventory/RegistryNames.h"
 
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -94,8 +95,8 @@ TEST_F(RegistryNames, classes_are_searched_in_a_fixed_order_whatever_the_registr
 
 TEST_F(RegistryNames, a_class_whose_search_fails_is_passed_over) {
     Mac& mac = boot(sceneWithRegistry(monitor("AppleCLCD2", "44048", "7", "\"Chip\"")));
-    mac.failCall({"IOServiceGetMatchingServices", 1, -1, false});
-    mac.failCall({"IOServiceGetMatchingServices", 2, std::nullopt, true});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
+    mac.failCall(fails("IOServiceGetMatchingServices").nth(2).withNull());
     EXPECT_EQ(iokitDisplayName(2), "Chip");
     EXPECT_EQ(calls({"IOServiceGetMatchingServices"}).size(), 3u);
 }

@@ -1,5 +1,6 @@
 #import "Veilpane/Menu/AppDelegate.h"
 
+#include "Support/Faults.h"
 #include "Support/MenuBarTest.h"
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
@@ -340,7 +341,7 @@ TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_r
     Mac& mac = boot(threeDisplays);
     launch();
     flip(switchRow(openMenu(), 2));
-    mac.failCall({.call = "SLSConfigureDisplayEnabled", .nth = 1, .returns = 1001});
+    mac.failCall(fails("SLSConfigureDisplayEnabled").with(1001));
     NSMenu* const menu = openMenu();
     flip(switchRow(menu, 2));
     EXPECT_FALSE(isOn(switchRow(menu, 2)));
@@ -367,8 +368,8 @@ TEST_F(AppDelegateTest, a_failed_switch_off_names_the_method_and_leaves_the_swit
         { "id": 2, "profilerName": "Left" } ] })");
     launch();
     NSMenu* const menu = openMenu();
-    mac.failCall({.call = "CGGetActiveDisplayList", .nth = 0, .returns = 1001});
-    mac.failCall({.call = "CGGetOnlineDisplayList", .nth = 0, .returns = 1001});
+    mac.failCall(fails("CGGetActiveDisplayList").every().with(1001));
+    mac.failCall(fails("CGGetOnlineDisplayList").every().with(1001));
     flip(switchRow(menu, 2));
     ASSERT_EQ(alerts.size(), 1U);
     EXPECT_EQ(alerts[0].message, "无法关闭显示器");

@@ -1,5 +1,6 @@
 #include "Veilpane/Power/BlackoutController.h"
 
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -78,8 +79,8 @@ TEST_F(Blackout, the_only_active_display_is_zeroed_without_a_mirror) {
 TEST_F(Blackout, the_main_display_is_the_preferred_mirror_master) {
     Mac& mac = boot(scene(R"({ "id": 5, "main": true }, { "id": 4 }, { "id": 1 })"));
     // As if another display had just become the main one: no longer the first of the active list.
-    mac.failCall({"CGDisplayIsMain", 1, 0, false});
-    mac.failCall({"CGDisplayIsMain", 2, 1, false});
+    mac.failCall(fails("CGDisplayIsMain").with(0));
+    mac.failCall(fails("CGDisplayIsMain").nth(2).with(1));
     controller().blackout(4);
     EXPECT_EQ(mac.display(4).mirrors, 1u);
     EXPECT_EQ(calls({"CGDisplayIsMain"}),
@@ -94,7 +95,7 @@ TEST_F(Blackout, without_a_main_candidate_the_first_active_one_is_the_master) {
 
 TEST_F(Blackout, a_listed_display_that_is_not_active_is_no_master) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 }, { "id": 3 })"));
-    mac.failCall({"CGDisplayIsActive", 1, 0, false});
+    mac.failCall(fails("CGDisplayIsActive").with(0));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).mirrors, 3u);
 }
@@ -126,13 +127,13 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(Blackout, a_refused_mirror_is_cancelled_but_a_failed_completion_is_not) {
     Mac& mac = boot(scene(twoDisplays));
-    mac.failCall({"CGConfigureDisplayMirrorOfDisplay", 1, 1001, false});
+    mac.failCall(fails("CGConfigureDisplayMirrorOfDisplay").with(1001));
     controller().blackout(2);
     EXPECT_EQ(calls({"CGCancelDisplayConfiguration"}).size(), 1u);
     EXPECT_TRUE(calls({"CGCompleteDisplayConfiguration"}).empty());
 
     Mac& second = boot(scene(R"({ "id": 1, "main": true }, { "id": 3 })"));
-    second.failCall({"CGCompleteDisplayConfiguration", 1, 1000, false});
+    second.failCall(fails("CGCompleteDisplayConfiguration").with(1000));
     controller().blackout(3);
     EXPECT_TRUE(calls({"CGCancelDisplayConfiguration"}).empty());
     EXPECT_EQ(calls({"CGCompleteDisplayConfiguration"}).size(), 1u);
@@ -150,7 +151,7 @@ TEST_F(Blackout, brightness_comes_back_as_100) {
 TEST_F(Blackout, brightness_that_was_not_zeroed_is_left_alone) {
     Mac& mac =
         boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
-    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    mac.failCall(fails("IOI2CSendRequest").with(1));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).brightness, 40);
     mac.clearCalls();
@@ -169,7 +170,7 @@ TEST_F(Blackout, restoring_survives_a_monitor_that_no_longer_answers) {
     Mac& mac =
         boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
     controller().blackout(2);
-    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    mac.failCall(fails("IOI2CSendRequest").with(1));
     controller().restore(2);
     EXPECT_EQ(mac.display(2).brightness, 0);
     EXPECT_EQ(mac.display(2).gamma, "normal");
@@ -227,10 +228,10 @@ TEST_F(Blackout, the_main_display_is_never_unmirrored) {
 
 TEST_F(Blackout, a_failed_unmirroring_is_given_up_silently) {
     const std::vector<simulated_mac::SceneFault> faults = {
-        {"CGBeginDisplayConfiguration", 1, 1000, false},
-        {"CGBeginDisplayConfiguration", 1, std::nullopt, true},
-        {"CGConfigureDisplayMirrorOfDisplay", 1, 1000, false},
-        {"CGCompleteDisplayConfiguration", 1, 1000, false}};
+        fails("CGBeginDisplayConfiguration").with(1000),
+        fails("CGBeginDisplayConfiguration").withNull(),
+        fails("CGConfigureDisplayMirrorOfDisplay").with(1000),
+        fails("CGCompleteDisplayConfiguration").with(1000)};
     for (const auto& fault : faults) {
         Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
         mac.failCall(fault);
@@ -267,7 +268,7 @@ TEST_F(Blackout, restore_all_ends_mirrors_of_others_too) {
 
 TEST_F(Blackout, restore_all_stops_at_an_online_list_that_fails) {
     Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
-    mac.failCall({"CGGetOnlineDisplayList", 1, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").with(1000));
     controller().restoreAll();
     EXPECT_EQ(mac.display(2).mirrors, 1u);
     EXPECT_TRUE(calls({"CGDisplayIsInMirrorSet"}).empty());

@@ -1,5 +1,6 @@
 #include "Veilpane/Power/DisplayDisconnect.h"
 
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -252,7 +253,7 @@ TEST_F(DisplayDisconnectTest, nothing_is_known_when_the_online_list_fails_too) {
 
 TEST_F(DisplayDisconnectTest, a_known_display_counts_as_off_when_the_online_list_fails) {
     Mac& mac = boot();
-    mac.failCall({"CGGetOnlineDisplayList", 0, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").every().with(1000));
     EXPECT_TRUE(DisplayDisconnect::isSoftDisconnected(2));
     EXPECT_FALSE(DisplayDisconnect::isSoftDisconnected(99));
 }

@@ -1,5 +1,6 @@
 #include "Veilpane/Power/DisplayPower.h"
 
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
@@ -295,7 +296,7 @@ TEST_F(DisplayPowerTest, ending_a_blackout_wakes_the_monitor_and_ignores_its_ref
 
 TEST_F(DisplayPowerTest, skylight_is_looked_up_afresh_at_every_use) {
     Mac& mac = boot(scene(main1 + plain2));
-    mac.failCall({"dlopen", 1, 0, false});
+    mac.failCall(fails("dlopen").with(0));
     EXPECT_EQ(DisplayPower::setPower(false, 2).method, blackout);
     EXPECT_EQ(DisplayPower::setPower(false, 2).method, disconnect);
 }

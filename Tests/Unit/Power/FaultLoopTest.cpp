@@ -1,5 +1,6 @@
 #include "SimulatedMac/MacState.h"
 #include "Support/ChildProcess.h"
+#include "Support/Faults.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Inventory/DisplayStore.h"
 #include "Veilpane/Power/BlackoutController.h"
@@ -119,8 +120,8 @@ TEST_P(FaultLoop, no_single_fault_breaks_a_rule) {
         for (const bool null : {false, true}) {
             int nth = 1;
             for (;; ++nth) {
-                const SceneFault fault{"*", nth, null ? std::nullopt : std::optional<int64_t>(1001),
-                                       null};
+                const FailingCall call = fails("*").nth(nth);
+                const SceneFault fault = null ? call.withNull() : call.with(1001);
                 const ChildOutcome outcome = runWithFault(scene, operation, fault);
                 if (outcome.message == "not fired") {
                     break;
@@ -167,7 +168,7 @@ private:
         if (below(3) == 0) {
             const auto call =
                 static_cast<std::size_t>(below(static_cast<int>(faultyCalls_.size())));
-            mac_.failCall({faultyCalls_[call], 1 + below(3), 1001, false});
+            mac_.failCall(fails(faultyCalls_[call]).nth(1 + below(3)).with(1001));
         }
         switch (below(8)) {
         case 0:

@@ -1,6 +1,6 @@
 #include "Veilpane/Inventory/RegistryNames.h"
 
-#include "Support/Faults.h"
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -11,11 +11,11 @@ using simulated_mac::Mac;
 
 using RegistryNames = SimulatedMacTest;
 
-std::string sceneWithRegistry(const std::string& registry) {
-    return R"({ "displays": [ { "id": 1, "main": true, "vendor": 1552, "model": 5 },
-        { "id": 2, "vendor": 44048, "model": 7 }, { "id": 3, "vendor": 44048, "model": 7 } ],
-        "registry": [ )" +
-           registry + " ] }";
+std::string sceneWithRegistry(std::string_view nodes) {
+    return scene({R"({ "id": 1, "main": true, "vendor": 1552, "model": 5 })",
+                  R"({ "id": 2, "vendor": 44048, "model": 7 })",
+                  R"({ "id": 3, "vendor": 44048, "model": 7 })"},
+                 {registry(nodes)});
 }
 
 TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) {

@@ -1,7 +1,7 @@
 #include "Registry/RegistryProperties.h"
 
 #include "Registry/RegistryEntries.h"
-#include "Support/Faults.h"
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -14,9 +14,9 @@ using RegistryProperties = SimulatedMacTest;
 
 /// The entry of a registry that holds just one node, with the property "Value".
 IORef onlyEntry(const std::string& value) {
-    Mac::boot(R"({ "displays": [ { "id": 1 } ], "registry": [
-        { "class": "IODisplay", "properties": { "Value": )" +
-              value + " } } ] }");
+    Mac::boot(
+        scene({R"({ "id": 1 })"},
+              {registry(R"({ "class": "IODisplay", "properties": { "Value": )" + value + " } }")}));
     return nextEntry(matchingServices("IODisplay"));
 }
 

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <stdlib.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 

@@ -7,11 +7,8 @@
 #include "Support/Scenes.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace {
-
-using nlohmann::json;
 
 const std::string threeDisplays = scene({builtIn1, left2, right3});
 
@@ -74,15 +71,7 @@ protected:
 
     bool isShownOn(int row) { return desktop.colorAt(leftPartOf(switchOf(row))) == accent; }
 
-    json display(int id) {
-        for (const json& display :
-             json::parse(mac->macsim({"show", "--json"}).output).at("displays")) {
-            if (display.at("id") == id) {
-                return display;
-            }
-        }
-        return nullptr;
-    }
+    nlohmann::json display(std::uint32_t id) { return mac->display(id); }
 
     // Somewhere below the middle of the screen.
     bool isAlertShown() {

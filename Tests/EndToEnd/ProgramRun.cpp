@@ -31,6 +31,10 @@ namespace {
 
 } // namespace
 
+ProgramRun quiet(int status, const std::string& output) {
+    return {status, output, ""};
+}
+
 RunningProgram::RunningProgram(const std::string& executable,
                                const std::vector<std::string>& arguments,
                                const std::map<std::string, std::string>& environment)
@@ -87,7 +91,7 @@ void MacOnDisk::changeScene(const std::string& scene) const {
 std::map<std::string, std::string> MacOnDisk::environment() const {
     return {{"SIMULATED_MAC_STATE", stateDirectory()},
             {"SIMULATED_MAC_SCENE", hasScene_ ? sceneFile() : ""},
-            {"TMPDIR", directory_.path()}};
+            {"TMPDIR", directory_.path().string()}};
 }
 
 ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const {
@@ -101,4 +105,14 @@ ProgramRun MacOnDisk::veilpaneUnderShell(const std::string& text) const {
 
 ProgramRun MacOnDisk::macsim(const std::vector<std::string>& arguments) const {
     return runProgram(MACSIM_EXECUTABLE, arguments, environment());
+}
+
+nlohmann::json MacOnDisk::display(std::uint32_t id) const {
+    const auto shown = nlohmann::json::parse(macsim({"show", "--json"}).output);
+    for (const auto& display : shown.at("displays")) {
+        if (display.at("id") == id) {
+            return display;
+        }
+    }
+    return nullptr;
 }

@@ -2,7 +2,9 @@
 
 #include "Support/Files.h"
 
+#include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <sys/types.h>
@@ -21,6 +23,9 @@ struct ProgramRun {
                       << run.errors;
     }
 };
+
+/// A run that wrote nothing to standard error.
+ProgramRun quiet(int status, const std::string& output);
 
 /// A program that runs beside the test. It is killed when the object goes.
 class RunningProgram {
@@ -59,6 +64,9 @@ public:
     /// The text after the program's name is the shell's: arguments and redirections.
     [[nodiscard]] ProgramRun veilpaneUnderShell(const std::string& text) const;
     [[nodiscard]] ProgramRun macsim(const std::vector<std::string>& arguments) const;
+
+    /// What `macsim show` tells of a display; null for one that it does not show.
+    [[nodiscard]] nlohmann::json display(std::uint32_t id) const;
 
     /// Replaces the scene file, as if other monitors or faults were found at the next start.
     void changeScene(const std::string& scene) const;

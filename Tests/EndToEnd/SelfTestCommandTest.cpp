@@ -7,10 +7,6 @@
 
 namespace {
 
-ProgramRun quiet(int status, const std::string& output) {
-    return {status, output, ""};
-}
-
 const std::string panel = "- id=1 name=Panel main=true ddc=false disconnected=false\n"
                           "  状态：主屏 · 始终开启\n";
 

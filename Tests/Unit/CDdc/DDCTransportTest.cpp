@@ -121,7 +121,7 @@ TEST_F(DDCTransport, every_call_searches_the_registry_anew) {
 
 struct MatchCase {
     const char* name;
-    const char* registry;
+    std::string registry;
     CGDirectDisplayID display;
     bool found;
 
@@ -130,85 +130,62 @@ struct MatchCase {
 
 class FramebufferMatch : public SimulatedMacTest, public testing::WithParamInterface<MatchCase> {};
 
-// In each registry the wanted framebuffer is the one with two buses; a second one with a bus keeps
-// the single-monitor fallback out of the way.
 TEST_P(FramebufferMatch, finds_the_framebuffer_by_its_rule) {
     boot(sceneWithRegistry(GetParam().registry));
     const IORef framebuffer = copy_framebuffer_for_display(GetParam().display);
     EXPECT_EQ(static_cast<bool>(framebuffer), GetParam().found);
 }
 
-constexpr const char* other = R"(, { "class": "IOFramebuffer", "i2cBuses": 1 })";
+// A framebuffer with a bus and further members, beside another one that keeps the single-monitor
+// fallback out of the way.
+std::string framebuffer(const std::string& members, const std::string& name = "IOFramebuffer") {
+    return R"({ "class": ")" + name + R"(", "i2cBuses": 1, )" + members +
+           R"( }, { "class": "IOFramebuffer", "i2cBuses": 1 })";
+}
 
-const std::string dataOf4 =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "02000000" } } })") +
-    other;
-const std::string dataOf6 =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "02000000FFFF" } } })") +
-    other;
-const std::string dataOf3 =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "020000" } } })") +
-    other;
-const std::string number =
-    std::string(
-        R"({ "class": "AMDFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": 2 } })") +
-    other;
-const std::string text =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": "2" } })") +
-    other;
-const std::string largeNumber =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": 4026531840 } })") +
-    other;
-const std::string childNumber =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayID": 2 } } ] })") +
-    other;
-const std::string childData =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayID": { "data": "02000000" } } } ] })") +
-    other;
-const std::string vendorAndModel =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "X" }, { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] })") +
-    other;
-const std::string vendorOnly =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100 } } ] })") +
-    other;
-const std::string otherModel =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100, "DisplayProductID": 9 } } ] })") +
-    other;
-const std::string zeros =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 0, "DisplayProductID": 0 } } ] })") +
-    other;
-const std::string grandchild =
-    std::string(
-        R"({ "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay", "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] } ] })") +
-    other;
+std::string displayID(const std::string& value) {
+    return R"("properties": { "DisplayID": )" + value + " }";
+}
+
+std::string child(const std::string& properties) {
+    return R"("children": [ { "class": "IODisplayConnect", "properties": { )" + properties +
+           " } } ]";
+}
 
 INSTANTIATE_TEST_SUITE_P(
     DDCTransport, FramebufferMatch,
-    testing::Values(MatchCase{"display_id_as_number_in_a_subclass", number.c_str(), 2, true},
-                    MatchCase{"display_id_as_4_bytes_of_data", dataOf4.c_str(), 2, true},
-                    MatchCase{"display_id_as_6_bytes_of_data", dataOf6.c_str(), 2, true},
-                    MatchCase{"display_id_as_3_bytes_of_data_is_none", dataOf3.c_str(), 2, false},
-                    MatchCase{"display_id_as_text_is_none", text.c_str(), 2, false},
-                    MatchCase{"display_id_above_the_signed_range", largeNumber.c_str(), 4026531840,
-                              true},
-                    MatchCase{"childs_display_id_as_number", childNumber.c_str(), 2, true},
-                    MatchCase{"childs_display_id_as_data_is_none", childData.c_str(), 2, false},
-                    MatchCase{"childs_vendor_and_product", vendorAndModel.c_str(), 2, true},
-                    MatchCase{"childs_vendor_alone_is_none", vendorOnly.c_str(), 2, false},
-                    MatchCase{"childs_other_product_is_none", otherModel.c_str(), 2, false},
-                    MatchCase{"vendor_and_product_both_zero_say_nothing", zeros.c_str(), 1, false},
-                    MatchCase{"grandchildren_are_not_looked_at", grandchild.c_str(), 2, false}),
+    testing::Values(
+        MatchCase{"display_id_as_number_in_a_subclass",
+                  framebuffer(displayID("2"), "AMDFramebuffer"), 2, true},
+        MatchCase{"display_id_as_4_bytes_of_data",
+                  framebuffer(displayID(R"({ "data": "02000000" })")), 2, true},
+        MatchCase{"display_id_as_6_bytes_of_data",
+                  framebuffer(displayID(R"({ "data": "02000000FFFF" })")), 2, true},
+        MatchCase{"display_id_as_3_bytes_of_data_is_none",
+                  framebuffer(displayID(R"({ "data": "020000" })")), 2, false},
+        MatchCase{"display_id_as_text_is_none", framebuffer(displayID(R"("2")")), 2, false},
+        MatchCase{"display_id_above_the_signed_range", framebuffer(displayID("4026531840")),
+                  4026531840, true},
+        MatchCase{"childs_display_id_as_number", framebuffer(child(R"("DisplayID": 2)")), 2, true},
+        MatchCase{"childs_display_id_as_data_is_none",
+                  framebuffer(child(R"("DisplayID": { "data": "02000000" })")), 2, false},
+        MatchCase{"childs_vendor_and_product",
+                  framebuffer(
+                      R"("children": [ { "class": "X" }, { "class": "IODisplayConnect",
+                    "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ])"),
+                  2, true},
+        MatchCase{"childs_vendor_alone_is_none", framebuffer(child(R"("DisplayVendorID": 100)")), 2,
+                  false},
+        MatchCase{"childs_other_product_is_none",
+                  framebuffer(child(R"("DisplayVendorID": 100, "DisplayProductID": 9)")), 2, false},
+        MatchCase{"vendor_and_product_both_zero_say_nothing",
+                  framebuffer(child(R"("DisplayVendorID": 0, "DisplayProductID": 0)")), 1, false},
+        MatchCase{
+            "grandchildren_are_not_looked_at",
+            framebuffer(
+                R"("children": [ { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay",
+                    "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] } ])"),
+            2, false}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(DDCTransport, a_single_i2c_framebuffer_serves_any_display) {

@@ -90,6 +90,8 @@ TEST_F(EventLogTest, no_file_stays_open) {
 struct Decimal {
     double number;
     const char* text;
+
+    friend void PrintTo(const Decimal& row, std::ostream* stream) { *stream << row.text; }
 };
 
 class ShortestDecimal : public testing::TestWithParam<Decimal> {};

@@ -6,7 +6,8 @@ target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScree
 
 target_sources(UnitTests PRIVATE
   Unit/Power/FaultLoopTest.cpp
-  Unit/Ownership/OwnedObjectsTest.cpp)
+  Unit/Ownership/OwnedObjectsTest.cpp
+  Unit/Support/StandardStreamsTest.mm)
 
 target_sources(EndToEndTests PRIVATE
   EndToEnd/DeskCommandTest.cpp

@@ -1,4 +1,5 @@
 #include "EndToEnd/ProgramRun.h"
+#include "Support/Scenes.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -7,33 +8,10 @@
 
 namespace {
 
-/// A run that wrote nothing to standard error.
-ProgramRun quiet(int status, const std::string& output) {
-    return {status, output, ""};
-}
-
 const std::string reconnected = "method=断开显示器（SLS） success=true\n已重新连接显示器（SLS）\n";
 const std::string disconnected =
     "method=断开显示器（SLS） success=true\n已断开显示器（SLS，系统设置中将消失）\n";
 const std::string mainRefused = "method=断开显示器（SLS） success=false\n主屏禁止关闭，已阻止\n";
-
-std::string scene(const std::string& displays, const std::string& more = "") {
-    return R"({ "displays": [ )" + displays + " ]" + (more.empty() ? "" : ", " + more) + " }";
-}
-
-const std::string main1 = R"({ "id": 1, "main": true, "builtin": true, "profilerName": "Panel" })";
-const std::string ddc2 = R"({ "id": 2, "profilerName": "Studio", "ddc": { "brightness": 40 } })";
-const std::string plain2 = R"({ "id": 2, "profilerName": "Studio" })";
-
-nlohmann::json displayOf(const MacOnDisk& mac, uint32_t id) {
-    const auto shown = nlohmann::json::parse(mac.macsim({"show", "--json"}).output);
-    for (const auto& display : shown.at("displays")) {
-        if (display.at("id") == id) {
-            return display;
-        }
-    }
-    return {};
-}
 
 std::vector<std::string> namesOfCalls(const MacOnDisk& mac) {
     std::vector<std::string> names;
@@ -52,7 +30,7 @@ TEST(CommandLine, list_prints_one_line_per_display) {
 }
 
 TEST(CommandLine, list_prints_nothing_without_displays) {
-    const MacOnDisk mac(scene(""));
+    const MacOnDisk mac(scene({}));
     EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, ""));
 }
 
@@ -70,14 +48,14 @@ TEST(CommandLine, two_processes_in_a_row_see_each_others_effects) {
               quiet(0, "method=断开显示器（SLS） success=true\n已重新连接显示器\n"));
     EXPECT_EQ(mac.macsim({"defaults", "--json"}).output,
               "{\"Veilpane.disconnectedDisplayIDs\":[]}\n");
-    EXPECT_TRUE(displayOf(mac, 2)["lit"]);
+    EXPECT_TRUE(mac.display(2)["lit"]);
 }
 
 TEST(CommandLine, a_disconnect_survives_a_reboot_and_can_be_undone_after_it) {
     const MacOnDisk mac;
     ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
     ASSERT_EQ(mac.macsim({"reboot"}).status, 0);
-    EXPECT_FALSE(displayOf(mac, 2)["online"]);
+    EXPECT_FALSE(mac.display(2)["online"]);
     EXPECT_EQ(mac.veilpane({"--power", "on", "2"}).output,
               "method=断开显示器（SLS） success=true\n已重新连接显示器\n");
 }
@@ -156,7 +134,7 @@ TEST(CommandLine, with_an_id_the_system_profiler_does_not_run) {
 }
 
 TEST(CommandLine, without_displays_there_is_none_to_switch) {
-    const MacOnDisk mac(scene(""));
+    const MacOnDisk mac(scene({}));
     EXPECT_EQ(mac.veilpane({"--power", "off"}), quiet(1, "no display\n"));
     EXPECT_EQ(mac.veilpane({"--power", "on", "x"}), quiet(1, "no display\n"));
 }
@@ -164,7 +142,7 @@ TEST(CommandLine, without_displays_there_is_none_to_switch) {
 TEST(CommandLine, the_main_display_is_never_switched_off) {
     const MacOnDisk mac;
     EXPECT_EQ(mac.veilpane({"--power", "off", "1"}), quiet(1, mainRefused));
-    EXPECT_TRUE(displayOf(mac, 1)["lit"]);
+    EXPECT_TRUE(mac.display(1)["lit"]);
 }
 
 TEST(CommandLine, list_wins_over_selftest) {
@@ -180,34 +158,32 @@ TEST(CommandLine, list_wins_over_selftest) {
 }
 
 TEST(CommandLine, a_ddc_standby_lasts_and_is_ended_through_skylight_only) {
-    const MacOnDisk mac(scene(main1 + ", " + ddc2, R"("skylight": false)"));
+    const MacOnDisk mac(scene({panel1, ddcStudio2}, {noSkyLight}));
     EXPECT_EQ(mac.veilpane({"--power", "off", "2"}),
               quiet(0, "method=DDC 硬件电源 success=true\nDDC 已发送 Power Off\n"));
     ASSERT_EQ(mac.macsim({"reboot"}).status, 0);
     EXPECT_EQ(mac.veilpane({"--power", "on", "2"}),
               quiet(0, "method=BlackOut（镜像+Gamma） success=true\n已恢复显示\n"));
-    EXPECT_EQ(displayOf(mac, 2)["power"], "standby");
-    mac.changeScene(scene(main1 + ", " + ddc2));
+    EXPECT_EQ(mac.display(2)["power"], "standby");
+    mac.changeScene(scene({panel1, ddcStudio2}));
     EXPECT_EQ(mac.veilpane({"--power", "on", "2"}), quiet(0, reconnected));
-    EXPECT_EQ(displayOf(mac, 2)["power"], "on");
+    EXPECT_EQ(mac.display(2)["power"], "on");
 }
 
 TEST(CommandLine, a_blackout_from_the_command_line_ends_with_the_process_but_stays_mirrored) {
-    const MacOnDisk mac(scene(main1 + ", " + plain2, R"("skylight": false)"));
+    const MacOnDisk mac(scene({panel1, studio2}, {noSkyLight}));
     EXPECT_EQ(mac.veilpane({"--power", "off", "2"}),
               quiet(0, "method=BlackOut（镜像+Gamma） success=true\n"
                        "BlackOut：镜像 + Gamma 归零（软件兜底）\n"));
-    EXPECT_EQ(displayOf(mac, 2)["mirrors"], 1);
-    EXPECT_EQ(displayOf(mac, 2)["gamma"], "normal");
+    EXPECT_EQ(mac.display(2)["mirrors"], 1);
+    EXPECT_EQ(mac.display(2)["gamma"], "normal");
     EXPECT_EQ(mac.veilpane({"--power", "on", "2"}),
               quiet(0, "method=BlackOut（镜像+Gamma） success=true\n已恢复显示\n"));
-    EXPECT_EQ(displayOf(mac, 2)["mirrors"], 0);
+    EXPECT_EQ(mac.display(2)["mirrors"], 0);
 }
 
 TEST(CommandLine, a_damaged_stored_set_is_ignored_and_written_anew) {
-    const MacOnDisk mac(
-        scene(main1 + R"(, { "id": 2, "profilerName": "Studio", "enabled": false })",
-              R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2, "x" ] })"));
+    const MacOnDisk mac(scene({panel1, disabledStudio2}, {remembered(R"([2, "x"])")}));
     EXPECT_EQ(mac.veilpane({"--list"}), quiet(0, "1\tPanel\tmain,builtin,no-ddc\n"));
     EXPECT_EQ(mac.veilpane({"--power", "on", "2"}), quiet(0, reconnected));
     EXPECT_EQ(mac.macsim({"defaults", "--json"}).output,
@@ -217,7 +193,7 @@ TEST(CommandLine, a_damaged_stored_set_is_ignored_and_written_anew) {
 TEST(CommandLine, a_closed_standard_output_changes_nothing_else) {
     const MacOnDisk mac;
     EXPECT_EQ(mac.veilpaneUnderShell("--power off 2 >&-"), quiet(0, ""));
-    EXPECT_FALSE(displayOf(mac, 2)["online"]);
+    EXPECT_FALSE(mac.display(2)["online"]);
 }
 
 TEST(CommandLine, standard_input_and_error_may_be_closed) {

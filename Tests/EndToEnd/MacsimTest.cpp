@@ -1,4 +1,5 @@
 #include "EndToEnd/ProgramRun.h"
+#include "Support/Files.h"
 
 #include <filesystem>
 #include <fstream>
@@ -13,13 +14,6 @@ namespace {
 const std::string twoDisplays =
     R"({ "displays": [ { "id": 4, "main": true, "profilerName": "显示器" },
     { "id": 2, "profilerName": "Studio", "ddc": { "brightness": 40 } } ] })";
-
-std::string contentOf(const std::string& file) {
-    std::ifstream stream(file);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
-}
 
 TEST(Macsim, show_tells_every_display_in_order_of_id) {
     const MacOnDisk mac(twoDisplays);

@@ -2,32 +2,22 @@
 
 #include "EndToEnd/Desktop.h"
 #include "EndToEnd/ProgramRun.h"
+#include "Support/Files.h"
+#include "Support/LogText.h"
+#include "Support/Scenes.h"
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <regex>
-#include <sstream>
 
 namespace {
 
-using nlohmann::json;
-
-constexpr const char* threeDisplays = R"({ "displays": [
-    { "id": 1, "builtin": true, "main": true, "profilerName": "Built-in" },
-    { "id": 2, "profilerName": "Left" }, { "id": 3, "profilerName": "Right" } ] })";
+const std::string threeDisplays = scene({builtIn1, left2, right3});
 
 // Without SkyLight and DDC only BlackOut is left.
-constexpr const char* onlyBlackout = R"({ "skylight": false, "displays": [
-    { "id": 1, "builtin": true, "main": true, "profilerName": "Built-in" },
-    { "id": 2, "profilerName": "Left" }, { "id": 3, "profilerName": "Right" } ] })";
+const std::string onlyBlackout = scene({builtIn1, left2, right3}, {noSkyLight});
 
 // Nothing is known to be active, so that no display may be switched off.
-constexpr const char* nothingWorks = R"({ "displays": [
-    { "id": 1, "builtin": true, "main": true, "profilerName": "Built-in" },
-    { "id": 2, "profilerName": "Left" }, { "id": 3, "profilerName": "Right" } ],
-    "faults": [ { "call": "CGGetActiveDisplayList", "nth": 0, "returns": 1001 } ] })";
+const std::string nothingWorks = scene(
+    {builtIn1, left2, right3}, {faults({fails("CGGetActiveDisplayList").every().with(1001)})});
 
 constexpr const char* loggedLaunch = "[time] applicationDidFinishLaunching\n"
                                      "[time] status item created image=true buttonWidth=24.0\n";
@@ -50,16 +40,6 @@ constexpr Point quitRow = {1100, 234};
 constexpr Color menuBarBackground = 0xEEEEEE;
 constexpr Color menuBackground = 0xF7F7F7;
 constexpr Color accent = 0x0A7AFF;
-
-std::string contentOf(const std::string& file) {
-    std::ostringstream content;
-    content << std::ifstream(file).rdbuf();
-    return content.str();
-}
-
-std::string withoutTimes(const std::string& log) {
-    return std::regex_replace(log, std::regex(R"(\[\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\])"), "[time]");
-}
 
 class MenuBarApplication : public testing::Test {
 protected:
@@ -91,15 +71,7 @@ protected:
 
     bool isShownOn(int row) { return desktop.colorAt(leftPartOf(switchOf(row))) == accent; }
 
-    json display(int id) {
-        for (const json& display :
-             json::parse(mac->macsim({"show", "--json"}).output).at("displays")) {
-            if (display.at("id") == id) {
-                return display;
-            }
-        }
-        return nullptr;
-    }
+    nlohmann::json display(std::uint32_t id) { return mac->display(id); }
 
     // Somewhere below the middle of the screen.
     bool isAlertShown() {
@@ -236,13 +208,20 @@ TEST_F(MenuBarApplication, unknown_options_start_it) {
     }
 }
 
+struct UnusableStream {
+    const char* name;
+    const char* redirection;
+
+    friend void PrintTo(const UnusableStream& row, std::ostream* stream) { *stream << row.name; }
+};
+
 class MenuBarApplicationWithout : public MenuBarApplication,
-                                  public testing::WithParamInterface<const char*> {};
+                                  public testing::WithParamInterface<UnusableStream> {};
 
 // Nobody can be told then, but the application works.
 TEST_P(MenuBarApplicationWithout, a_usable_standard_error_works_and_logs_to_its_file) {
     run(threeDisplays, "/bin/bash",
-        {"-c", std::string("exec '") + VEILPANE_EXECUTABLE + "' " + GetParam()});
+        {"-c", std::string("exec '") + VEILPANE_EXECUTABLE + "' " + GetParam().redirection});
     const std::string log = mac->environment().at("TMPDIR") + "/Veilpane.log";
     ASSERT_TRUE(eventually([&] { return contentOf(log).contains("buttonWidth"); }));
     openMenu();
@@ -253,10 +232,11 @@ TEST_P(MenuBarApplicationWithout, a_usable_standard_error_works_and_logs_to_its_
     EXPECT_EQ(withoutTimes(contentOf(log)), loggedLaunch);
 }
 
-INSTANTIATE_TEST_SUITE_P(Closed, MenuBarApplicationWithout, testing::Values("2>&-"));
-INSTANTIATE_TEST_SUITE_P(Full, MenuBarApplicationWithout, testing::Values("2>/dev/full"));
-INSTANTIATE_TEST_SUITE_P(AllClosed, MenuBarApplicationWithout, testing::Values("<&- >&- 2>&-"));
-INSTANTIATE_TEST_SUITE_P(WithoutReader, MenuBarApplicationWithout,
-                         testing::Values("2> >(exec true)"));
+INSTANTIATE_TEST_SUITE_P(StandardStreams, MenuBarApplicationWithout,
+                         testing::Values(UnusableStream{"error_closed", "2>&-"},
+                                         UnusableStream{"error_full", "2>/dev/full"},
+                                         UnusableStream{"all_closed", "<&- >&- 2>&-"},
+                                         UnusableStream{"error_without_reader", "2> >(exec true)"}),
+                         [](const auto& info) { return info.param.name; });
 
 } // namespace

@@ -3,39 +3,21 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-std::string contentOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
-}
-
-std::string newDirectory() {
-    std::string name = std::filesystem::temp_directory_path() / "veilpane-test-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("cannot create " + name);
-    }
-    return name;
-}
-
 [[noreturn]] void becomeProgram(const std::string& executable,
                                 const std::vector<std::string>& arguments,
                                 const std::map<std::string, std::string>& environment,
-                                const std::string& directory) {
+                                const std::filesystem::path& directory) {
     for (const auto& [name, value] : environment) {
         setenv(name.c_str(), value.c_str(), 1);
     }
-    if (std::freopen((directory + "/output").c_str(), "w", stdout) == nullptr ||
-        std::freopen((directory + "/errors").c_str(), "w", stderr) == nullptr) {
+    if (std::freopen((directory / "output").c_str(), "w", stdout) == nullptr ||
+        std::freopen((directory / "errors").c_str(), "w", stderr) == nullptr) {
         _exit(126);
     }
     std::vector<char*> argv = {const_cast<char*>(executable.c_str())};
@@ -49,12 +31,16 @@ std::string newDirectory() {
 
 } // namespace
 
+ProgramRun quiet(int status, const std::string& output) {
+    return {status, output, ""};
+}
+
 RunningProgram::RunningProgram(const std::string& executable,
                                const std::vector<std::string>& arguments,
                                const std::map<std::string, std::string>& environment)
-    : directory_(newDirectory()), process_(fork()) {
+    : process_(fork()) {
     if (process_ == 0) {
-        becomeProgram(executable, arguments, environment, directory_);
+        becomeProgram(executable, arguments, environment, directory_.path());
     }
 }
 
@@ -63,11 +49,10 @@ RunningProgram::~RunningProgram() {
         kill(process_, SIGKILL);
         waitpid(process_, nullptr, 0);
     }
-    std::filesystem::remove_all(directory_);
 }
 
 std::string RunningProgram::errorsSoFar() const {
-    return contentOf(directory_ + "/errors");
+    return contentOf(directory_.path() / "errors");
 }
 
 bool RunningProgram::isRunning() {
@@ -85,7 +70,7 @@ ProgramRun RunningProgram::finish() {
         process_ = 0;
     }
     return {WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_),
-            contentOf(directory_ + "/output"), contentOf(directory_ + "/errors")};
+            contentOf(directory_.path() / "output"), contentOf(directory_.path() / "errors")};
 }
 
 ProgramRun runProgram(const std::string& executable, const std::vector<std::string>& arguments,
@@ -93,15 +78,10 @@ ProgramRun runProgram(const std::string& executable, const std::vector<std::stri
     return RunningProgram(executable, arguments, environment).finish();
 }
 
-MacOnDisk::MacOnDisk(const std::string& scene)
-    : directory_(newDirectory()), hasScene_(!scene.empty()) {
+MacOnDisk::MacOnDisk(const std::string& scene) : hasScene_(!scene.empty()) {
     if (hasScene_) {
         changeScene(scene);
     }
-}
-
-MacOnDisk::~MacOnDisk() {
-    std::filesystem::remove_all(directory_);
 }
 
 void MacOnDisk::changeScene(const std::string& scene) const {
@@ -111,7 +91,7 @@ void MacOnDisk::changeScene(const std::string& scene) const {
 std::map<std::string, std::string> MacOnDisk::environment() const {
     return {{"SIMULATED_MAC_STATE", stateDirectory()},
             {"SIMULATED_MAC_SCENE", hasScene_ ? sceneFile() : ""},
-            {"TMPDIR", directory_}};
+            {"TMPDIR", directory_.path().string()}};
 }
 
 ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const {
@@ -125,4 +105,14 @@ ProgramRun MacOnDisk::veilpaneUnderShell(const std::string& text) const {
 
 ProgramRun MacOnDisk::macsim(const std::vector<std::string>& arguments) const {
     return runProgram(MACSIM_EXECUTABLE, arguments, environment());
+}
+
+nlohmann::json MacOnDisk::display(std::uint32_t id) const {
+    const auto shown = nlohmann::json::parse(macsim({"show", "--json"}).output);
+    for (const auto& display : shown.at("displays")) {
+        if (display.at("id") == id) {
+            return display;
+        }
+    }
+    return nullptr;
 }

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "Support/Files.h"
+
+#include <cstdint>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
 #include <sys/types.h>
@@ -20,6 +24,9 @@ struct ProgramRun {
     }
 };
 
+/// A run that wrote nothing to standard error.
+ProgramRun quiet(int status, const std::string& output);
+
 /// A program that runs beside the test. It is killed when the object goes.
 class RunningProgram {
 public:
@@ -36,7 +43,7 @@ public:
     ProgramRun finish();
 
 private:
-    std::string directory_;
+    TemporaryDirectory directory_;
     pid_t process_;
     int status_ = 0;
 };
@@ -52,21 +59,23 @@ public:
     explicit MacOnDisk(const std::string& scene = "");
     MacOnDisk(const MacOnDisk&) = delete;
     MacOnDisk& operator=(const MacOnDisk&) = delete;
-    ~MacOnDisk();
 
     [[nodiscard]] ProgramRun veilpane(const std::vector<std::string>& arguments) const;
     /// The text after the program's name is the shell's: arguments and redirections.
     [[nodiscard]] ProgramRun veilpaneUnderShell(const std::string& text) const;
     [[nodiscard]] ProgramRun macsim(const std::vector<std::string>& arguments) const;
 
+    /// What `macsim show` tells of a display; null for one that it does not show.
+    [[nodiscard]] nlohmann::json display(std::uint32_t id) const;
+
     /// Replaces the scene file, as if other monitors or faults were found at the next start.
     void changeScene(const std::string& scene) const;
 
-    [[nodiscard]] std::string sceneFile() const { return directory_ + "/scene.json"; }
-    [[nodiscard]] std::string stateDirectory() const { return directory_ + "/state"; }
+    [[nodiscard]] std::string sceneFile() const { return directory_.path() / "scene.json"; }
+    [[nodiscard]] std::string stateDirectory() const { return directory_.path() / "state"; }
     [[nodiscard]] std::map<std::string, std::string> environment() const;
 
 private:
-    std::string directory_;
+    TemporaryDirectory directory_;
     bool hasScene_;
 };

@@ -1,22 +1,11 @@
 #include "EndToEnd/ProgramRun.h"
+#include "Support/Scenes.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 namespace {
-
-ProgramRun quiet(int status, const std::string& output) {
-    return {status, output, ""};
-}
-
-std::string scene(const std::string& displays, const std::string& more = "") {
-    return R"({ "displays": [ )" + displays + " ]" + (more.empty() ? "" : ", " + more) + " }";
-}
-
-const std::string main1 = R"({ "id": 1, "main": true, "builtin": true, "profilerName": "Panel" })";
-const std::string ddc2 = R"({ "id": 2, "profilerName": "Studio", "ddc": { "brightness": 40 } })";
-const std::string plain2 = R"({ "id": 2, "profilerName": "Studio" })";
 
 const std::string panel = "- id=1 name=Panel main=true ddc=false disconnected=false\n"
                           "  状态：主屏 · 始终开启\n";
@@ -29,7 +18,7 @@ std::string header(const std::string& supported, int displays) {
 const std::string skipped = "SKIP: no non-main display to disconnect\nOK: guards in place\n";
 
 TEST(SelfTestCommand, passes_with_a_working_disconnect) {
-    const MacOnDisk mac(scene(main1 + ", " + ddc2));
+    const MacOnDisk mac(scene({panel1, ddcStudio2}));
     EXPECT_EQ(mac.veilpane({"--selftest"}),
               quiet(0, header("true", 2) + panel +
                            "- id=2 name=Studio main=false ddc=true disconnected=false\n"
@@ -45,13 +34,12 @@ TEST(SelfTestCommand, passes_with_a_working_disconnect) {
 }
 
 TEST(SelfTestCommand, reports_only_the_guards_with_one_display) {
-    const MacOnDisk mac(scene(main1));
+    const MacOnDisk mac(scene({panel1}));
     EXPECT_EQ(mac.veilpane({"--selftest"}), quiet(0, header("true", 1) + panel + skipped));
 }
 
 TEST(SelfTestCommand, never_chooses_a_disconnected_display) {
-    const MacOnDisk mac(scene(main1 + R"(, { "id": 2, "profilerName": "gone", "enabled": false })",
-                              R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] })"));
+    const MacOnDisk mac(scene({panel1, disabledStudio2}, {remembered("[2]")}));
     EXPECT_EQ(mac.veilpane({"--selftest"}),
               quiet(0, header("true", 2) + panel +
                            "- id=2 name=显示器 2 main=false ddc=false disconnected=true\n"
@@ -60,7 +48,7 @@ TEST(SelfTestCommand, never_chooses_a_disconnected_display) {
 }
 
 TEST(SelfTestCommand, switches_nothing_without_skylight) {
-    const MacOnDisk mac(scene(main1 + ", " + ddc2, R"("skylight": false)"));
+    const MacOnDisk mac(scene({panel1, ddcStudio2}, {noSkyLight}));
     EXPECT_EQ(mac.veilpane({"--selftest"}),
               quiet(0, header("false", 2) + panel +
                            "- id=2 name=Studio main=false ddc=true disconnected=false\n"
@@ -69,7 +57,7 @@ TEST(SelfTestCommand, switches_nothing_without_skylight) {
 }
 
 TEST(SelfTestCommand, fails_without_displays) {
-    const MacOnDisk mac(scene(""));
+    const MacOnDisk mac(scene({}));
     EXPECT_EQ(mac.veilpane({"--selftest"}), quiet(1, header("true", 0) + "FAIL: no displays\n"));
 }
 
@@ -78,11 +66,10 @@ std::string steps(const std::string& output) {
     return place == std::string::npos ? "no step in: " + output : output.substr(place);
 }
 
-const std::string refusedOnce =
-    R"("faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 1, "returns": 1001 } ])";
+const std::string refusedOnce = faults({fails("SLSConfigureDisplayEnabled").with(1001)});
 
 TEST(SelfTestCommand, is_partial_when_the_off_step_falls_back_to_ddc) {
-    const MacOnDisk mac(scene(main1 + ", " + ddc2, refusedOnce));
+    const MacOnDisk mac(scene({panel1, ddcStudio2}, {refusedOnce}));
     const ProgramRun run = mac.veilpane({"--selftest"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(steps(run.output),
@@ -95,7 +82,7 @@ TEST(SelfTestCommand, is_partial_when_the_off_step_falls_back_to_ddc) {
 }
 
 TEST(SelfTestCommand, passes_when_a_blackout_is_undone) {
-    const MacOnDisk mac(scene(main1 + ", " + plain2, refusedOnce));
+    const MacOnDisk mac(scene({panel1, studio2}, {refusedOnce}));
     const ProgramRun run = mac.veilpane({"--selftest"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(steps(run.output),
@@ -109,9 +96,8 @@ TEST(SelfTestCommand, passes_when_a_blackout_is_undone) {
 }
 
 TEST(SelfTestCommand, leaves_the_display_off_when_the_on_step_fails) {
-    const MacOnDisk mac(scene(
-        main1 + ", " + plain2,
-        R"("faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 2, "returns": 1001 } ])"));
+    const MacOnDisk mac(scene({panel1, studio2},
+                              {faults({fails("SLSConfigureDisplayEnabled").nth(2).with(1001)})}));
     const ProgramRun run = mac.veilpane({"--selftest"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(
@@ -128,9 +114,9 @@ TEST(SelfTestCommand, leaves_the_display_off_when_the_on_step_fails) {
 // The off step is refused for want of a second active display; the on step counts as a success
 // although its enable fails, because the software display was restored.
 TEST(SelfTestCommand, is_partial_when_only_the_on_step_succeeds) {
-    const MacOnDisk mac(scene(main1 + ", " + plain2, R"("faults": [
-        { "call": "CGGetActiveDisplayList", "nth": 0, "returns": 1000 },
-        { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ])"));
+    const MacOnDisk mac(scene({panel1, studio2},
+                              {faults({fails("CGGetActiveDisplayList").every().with(1000),
+                                       fails("SLSConfigureDisplayEnabled").every().with(1001)})}));
     const ProgramRun run = mac.veilpane({"--selftest"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(steps(run.output),
@@ -146,12 +132,12 @@ TEST(SelfTestCommand, is_partial_when_only_the_on_step_succeeds) {
 // cannot be had: at its second call the display stays remembered, at its eleventh the on step finds
 // it so.
 TEST(SelfTestCommand, fails_when_neither_step_succeeds) {
-    const MacOnDisk mac(scene(main1 + ", " + plain2, R"(
-        "defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] }, "faults": [
-        { "call": "CGGetActiveDisplayList", "nth": 0, "returns": 1000 },
-        { "call": "CGGetOnlineDisplayList", "nth": 2, "returns": 1000 },
-        { "call": "CGGetOnlineDisplayList", "nth": 11, "returns": 1000 },
-        { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ])"));
+    const MacOnDisk mac(scene(
+        {panel1, studio2},
+        {remembered("[2]"), faults({fails("CGGetActiveDisplayList").every().with(1000),
+                                    fails("CGGetOnlineDisplayList").nth(2).with(1000),
+                                    fails("CGGetOnlineDisplayList").nth(11).with(1000),
+                                    fails("SLSConfigureDisplayEnabled").every().with(1001)})}));
     const ProgramRun run = mac.veilpane({"--selftest"});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(
@@ -171,7 +157,7 @@ TEST(SelfTestCommand, a_reader_that_has_gone_does_not_leave_the_display_off) {
     std::signal(SIGPIPE, SIG_DFL);
     for (std::size_t length = 1500; length < 2060; length += 40) {
         const std::string name(length, 'x');
-        const MacOnDisk mac(scene(main1 + R"(, { "id": 2, "profilerName": ")" + name + "\" }"));
+        const MacOnDisk mac(scene({panel1, R"({ "id": 2, "profilerName": ")" + name + "\" }"}));
         ASSERT_EQ(mac.macsim({"show"}).status, 0);
         const std::string fifo = mac.stateDirectory() + "/fifo";
         ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);

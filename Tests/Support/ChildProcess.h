@@ -1,5 +1,7 @@
 #pragma once
 
+// For what ends a process, or what it can do only once: running it in a child.
+
 #include <functional>
 #include <ostream>
 #include <string>

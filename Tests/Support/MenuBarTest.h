@@ -1,5 +1,7 @@
 #pragma once
 
+// What tests of views and menus share: a screen, clicks, texts, and a look at AppKit from behind.
+
 #include "ObjectiveC/MethodReplacement.h"
 #include "Ownership/NSRef.h"
 #include "Support/SimulatedMacTest.h"
@@ -10,6 +12,8 @@
 
 #include <string>
 #include <vector>
+
+@class PowerSwitchRowView;
 
 /// A test of views, menus and the application delegate on a screen of its own.
 class MenuBarTest : public SimulatedMacTest {
@@ -24,6 +28,9 @@ private:
 
 /// An NSString's text; "(nil)" for nil.
 std::string text(NSString* string);
+
+/// Flips a row's switch as a click does it: it changes first and then sends its action.
+void flip(PowerSwitchRowView* row);
 
 /// Every constraint that was activated while the object lived, in that order, in words such as
 /// "NSTextField.leading == MenuLabelRowView.leading +16".

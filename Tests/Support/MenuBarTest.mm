@@ -1,5 +1,7 @@
 #include "Support/MenuBarTest.h"
 
+#import "Veilpane/Menu/PowerSwitchRowView.h"
+
 #import <objc/runtime.h>
 
 #include <memory>
@@ -30,6 +32,13 @@ MenuBarTest::~MenuBarTest() {
 
 std::string text(NSString* string) {
     return string == nil ? "(nil)" : [string UTF8String];
+}
+
+void flip(PowerSwitchRowView* row) {
+    NSSwitch* const powerSwitch = [row powerSwitch];
+    [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
+                                                                       : NSControlStateValueOn];
+    [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
 }
 
 ReplacedMethod::ReplacedMethod(Class theClass, SEL selector, IMP replacement)

@@ -1,5 +1,7 @@
 #pragma once
 
+// The base of every test that calls the platform: a Mac of its own, and the calls that it got.
+
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
 

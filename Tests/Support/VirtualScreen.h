@@ -1,5 +1,7 @@
 #pragma once
 
+// For tests that draw: no window of theirs appears where somebody works.
+
 #include <string>
 #include <sys/types.h>
 

@@ -1,12 +1,13 @@
 #include "SimulatedMac/Tools/DeskPicture.h"
 
+#include "Support/Files.h"
+
 #include <cairo.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
-#include <stdlib.h>
 
 namespace {
 
@@ -20,13 +21,6 @@ using Picture = std::unique_ptr<cairo_surface_t, DestroySurface>;
 
 class DeskPictureTest : public testing::Test {
 protected:
-    DeskPictureTest() {
-        std::string name = fs::temp_directory_path() / "desk-picture-XXXXXX";
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        directory_ = name;
-    }
-    ~DeskPictureTest() override { fs::remove_all(directory_); }
-
     static DisplayStatus display(uint32_t id) {
         DisplayStatus status;
         status.id = id;
@@ -37,7 +31,7 @@ protected:
         return status;
     }
 
-    [[nodiscard]] std::string file() const { return directory_ / "desk.png"; }
+    [[nodiscard]] std::string file() const { return directory_.path() / "desk.png"; }
 
     Picture draw(const std::vector<DisplayStatus>& displays) {
         drawDesk(displays, Scene::desk(), file());
@@ -59,7 +53,7 @@ protected:
         return brightness(picture, screen.x + screen.width / 2, screen.y + screen.height / 2);
     }
 
-    fs::path directory_;
+    TemporaryDirectory directory_;
 };
 
 TEST_F(DeskPictureTest, has_the_size_of_its_layout) {
@@ -138,11 +132,12 @@ TEST_F(DeskPictureTest, the_same_desk_gives_the_same_bytes) {
 }
 
 TEST_F(DeskPictureTest, a_file_that_cannot_be_written_is_an_error_that_leaves_nothing_behind) {
-    EXPECT_THROW(drawDesk({display(1)}, Scene::desk(), directory_ / "no" / "desk.png"),
+    EXPECT_THROW(drawDesk({display(1)}, Scene::desk(), directory_.path() / "no" / "desk.png"),
                  std::runtime_error);
     fs::create_directory(file());
     EXPECT_ANY_THROW(drawDesk({display(1)}, Scene::desk(), file()));
-    EXPECT_EQ(std::distance(fs::directory_iterator(directory_), fs::directory_iterator()), 1);
+    EXPECT_EQ(std::distance(fs::directory_iterator(directory_.path()), fs::directory_iterator()),
+              1);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
+#include "Support/Faults.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <CoreGraphics/CoreGraphics.h>
@@ -131,7 +132,7 @@ TEST(Registry, matching_finds_a_class_and_its_subclasses_anywhere_in_the_tree) {
 
 TEST(Registry, the_matching_dictionary_is_consumed_on_failure_too) {
     Mac& mac = Mac::boot(Scene::desk());
-    mac.failCall({"IOServiceGetMatchingServices", 1, -1, false});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
     io_iterator_t iterator = IO_OBJECT_NULL;
     EXPECT_EQ(IOServiceGetMatchingServices(0, IOServiceMatching("IOService"), &iterator), -1);
     EXPECT_EQ(ledger::outstanding(), "");
@@ -183,7 +184,7 @@ TEST(DisplayConfigurations, a_reference_is_good_for_one_end) {
     EXPECT_DEATH((void)CGCancelDisplayConfiguration(config), "has ended");
     EXPECT_DEATH((void)CGCancelDisplayConfiguration(nullptr), "null display configuration");
 
-    mac.failCall({"CGCompleteDisplayConfiguration", 1, 1000, false});
+    mac.failCall(fails("CGCompleteDisplayConfiguration").with(1000));
     ASSERT_EQ(CGBeginDisplayConfiguration(&config), 0);
     EXPECT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), 1000);
     EXPECT_EQ(ledger::outstanding(), "");
@@ -217,7 +218,7 @@ TEST(DisplayLists, a_list_is_cut_to_its_capacity_and_counted_without_an_array) {
 
 TEST(DisplayLists, a_failing_list_leaves_garbage) {
     Mac& mac = Mac::boot(Scene::desk());
-    mac.failCall({"CGGetActiveDisplayList", 1, 1000, false});
+    mac.failCall(fails("CGGetActiveDisplayList").with(1000));
     uint32_t count = 0;
     EXPECT_EQ(CGGetActiveDisplayList(0, nullptr, &count), 1000);
     EXPECT_GT(count, 1000u);
@@ -249,26 +250,26 @@ TEST(Gamma, tables_are_read_up_to_the_capacity_and_set_from_any_size) {
 
 TEST(Faults, the_nth_call_of_a_function_or_of_all_fails) {
     Mac& mac = Mac::boot(Scene::desk());
-    mac.failCall({"CGDisplayIsMain", 2, 0, false});
+    mac.failCall(fails("CGDisplayIsMain").nth(2).with(0));
     EXPECT_TRUE(CGDisplayIsMain(1));
     EXPECT_FALSE(mac.faultFired());
     EXPECT_FALSE(CGDisplayIsMain(1));
     EXPECT_TRUE(mac.faultFired());
     EXPECT_TRUE(CGDisplayIsMain(1));
     mac.clearFaults();
-    mac.failCall({"*", 3, 7, false});
+    mac.failCall(fails("*").nth(3).with(7));
     EXPECT_TRUE(CGDisplayIsOnline(1));
     EXPECT_TRUE(CGDisplayIsMain(1));
     EXPECT_EQ(CGDisplayVendorNumber(1), 7u);
     mac.clearFaults();
-    mac.failCall({"CGDisplayIsMain", 0, std::nullopt, true});
+    mac.failCall(fails("CGDisplayIsMain").every().withNull());
     EXPECT_FALSE(CGDisplayIsMain(1));
     EXPECT_FALSE(CGDisplayIsMain(1));
 }
 
 TEST(CallLog, every_call_is_logged_in_order_faulted_ones_too) {
     Mac& mac = Mac::boot(Scene::desk());
-    mac.failCall({"CGDisplayIsMain", 1, 0, false});
+    mac.failCall(fails("CGDisplayIsMain").with(0));
     (void)CGDisplayIsOnline(2);
     (void)CGDisplayIsMain(1);
     const auto calls = mac.calls();

@@ -16,7 +16,8 @@ void printLine(const std::string& line);
 /// How the command line writes booleans: "true" and "false".
 [[nodiscard]] std::string boolText(bool value);
 
-/// Writes the bytes to standard error at once. A closed or full standard error is ignored.
+/// Writes the bytes to standard error at once. A closed or full standard error is ignored. Needs an
+/// autorelease pool around it.
 void writeToStandardError(std::string_view bytes);
 
 } // namespace veilpane

@@ -1,4 +1,5 @@
 #include "CDdc/ddc.h"
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -10,10 +11,11 @@ using simulated_mac::Mac;
 using DDCTransport = SimulatedMacTest;
 
 /// A scene with display 2 (vendor 100, product 7) and 3, and a registry of its own.
-std::string sceneWithRegistry(const std::string& registry, const std::string& more = "") {
-    return R"({ "displays": [ { "id": 1, "main": true, "vendor": 0, "model": 0 },
-        { "id": 2, "vendor": 100, "model": 7, "ddc": {} )" +
-           more + R"( }, { "id": 3, "vendor": 100, "model": 8 } ], "registry": )" + registry + " }";
+std::string sceneWithRegistry(std::string_view nodes) {
+    return scene({R"({ "id": 1, "main": true, "vendor": 0, "model": 0 })",
+                  R"({ "id": 2, "vendor": 100, "model": 7, "ddc": {} })",
+                  R"({ "id": 3, "vendor": 100, "model": 8 })"},
+                 {registry(nodes)});
 }
 
 std::vector<std::string> sentBytes() {
@@ -74,7 +76,7 @@ TEST_F(DDCTransport, one_message_takes_one_open_one_send_and_one_close) {
 
 struct FailureCase {
     const char* name;
-    const char* scene;
+    std::string scene;
     std::int32_t result;
 
     friend void PrintTo(const FailureCase& row, std::ostream* stream) { *stream << row.name; }
@@ -91,21 +93,15 @@ TEST_P(DDCFailure, ends_in_its_result_code_without_a_retry) {
 
 INSTANTIATE_TEST_SUITE_P(
     DDCTransport, DDCFailure,
-    testing::Values(FailureCase{"no_framebuffer",
-                                R"({ "displays": [ { "id": 2, "ddc": {} } ], "registry": [] })", 1},
-                    FailureCase{"no_i2c_interface", R"({ "displays": [ { "id": 2 } ] })", 2},
-                    FailureCase{"open_fails",
-                                R"({ "displays": [ { "id": 2, "ddc": { "open": 3758097109 } } ] })",
-                                3},
-                    FailureCase{"open_succeeds_with_a_null_connection",
-                                R"({ "displays": [ { "id": 2, "ddc": {} } ],
-                         "faults": [ { "call": "IOI2CInterfaceOpen", "null": true } ] })",
-                                3},
-                    FailureCase{"send_fails",
-                                R"({ "displays": [ { "id": 2, "ddc": { "send": -536870186 } } ] })",
-                                4},
-                    FailureCase{"the_requests_own_result_fails",
-                                R"({ "displays": [ { "id": 2, "ddc": { "result": 64 } } ] })", 4}),
+    testing::Values(
+        FailureCase{"no_framebuffer", scene({ddc2}, {registry("")}), 1},
+        FailureCase{"no_i2c_interface", scene({plain2}), 2},
+        FailureCase{"open_fails", scene({R"({ "id": 2, "ddc": { "open": 3758097109 } })"}), 3},
+        FailureCase{"open_succeeds_with_a_null_connection",
+                    scene({ddc2}, {faults({fails("IOI2CInterfaceOpen").withNull()})}), 3},
+        FailureCase{"send_fails", scene({mute2}), 4},
+        FailureCase{"the_requests_own_result_fails",
+                    scene({R"({ "id": 2, "ddc": { "result": 64 } })"}), 4}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(DDCTransport, can_control_tells_whether_there_is_an_i2c_interface_and_opens_nothing) {
@@ -125,7 +121,7 @@ TEST_F(DDCTransport, every_call_searches_the_registry_anew) {
 
 struct MatchCase {
     const char* name;
-    const char* registry;
+    std::string registry;
     CGDirectDisplayID display;
     bool found;
 
@@ -134,129 +130,106 @@ struct MatchCase {
 
 class FramebufferMatch : public SimulatedMacTest, public testing::WithParamInterface<MatchCase> {};
 
-// In each registry the wanted framebuffer is the one with two buses; a second one with a bus keeps
-// the single-monitor fallback out of the way.
 TEST_P(FramebufferMatch, finds_the_framebuffer_by_its_rule) {
     boot(sceneWithRegistry(GetParam().registry));
     const IORef framebuffer = copy_framebuffer_for_display(GetParam().display);
     EXPECT_EQ(static_cast<bool>(framebuffer), GetParam().found);
 }
 
-constexpr const char* other = R"(, { "class": "IOFramebuffer", "i2cBuses": 1 } ])";
+// A framebuffer with a bus and further members, beside another one that keeps the single-monitor
+// fallback out of the way.
+std::string framebuffer(const std::string& members, const std::string& name = "IOFramebuffer") {
+    return R"({ "class": ")" + name + R"(", "i2cBuses": 1, )" + members +
+           R"( }, { "class": "IOFramebuffer", "i2cBuses": 1 })";
+}
 
-const std::string dataOf4 =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "02000000" } } })") +
-    other;
-const std::string dataOf6 =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "02000000FFFF" } } })") +
-    other;
-const std::string dataOf3 =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": { "data": "020000" } } })") +
-    other;
-const std::string number =
-    std::string(
-        R"([ { "class": "AMDFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": 2 } })") +
-    other;
-const std::string text =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": "2" } })") +
-    other;
-const std::string largeNumber =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "properties": { "DisplayID": 4026531840 } })") +
-    other;
-const std::string childNumber =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayID": 2 } } ] })") +
-    other;
-const std::string childData =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayID": { "data": "02000000" } } } ] })") +
-    other;
-const std::string vendorAndModel =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "X" }, { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] })") +
-    other;
-const std::string vendorOnly =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100 } } ] })") +
-    other;
-const std::string otherModel =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 100, "DisplayProductID": 9 } } ] })") +
-    other;
-const std::string zeros =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "properties": { "DisplayVendorID": 0, "DisplayProductID": 0 } } ] })") +
-    other;
-const std::string grandchild =
-    std::string(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay", "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] } ] })") +
-    other;
+std::string displayID(const std::string& value) {
+    return R"("properties": { "DisplayID": )" + value + " }";
+}
+
+std::string child(const std::string& properties) {
+    return R"("children": [ { "class": "IODisplayConnect", "properties": { )" + properties +
+           " } } ]";
+}
 
 INSTANTIATE_TEST_SUITE_P(
     DDCTransport, FramebufferMatch,
-    testing::Values(MatchCase{"display_id_as_number_in_a_subclass", number.c_str(), 2, true},
-                    MatchCase{"display_id_as_4_bytes_of_data", dataOf4.c_str(), 2, true},
-                    MatchCase{"display_id_as_6_bytes_of_data", dataOf6.c_str(), 2, true},
-                    MatchCase{"display_id_as_3_bytes_of_data_is_none", dataOf3.c_str(), 2, false},
-                    MatchCase{"display_id_as_text_is_none", text.c_str(), 2, false},
-                    MatchCase{"display_id_above_the_signed_range", largeNumber.c_str(), 4026531840,
-                              true},
-                    MatchCase{"childs_display_id_as_number", childNumber.c_str(), 2, true},
-                    MatchCase{"childs_display_id_as_data_is_none", childData.c_str(), 2, false},
-                    MatchCase{"childs_vendor_and_product", vendorAndModel.c_str(), 2, true},
-                    MatchCase{"childs_vendor_alone_is_none", vendorOnly.c_str(), 2, false},
-                    MatchCase{"childs_other_product_is_none", otherModel.c_str(), 2, false},
-                    MatchCase{"vendor_and_product_both_zero_say_nothing", zeros.c_str(), 1, false},
-                    MatchCase{"grandchildren_are_not_looked_at", grandchild.c_str(), 2, false}),
+    testing::Values(
+        MatchCase{"display_id_as_number_in_a_subclass",
+                  framebuffer(displayID("2"), "AMDFramebuffer"), 2, true},
+        MatchCase{"display_id_as_4_bytes_of_data",
+                  framebuffer(displayID(R"({ "data": "02000000" })")), 2, true},
+        MatchCase{"display_id_as_6_bytes_of_data",
+                  framebuffer(displayID(R"({ "data": "02000000FFFF" })")), 2, true},
+        MatchCase{"display_id_as_3_bytes_of_data_is_none",
+                  framebuffer(displayID(R"({ "data": "020000" })")), 2, false},
+        MatchCase{"display_id_as_text_is_none", framebuffer(displayID(R"("2")")), 2, false},
+        MatchCase{"display_id_above_the_signed_range", framebuffer(displayID("4026531840")),
+                  4026531840, true},
+        MatchCase{"childs_display_id_as_number", framebuffer(child(R"("DisplayID": 2)")), 2, true},
+        MatchCase{"childs_display_id_as_data_is_none",
+                  framebuffer(child(R"("DisplayID": { "data": "02000000" })")), 2, false},
+        MatchCase{"childs_vendor_and_product",
+                  framebuffer(
+                      R"("children": [ { "class": "X" }, { "class": "IODisplayConnect",
+                    "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ])"),
+                  2, true},
+        MatchCase{"childs_vendor_alone_is_none", framebuffer(child(R"("DisplayVendorID": 100)")), 2,
+                  false},
+        MatchCase{"childs_other_product_is_none",
+                  framebuffer(child(R"("DisplayVendorID": 100, "DisplayProductID": 9)")), 2, false},
+        MatchCase{"vendor_and_product_both_zero_say_nothing",
+                  framebuffer(child(R"("DisplayVendorID": 0, "DisplayProductID": 0)")), 1, false},
+        MatchCase{
+            "grandchildren_are_not_looked_at",
+            framebuffer(
+                R"("children": [ { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay",
+                    "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] } ])"),
+            2, false}),
     [](const auto& info) { return info.param.name; });
 
 TEST_F(DDCTransport, a_single_i2c_framebuffer_serves_any_display) {
-    boot(sceneWithRegistry(R"([ { "class": "IOFramebuffer" },
-        { "class": "IOFramebuffer", "i2cBuses": 1 } ])"));
+    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer" },
+        { "class": "IOFramebuffer", "i2cBuses": 1 })"));
     EXPECT_EQ(ddc_can_control(1), 1);
     EXPECT_EQ(ddc_can_control(77), 1);
 }
 
 TEST_F(DDCTransport, of_two_i2c_framebuffers_without_a_match_none_is_taken) {
-    boot(sceneWithRegistry(R"([ { "class": "IOFramebuffer", "i2cBuses": 1 },
-        { "class": "IOFramebuffer", "i2cBuses": 1 } ])"));
+    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "i2cBuses": 1 },
+        { "class": "IOFramebuffer", "i2cBuses": 1 })"));
     EXPECT_FALSE(copy_framebuffer_for_display(2));
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 1), DDCResultNoFramebuffer);
 }
 
 TEST_F(DDCTransport, a_framebuffer_whose_bus_count_cannot_be_read_is_no_candidate) {
-    Mac& mac = boot(sceneWithRegistry(R"([ { "class": "IOFramebuffer", "i2cBuses": 1 } ])"));
-    mac.failCall({"IOFBGetI2CInterfaceCount", 1, -1, false});
+    Mac& mac = boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "i2cBuses": 1 })"));
+    mac.failCall(fails("IOFBGetI2CInterfaceCount").with(-1));
     EXPECT_FALSE(copy_framebuffer_for_display(2));
 }
 
 TEST_F(DDCTransport, a_failed_or_empty_registry_search_finds_nothing) {
     Mac& mac = boot();
-    mac.failCall({"IOServiceGetMatchingServices", 1, -1, false});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
     EXPECT_EQ(ddc_can_control(2), 0);
-    mac.failCall({"IOServiceGetMatchingServices", 1, std::nullopt, true});
+    mac.failCall(fails("IOServiceGetMatchingServices").withNull());
     EXPECT_EQ(ddc_can_control(2), 0);
     EXPECT_EQ(ddc_can_control(2), 1);
 }
 
 TEST_F(DDCTransport, the_first_bus_that_yields_an_interface_wins) {
     Mac& mac = boot(sceneWithRegistry(
-        R"([ { "class": "IOFramebuffer", "i2cBuses": 3, "properties": { "DisplayID": 2 } } ])"));
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 1, -536870208, false});
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 2, std::nullopt, true});
+        R"({ "class": "IOFramebuffer", "i2cBuses": 3, "properties": { "DisplayID": 2 } })"));
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").with(-536870208));
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").nth(2).withNull());
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 1), DDCResultSent);
     EXPECT_EQ(calls({"IOFBCopyI2CInterfaceForBus"}).size(), 3u);
 }
 
 TEST_F(DDCTransport, without_a_bus_the_first_i2c_child_is_taken) {
-    boot(sceneWithRegistry(R"([ { "class": "IOFramebuffer", "properties": { "DisplayID": 2 },
+    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "properties": { "DisplayID": 2 },
         "children": [ { "class": "IODisplayConnect" }, { "class": "IOI2CInterface" },
-                      { "class": "IOFramebufferI2CInterface" } ] } ])"));
+                      { "class": "IOFramebufferI2CInterface" } ] })"));
     const IORef framebuffer = copy_framebuffer_for_display(2);
     const IORef interface = copy_i2c_interface(framebuffer.get());
     ASSERT_TRUE(interface);
@@ -265,7 +238,7 @@ TEST_F(DDCTransport, without_a_bus_the_first_i2c_child_is_taken) {
 
 TEST_F(DDCTransport, when_all_buses_fail_the_children_are_tried) {
     Mac& mac = boot();
-    mac.failCall({"IOFBCopyI2CInterfaceForBus", 0, -1, false});
+    mac.failCall(fails("IOFBCopyI2CInterfaceForBus").every().with(-1));
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 3), DDCResultSent);
     EXPECT_EQ(mac.display(2).brightness, 3);
 }
@@ -301,11 +274,11 @@ TEST_F(DDCTransport, a_service_port_that_is_no_framebuffer_is_released_once) {
 
 TEST_F(DDCTransport, the_library_is_closed_whenever_it_was_opened) {
     Mac& mac = boot();
-    mac.failCall({"dlsym", 1, 0, false});
+    mac.failCall(fails("dlsym").with(0));
     EXPECT_EQ(ddc_can_control(2), 1);
     EXPECT_EQ(calls({"dlopen", "dlclose"}).size(), 2u);
     mac.clearCalls();
-    mac.failCall({"dlopen", 1, 0, false});
+    mac.failCall(fails("dlopen").with(0));
     EXPECT_EQ(ddc_can_control(2), 1);
     EXPECT_EQ(calls({"dlopen", "dlsym", "dlclose"}),
               (std::vector<std::string>{

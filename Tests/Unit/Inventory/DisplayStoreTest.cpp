@@ -1,7 +1,10 @@
 #include "Veilpane/Inventory/DisplayStore.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
+
+#include <cstdlib>
 
 namespace veilpane::test {
 
@@ -10,10 +13,6 @@ namespace {
 using simulated_mac::Mac;
 
 using DisplayStoreTest = SimulatedMacTest;
-
-std::string scene(const std::string& displays, const std::string& more = "") {
-    return R"({ "displays": [ )" + displays + " ]" + (more.empty() ? "" : ", " + more) + " }";
-}
 
 std::vector<DisplayItem> list() {
     return DisplayStore::shared().listDisplays();
@@ -37,31 +36,57 @@ std::string nameOf(CGDirectDisplayID id) {
 }
 
 TEST_F(DisplayStoreTest, without_displays_the_list_is_empty) {
-    boot(scene(""));
+    boot(scene({}));
     EXPECT_TRUE(list().empty());
 }
 
 TEST_F(DisplayStoreTest, a_failing_online_list_leaves_only_our_disconnected_displays) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "enabled": false })",
-                          R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] })"));
-    mac.failCall({"CGGetOnlineDisplayList", 1, 1000, false});
+    Mac& mac = boot(scene({main1, disabled2}, {remembered("[2]")}));
+    mac.failCall(fails("CGGetOnlineDisplayList").with(1000));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{2}));
 }
 
 TEST_F(DisplayStoreTest, main_first_then_by_name_then_the_disconnected_ones) {
-    boot(scene(R"({ "id": 5, "profilerName": "Alpha", "enabled": false },
+    boot(scene(
+        {R"({ "id": 5, "profilerName": "Alpha", "enabled": false },
                   { "id": 2, "profilerName": "Zulu", "main": true },
                   { "id": 4, "profilerName": "Charlie" }, { "id": 3, "profilerName": "Bravo" },
-                  { "id": 6, "screenName": "x", "enabled": false })",
-               R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 5, 6 ] },
-                  "profiler": { "output": "{\"SPDisplaysDataType\":[{\"spdisplays_ndrvs\":[{\"_name\":\"Zulu\",\"_spdisplays_displayID\":\"2\"},{\"_name\":\"Charlie\",\"_spdisplays_displayID\":\"4\"},{\"_name\":\"Bravo\",\"_spdisplays_displayID\":\"3\"},{\"_name\":\"Yankee\",\"_spdisplays_displayID\":\"5\"},{\"_name\":\"Alpha\",\"_spdisplays_displayID\":\"6\"}]}]}" })"));
+                  { "id": 6, "screenName": "x", "enabled": false })"},
+        {remembered("[5, 6]"),
+         R"("profiler": { "output": "{\"SPDisplaysDataType\":[{\"spdisplays_ndrvs\":[{\"_name\":\"Zulu\",\"_spdisplays_displayID\":\"2\"},{\"_name\":\"Charlie\",\"_spdisplays_displayID\":\"4\"},{\"_name\":\"Bravo\",\"_spdisplays_displayID\":\"3\"},{\"_name\":\"Yankee\",\"_spdisplays_displayID\":\"5\"},{\"_name\":\"Alpha\",\"_spdisplays_displayID\":\"6\"}]}]}" })"}));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{2, 3, 4, 6, 5}));
 }
 
 TEST_F(DisplayStoreTest, equal_names_keep_the_online_order) {
-    boot(scene(R"({ "id": 9, "main": true }, { "id": 7, "profilerName": "Same" },
-                  { "id": 3, "profilerName": "Same" }, { "id": 5, "profilerName": "Same" })"));
+    boot(scene({R"({ "id": 9, "main": true }, { "id": 7, "profilerName": "Same" },
+                  { "id": 3, "profilerName": "Same" }, { "id": 5, "profilerName": "Same" })"}));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{9, 7, 3, 5}));
+}
+
+TEST_F(DisplayStoreTest, names_are_compared_as_people_of_the_locale_do_and_not_as_bytes) {
+    // Away from a Mac the locale is the environment's.
+    setenv("LC_ALL", "en_US.UTF-8", 1);
+    boot(scene({R"({ "id": 9, "main": true, "profilerName": "Z" })",
+                R"({ "id": 2, "profilerName": "Beta" })", R"({ "id": 3, "profilerName": "alpha" })",
+                R"({ "id": 4, "profilerName": "Émile" })",
+                R"({ "id": 5, "profilerName": "Zeta" })"}));
+    EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{9, 3, 2, 4, 5}));
+}
+
+TEST_F(DisplayStoreTest, names_are_compared_beyond_a_zero_character) {
+    boot(scene({R"({ "id": 9, "main": true })", R"({ "id": 2, "profilerName": "A\u0000C" })",
+                R"({ "id": 3, "profilerName": "A\u0000B" })"}));
+    EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{9, 3, 2}));
+    EXPECT_EQ(nameOf(2), std::string("A\0C", 3));
+}
+
+TEST_F(DisplayStoreTest, of_the_disconnected_displays_the_main_one_comes_first) {
+    Mac& mac = boot(scene({main1, R"({ "id": 2, "profilerName": "Alpha", "enabled": false })",
+                           R"({ "id": 3, "profilerName": "Zulu", "enabled": false })"},
+                          {remembered("[2, 3]")}));
+    // The window server's word for it counts, however it comes to say so of a disconnected display.
+    mac.failCall(fails("CGDisplayIsMain").nth(3).with(1));
+    EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 3, 2}));
 }
 
 TEST_F(DisplayStoreTest, a_disconnected_display_is_flagged_and_last) {
@@ -76,43 +101,42 @@ TEST_F(DisplayStoreTest, a_disconnected_display_is_flagged_and_last) {
 }
 
 TEST_F(DisplayStoreTest, a_remembered_display_that_is_online_again_is_listed_once_as_connected) {
-    boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })",
-               R"("defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] })"));
+    boot(scene({main1, plain2}, {remembered("[2]")}));
     const auto displays = list();
     ASSERT_EQ(displays.size(), 2u);
     EXPECT_FALSE(displays[1].isDisconnected);
 }
 
 TEST_F(DisplayStoreTest, a_display_disconnected_by_someone_else_is_not_listed) {
-    boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "enabled": false })"));
+    boot(scene({main1, disabled2}));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1}));
 }
 
 TEST_F(DisplayStoreTest, a_display_disconnected_by_someone_else_during_the_listing_is_left_out) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
+    Mac& mac = boot(scene({main1, plain2}));
     // The candidates' list, then display 1's; display 2's fails, as if it had just gone.
-    mac.failCall({"CGGetOnlineDisplayList", 3, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").nth(3).with(1000));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1}));
 }
 
 TEST_F(DisplayStoreTest, an_id_that_is_neither_online_nor_active_is_left_out) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
-    mac.failCall({"CGDisplayIsOnline", 2, 0, false});
-    mac.failCall({"CGDisplayIsActive", 1, 0, false});
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("CGDisplayIsOnline").nth(2).with(0));
+    mac.failCall(fails("CGDisplayIsActive").with(0));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1}));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2}));
 }
 
 TEST_F(DisplayStoreTest, an_active_display_is_listed_although_it_is_not_reported_online) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 })"));
-    mac.failCall({"CGDisplayIsOnline", 2, 0, false});
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("CGDisplayIsOnline").nth(2).with(0));
     EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2}));
 }
 
 TEST_F(DisplayStoreTest, every_member_of_a_mirror_set_but_the_main_display_is_a_mirror_slave) {
-    boot(scene(R"({ "id": 1, "main": true, "profilerName": "A" },
+    boot(scene({R"({ "id": 1, "main": true, "profilerName": "A" },
                   { "id": 2, "mirrors": 1, "profilerName": "B" }, { "id": 3, "profilerName": "C" },
-                  { "id": 4, "mirrors": 3, "profilerName": "D" })"));
+                  { "id": 4, "mirrors": 3, "profilerName": "D" })"}));
     const auto displays = list();
     ASSERT_EQ(displays.size(), 4u);
     EXPECT_FALSE(displays[0].isMirrorSlave);
@@ -131,17 +155,13 @@ TEST_F(DisplayStoreTest, built_in_and_main_are_flagged) {
 }
 
 TEST_F(DisplayStoreTest, at_most_32_online_displays_are_listed) {
-    std::string displays = R"({ "id": 1, "main": true })";
-    for (int id = 2; id <= 33; ++id) {
-        displays += ", { \"id\": " + std::to_string(id) + " }";
-    }
-    boot(scene(displays));
+    boot(scene({numberedDisplays(33)}));
     EXPECT_EQ(listedIDs().size(), 32u);
     EXPECT_EQ(calls({"CGGetOnlineDisplayList"})[0], "CGGetOnlineDisplayList(32) = 0");
 }
 
 TEST_F(DisplayStoreTest, every_display_costs_its_queries_afresh) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true })"));
+    Mac& mac = boot(scene({main1}));
     (void)list();
     mac.clearCalls();
     (void)list();
@@ -165,8 +185,8 @@ TEST_F(DisplayStoreTest, the_system_profiler_runs_once_with_these_arguments) {
 }
 
 TEST_F(DisplayStoreTest, a_profiler_that_cannot_be_started_is_not_tried_again) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true, "profilerName": "Panel" })"));
-    mac.failCall({"posix_spawn", 1, 2, false});
+    Mac& mac = boot(scene({panel1}));
+    mac.failCall(fails("posix_spawn").with(2));
     EXPECT_EQ(nameOf(1), "显示器 1");
     EXPECT_EQ(nameOf(1), "显示器 1");
     EXPECT_EQ(calls({"posix_spawn"}).size(), 1u);
@@ -194,9 +214,9 @@ struct NameRow {
 class NameSource : public SimulatedMacTest, public testing::WithParamInterface<NameRow> {};
 
 TEST_P(NameSource, comes_in_its_place) {
-    boot(scene(std::string(R"({ "id": 1, "main": true }, { "id": 2, "vendor": 5, "model": 7 )") +
-                   GetParam().display + " }",
-               GetParam().more));
+    const std::string display2 =
+        std::string(R"({ "id": 2, "vendor": 5, "model": 7 )") + GetParam().display + " }";
+    boot(scene({main1, display2}, {GetParam().more}));
     EXPECT_EQ(nameOf(2), GetParam().expected);
 }
 
@@ -227,15 +247,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(DisplayStoreTest, a_large_profiler_report_is_read_to_its_end) {
     const std::string filler(300000, 'x');
     boot(scene(
-        R"({ "id": 2, "main": true })",
-        R"("profiler": { "output": "{\"SPDisplaysDataType\":[{\"filler\":\")" + filler +
-            R"(\",\"spdisplays_ndrvs\":[{\"_name\":\"Last\",\"_spdisplays_displayID\":\"2\"}]}]}" })"));
+        {R"({ "id": 2, "main": true })"},
+        {R"("profiler": { "output": "{\"SPDisplaysDataType\":[{\"filler\":\")" + filler +
+         R"(\",\"spdisplays_ndrvs\":[{\"_name\":\"Last\",\"_spdisplays_displayID\":\"2\"}]}]}" })"}));
     EXPECT_EQ(nameOf(2), "Last");
 }
 
 TEST_F(DisplayStoreTest, the_fallback_name_depends_on_the_vendor) {
-    boot(scene(R"({ "id": 25, "vendor": 25001, "main": true }, { "id": 77, "vendor": 7789 },
-                  { "id": 722, "vendor": 25000 }, { "id": 4294967295 })"));
+    boot(scene({R"({ "id": 25, "vendor": 25001, "main": true }, { "id": 77, "vendor": 7789 },
+                  { "id": 722, "vendor": 25000 }, { "id": 4294967295 })"}));
     EXPECT_EQ(nameOf(25), "Torvik Monitor");
     EXPECT_EQ(nameOf(77), "LG 显示器");
     EXPECT_EQ(nameOf(722), "显示器 722");

@@ -1,21 +1,15 @@
 #include "Veilpane/Inventory/ProfilerNames.h"
 
+#include "Support/Files.h"
+
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 
 namespace veilpane::test {
 
 namespace {
-
-std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
-}
 
 ProfilerNames expectedNames(const std::filesystem::path& file) {
     ProfilerNames names;

@@ -1,5 +1,6 @@
 #include "Veilpane/Inventory/RegistryNames.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -10,11 +11,11 @@ using simulated_mac::Mac;
 
 using RegistryNames = SimulatedMacTest;
 
-std::string sceneWithRegistry(const std::string& registry) {
-    return R"({ "displays": [ { "id": 1, "main": true, "vendor": 1552, "model": 5 },
-        { "id": 2, "vendor": 44048, "model": 7 }, { "id": 3, "vendor": 44048, "model": 7 } ],
-        "registry": [ )" +
-           registry + " ] }";
+std::string sceneWithRegistry(std::string_view nodes) {
+    return scene({R"({ "id": 1, "main": true, "vendor": 1552, "model": 5 })",
+                  R"({ "id": 2, "vendor": 44048, "model": 7 })",
+                  R"({ "id": 3, "vendor": 44048, "model": 7 })"},
+                 {registry(nodes)});
 }
 
 TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) {
@@ -97,8 +98,8 @@ TEST_F(RegistryNames, classes_are_searched_in_a_fixed_order_whatever_the_registr
 
 TEST_F(RegistryNames, a_class_whose_search_fails_is_passed_over) {
     Mac& mac = boot(sceneWithRegistry(monitor("AppleCLCD2", "44048", "7", "\"Chip\"")));
-    mac.failCall({"IOServiceGetMatchingServices", 1, -1, false});
-    mac.failCall({"IOServiceGetMatchingServices", 2, std::nullopt, true});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
+    mac.failCall(fails("IOServiceGetMatchingServices").nth(2).withNull());
     EXPECT_EQ(iokitDisplayName(2), "Chip");
     EXPECT_EQ(calls({"IOServiceGetMatchingServices"}).size(), 3u);
 }

@@ -1,6 +1,7 @@
 #import "Veilpane/Menu/AppDelegate.h"
 
 #include "Support/MenuBarTest.h"
+#include "Support/Scenes.h"
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 #include "Veilpane/Power/BlackoutController.h"
@@ -17,9 +18,7 @@ using Lines = std::vector<std::string>;
 using simulated_mac::Mac;
 
 // Three displays; nothing but the soft disconnect can switch 2 and 3.
-constexpr const char* threeDisplays = R"({ "displays": [
-    { "id": 1, "builtin": true, "main": true, "profilerName": "Built-in" },
-    { "id": 2, "profilerName": "Left" }, { "id": 3, "profilerName": "Right" } ] })";
+const std::string threeDisplays = scene({builtIn1, left2, right3});
 
 std::string colorName(NSColor* color) {
     const std::pair<NSColor*, const char*> colors[] = {{[NSColor labelColor], "label"},
@@ -142,14 +141,6 @@ protected:
         return nil;
     }
 
-    // As a click does it: the switch changes first and then sends its action.
-    static void flip(PowerSwitchRowView* row) {
-        NSSwitch* const powerSwitch = [row powerSwitch];
-        [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
-                                                                           : NSControlStateValueOn];
-        [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
-    }
-
     static bool isOn(PowerSwitchRowView* row) {
         return [[row powerSwitch] state] == NSControlStateValueOn;
     }
@@ -211,13 +202,13 @@ TEST_F(AppDelegateTest, without_a_button_there_is_no_menu_and_launching_counts_a
 }
 
 TEST_F(AppDelegateTest, without_displays_the_menu_says_so) {
-    boot(R"({ "displays": [] })");
+    boot(scene({}));
     launch();
     EXPECT_EQ(rows(), (Lines{header, noDisplay, "separator", quitRow, spacer}));
 }
 
 TEST_F(AppDelegateTest, one_display_has_no_separator_above_it) {
-    boot(R"({ "displays": [ { "id": 1, "main": true, "profilerName": "Built-in" } ] })");
+    boot(scene({builtIn1}));
     launch();
     EXPECT_EQ(rows(), (Lines{header, "enabled switch 1 'Built-in' on main height 40", "separator",
                              quitRow, spacer}));
@@ -246,10 +237,8 @@ TEST_F(AppDelegateTest, the_outcome_is_shown_also_when_no_display_is_left) {
 }
 
 TEST_F(AppDelegateTest, a_long_outcome_is_cut_in_the_menu) {
-    boot(R"({ "displays": [
-        { "id": 1, "main": true, "profilerName": "Built-in" },
-        { "id": 2, "profilerName": "Left", "ddc": { "send": 5 } } ],
-        "faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ] })");
+    boot(scene({builtIn1, R"({ "id": 2, "profilerName": "Left", "ddc": { "send": 5 } })"},
+               {refusedBySkyLight()}));
     launch();
     flip(switchRow(openMenu(), 2));
     const std::string outcome = rows().at(5);
@@ -318,9 +307,9 @@ TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
 }
 
 TEST_F(AppDelegateTest, a_display_that_was_switched_off_by_ddc_is_shown_as_on) {
-    Mac& mac = boot(R"({ "skylight": false, "displays": [
-        { "id": 1, "main": true, "profilerName": "Built-in" },
-        { "id": 2, "profilerName": "Left", "ddc": { "brightness": 40 } } ] })");
+    Mac& mac = boot(
+        scene({builtIn1, R"({ "id": 2, "profilerName": "Left", "ddc": { "brightness": 40 } })"},
+              {noSkyLight}));
     launch();
     NSMenu* const menu = openMenu();
     flip(switchRow(menu, 2));
@@ -348,7 +337,7 @@ TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_r
     Mac& mac = boot(threeDisplays);
     launch();
     flip(switchRow(openMenu(), 2));
-    mac.failCall({.call = "SLSConfigureDisplayEnabled", .nth = 1, .returns = 1001});
+    mac.failCall(fails("SLSConfigureDisplayEnabled").with(1001));
     NSMenu* const menu = openMenu();
     flip(switchRow(menu, 2));
     EXPECT_FALSE(isOn(switchRow(menu, 2)));
@@ -370,13 +359,11 @@ TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_r
 
 TEST_F(AppDelegateTest, a_failed_switch_off_names_the_method_and_leaves_the_switch_on) {
     // Without another display nothing is left to mirror, and gamma cannot be saved either.
-    Mac& mac = boot(R"({ "displays": [
-        { "id": 1, "main": true, "profilerName": "Built-in" },
-        { "id": 2, "profilerName": "Left" } ] })");
+    Mac& mac = boot(scene({builtIn1, left2}));
     launch();
     NSMenu* const menu = openMenu();
-    mac.failCall({.call = "CGGetActiveDisplayList", .nth = 0, .returns = 1001});
-    mac.failCall({.call = "CGGetOnlineDisplayList", .nth = 0, .returns = 1001});
+    mac.failCall(fails("CGGetActiveDisplayList").every().with(1001));
+    mac.failCall(fails("CGGetOnlineDisplayList").every().with(1001));
     flip(switchRow(menu, 2));
     ASSERT_EQ(alerts.size(), 1U);
     EXPECT_EQ(alerts[0].message, "无法关闭显示器");

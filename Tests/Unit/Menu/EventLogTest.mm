@@ -1,12 +1,13 @@
 #include "Veilpane/Menu/EventLog.h"
 
+#include "Support/Files.h"
+#include "Support/LogText.h"
+
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <regex>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 
@@ -18,23 +19,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string contentOf(const fs::path& file) {
-    std::ostringstream content;
-    content << std::ifstream(file, std::ios::binary).rdbuf();
-    return content.str();
-}
-
-// Times differ from run to run.
-std::string withoutTimes(const std::string& log) {
-    return std::regex_replace(log, std::regex(R"(\[\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ\])"), "[time]");
-}
-
 class EventLogTest : public testing::Test {
 protected:
-    EventLogTest() { setenv("TMPDIR", directory_.c_str(), 1); }
-    ~EventLogTest() override { fs::remove_all(directory_); }
+    EventLogTest() { setenv("TMPDIR", directory_.path().c_str(), 1); }
 
-    [[nodiscard]] fs::path file() const { return fs::path(directory_) / "Veilpane.log"; }
+    [[nodiscard]] fs::path file() const { return directory_.path() / "Veilpane.log"; }
 
     static std::string logged(NSString* message) {
         testing::internal::CaptureStderr();
@@ -43,13 +32,7 @@ protected:
     }
 
 private:
-    static std::string newDirectory() {
-        std::string name = fs::temp_directory_path() / "veilpane-test-XXXXXX";
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        return name;
-    }
-
-    std::string directory_ = newDirectory();
+    TemporaryDirectory directory_;
 };
 
 TEST_F(EventLogTest, the_first_event_creates_the_file_with_one_line) {
@@ -107,6 +90,8 @@ TEST_F(EventLogTest, no_file_stays_open) {
 struct Decimal {
     double number;
     const char* text;
+
+    friend void PrintTo(const Decimal& row, std::ostream* stream) { *stream << row.text; }
 };
 
 class ShortestDecimal : public testing::TestWithParam<Decimal> {};

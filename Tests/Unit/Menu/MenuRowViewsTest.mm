@@ -32,13 +32,6 @@ protected:
                      onToggle:[this](bool on) { toggles.push_back(on); }]);
     }
 
-    static void flip(PowerSwitchRowView* row) {
-        NSSwitch* const powerSwitch = [row powerSwitch];
-        [powerSwitch setState:[powerSwitch state] == NSControlStateValueOn ? NSControlStateValueOff
-                                                                           : NSControlStateValueOn];
-        [powerSwitch sendAction:[powerSwitch action] to:[powerSwitch target]];
-    }
-
     std::vector<bool> toggles;
 };
 

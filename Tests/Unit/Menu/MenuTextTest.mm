@@ -24,6 +24,8 @@ std::string shortened(const std::string& text) {
 struct Shortening {
     const char* name;
     std::string character; ///< one as a person perceives it
+
+    friend void PrintTo(const Shortening& row, std::ostream* stream) { *stream << row.name; }
 };
 
 class MenuText : public testing::TestWithParam<Shortening> {};

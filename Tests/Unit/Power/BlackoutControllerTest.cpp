@@ -1,5 +1,6 @@
 #include "Veilpane/Power/BlackoutController.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -14,12 +15,6 @@ BlackoutController& controller() {
     return BlackoutController::shared();
 }
 
-std::string scene(const std::string& displays, const std::string& more = "") {
-    return R"({ "displays": [ )" + displays + " ] " + more + " }";
-}
-
-const std::string twoDisplays = R"({ "id": 1, "main": true }, { "id": 2 })";
-
 const std::vector<std::string> changes = {
     "CGBeginDisplayConfiguration",      "CGConfigureDisplayMirrorOfDisplay",
     "CGCancelDisplayConfiguration",     "CGCompleteDisplayConfiguration",
@@ -27,7 +22,7 @@ const std::vector<std::string> changes = {
     "CGDisplayRestoreColorSyncSettings"};
 
 TEST_F(Blackout, mirrors_the_display_and_then_zeroes_its_tables) {
-    Mac& mac = boot(scene(twoDisplays));
+    Mac& mac = boot(scene({main1, plain2}));
     controller().blackout(2);
     EXPECT_TRUE(controller().isBlackedOut(2));
     EXPECT_EQ(mac.display(2).mirrors, 1u);
@@ -42,7 +37,7 @@ TEST_F(Blackout, mirrors_the_display_and_then_zeroes_its_tables) {
 }
 
 TEST_F(Blackout, restore_puts_everything_back) {
-    Mac& mac = boot(scene(twoDisplays));
+    Mac& mac = boot(scene({main1, plain2}));
     controller().blackout(2);
     mac.clearCalls();
     controller().restore(2);
@@ -58,8 +53,8 @@ TEST_F(Blackout, restore_puts_everything_back) {
 }
 
 TEST_F(Blackout, a_second_blackout_does_nothing_even_after_a_partial_first_one) {
-    Mac& mac = boot(scene(twoDisplays, R"(, "faults": [ { "call": "CGBeginDisplayConfiguration",
-        "returns": 1000 } ])"));
+    Mac& mac =
+        boot(scene({main1, plain2}, {faults({fails("CGBeginDisplayConfiguration").with(1000)})}));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).mirrors, 0u);
     mac.clearCalls();
@@ -68,7 +63,7 @@ TEST_F(Blackout, a_second_blackout_does_nothing_even_after_a_partial_first_one) 
 }
 
 TEST_F(Blackout, the_only_active_display_is_zeroed_without_a_mirror) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true })"));
+    Mac& mac = boot(scene({main1}));
     controller().blackout(1);
     EXPECT_TRUE(controller().isBlackedOut(1));
     EXPECT_EQ(mac.display(1).gamma, "zero");
@@ -76,10 +71,10 @@ TEST_F(Blackout, the_only_active_display_is_zeroed_without_a_mirror) {
 }
 
 TEST_F(Blackout, the_main_display_is_the_preferred_mirror_master) {
-    Mac& mac = boot(scene(R"({ "id": 5, "main": true }, { "id": 4 }, { "id": 1 })"));
+    Mac& mac = boot(scene({R"({ "id": 5, "main": true })", R"({ "id": 4 })", R"({ "id": 1 })"}));
     // As if another display had just become the main one: no longer the first of the active list.
-    mac.failCall({"CGDisplayIsMain", 1, 0, false});
-    mac.failCall({"CGDisplayIsMain", 2, 1, false});
+    mac.failCall(fails("CGDisplayIsMain").with(0));
+    mac.failCall(fails("CGDisplayIsMain").nth(2).with(1));
     controller().blackout(4);
     EXPECT_EQ(mac.display(4).mirrors, 1u);
     EXPECT_EQ(calls({"CGDisplayIsMain"}),
@@ -87,14 +82,14 @@ TEST_F(Blackout, the_main_display_is_the_preferred_mirror_master) {
 }
 
 TEST_F(Blackout, without_a_main_candidate_the_first_active_one_is_the_master) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 3 }, { "id": 2 })"));
+    Mac& mac = boot(scene({main1, plain3, plain2}));
     controller().blackout(1);
     EXPECT_EQ(mac.display(1).mirrors, 3u);
 }
 
 TEST_F(Blackout, a_listed_display_that_is_not_active_is_no_master) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2 }, { "id": 3 })"));
-    mac.failCall({"CGDisplayIsActive", 1, 0, false});
+    Mac& mac = boot(scene({main1, plain2, plain3}));
+    mac.failCall(fails("CGDisplayIsActive").with(0));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).mirrors, 3u);
 }
@@ -106,10 +101,17 @@ TEST_F(Blackout, at_most_16_active_displays_are_considered) {
               (std::vector<std::string>{"CGGetActiveDisplayList(16) = 0"}));
 }
 
-class FailedMirror : public SimulatedMacTest, public testing::WithParamInterface<const char*> {};
+struct MirrorFailure {
+    const char* name;
+    simulated_mac::SceneFault fault;
+
+    friend void PrintTo(const MirrorFailure& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class FailedMirror : public SimulatedMacTest, public testing::WithParamInterface<MirrorFailure> {};
 
 TEST_P(FailedMirror, leaves_the_rest_of_the_blackout_standing) {
-    Mac& mac = boot(scene(twoDisplays, std::string(R"(, "faults": [ )") + GetParam() + " ]"));
+    Mac& mac = boot(scene({main1, plain2}, {faults({GetParam().fault})}));
     controller().blackout(2);
     EXPECT_TRUE(controller().isBlackedOut(2));
     EXPECT_EQ(mac.display(2).mirrors, 0u);
@@ -118,29 +120,30 @@ TEST_P(FailedMirror, leaves_the_rest_of_the_blackout_standing) {
 
 INSTANTIATE_TEST_SUITE_P(
     Blackout, FailedMirror,
-    testing::Values(R"({ "call": "CGGetActiveDisplayList", "returns": 1000 })",
-                    R"({ "call": "CGBeginDisplayConfiguration", "returns": 1000 })",
-                    R"({ "call": "CGBeginDisplayConfiguration", "null": true })",
-                    R"({ "call": "CGConfigureDisplayMirrorOfDisplay", "returns": 1001 })",
-                    R"({ "call": "CGCompleteDisplayConfiguration", "returns": 1004 })"));
+    testing::Values(
+        MirrorFailure{"no_active_list", fails("CGGetActiveDisplayList").with(1000)},
+        MirrorFailure{"begin_fails", fails("CGBeginDisplayConfiguration").with(1000)},
+        MirrorFailure{"begin_succeeds_with_null", fails("CGBeginDisplayConfiguration").withNull()},
+        MirrorFailure{"mirror_refused", fails("CGConfigureDisplayMirrorOfDisplay").with(1001)},
+        MirrorFailure{"completion_fails", fails("CGCompleteDisplayConfiguration").with(1004)}),
+    [](const auto& info) { return info.param.name; });
 
 TEST_F(Blackout, a_refused_mirror_is_cancelled_but_a_failed_completion_is_not) {
-    Mac& mac = boot(scene(twoDisplays));
-    mac.failCall({"CGConfigureDisplayMirrorOfDisplay", 1, 1001, false});
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("CGConfigureDisplayMirrorOfDisplay").with(1001));
     controller().blackout(2);
     EXPECT_EQ(calls({"CGCancelDisplayConfiguration"}).size(), 1u);
     EXPECT_TRUE(calls({"CGCompleteDisplayConfiguration"}).empty());
 
-    Mac& second = boot(scene(R"({ "id": 1, "main": true }, { "id": 3 })"));
-    second.failCall({"CGCompleteDisplayConfiguration", 1, 1000, false});
+    Mac& second = boot(scene({main1, plain3}));
+    second.failCall(fails("CGCompleteDisplayConfiguration").with(1000));
     controller().blackout(3);
     EXPECT_TRUE(calls({"CGCancelDisplayConfiguration"}).empty());
     EXPECT_EQ(calls({"CGCompleteDisplayConfiguration"}).size(), 1u);
 }
 
 TEST_F(Blackout, brightness_comes_back_as_100) {
-    Mac& mac =
-        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
+    Mac& mac = boot(scene({main1, ddc2}));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).brightness, 0);
     controller().restore(2);
@@ -148,9 +151,8 @@ TEST_F(Blackout, brightness_comes_back_as_100) {
 }
 
 TEST_F(Blackout, brightness_that_was_not_zeroed_is_left_alone) {
-    Mac& mac =
-        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
-    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    Mac& mac = boot(scene({main1, ddc2}));
+    mac.failCall(fails("IOI2CSendRequest").with(1));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).brightness, 40);
     mac.clearCalls();
@@ -160,16 +162,15 @@ TEST_F(Blackout, brightness_that_was_not_zeroed_is_left_alone) {
 }
 
 TEST_F(Blackout, without_ddc_no_message_is_tried) {
-    boot(scene(twoDisplays));
+    boot(scene({main1, plain2}));
     controller().blackout(2);
     EXPECT_TRUE(calls({"IOI2CInterfaceOpen", "IOI2CSendRequest"}).empty());
 }
 
 TEST_F(Blackout, restoring_survives_a_monitor_that_no_longer_answers) {
-    Mac& mac =
-        boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } })"));
+    Mac& mac = boot(scene({main1, ddc2}));
     controller().blackout(2);
-    mac.failCall({"IOI2CSendRequest", 1, 1, false});
+    mac.failCall(fails("IOI2CSendRequest").with(1));
     controller().restore(2);
     EXPECT_EQ(mac.display(2).brightness, 0);
     EXPECT_EQ(mac.display(2).gamma, "normal");
@@ -177,7 +178,7 @@ TEST_F(Blackout, restoring_survives_a_monitor_that_no_longer_answers) {
 }
 
 TEST_F(Blackout, the_tables_saved_first_come_back_exactly) {
-    Mac& mac = boot(scene(twoDisplays));
+    Mac& mac = boot(scene({main1, plain2}));
     std::vector<CGGammaValue> dim(256);
     for (std::size_t i = 0; i < dim.size(); ++i) {
         dim[i] = static_cast<CGGammaValue>(i) / 512;
@@ -196,7 +197,7 @@ TEST_F(Blackout, the_tables_saved_first_come_back_exactly) {
 }
 
 TEST_F(Blackout, a_failed_table_read_is_restored_by_the_global_reset) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "gamma": false })"));
+    Mac& mac = boot(scene({main1, R"({ "id": 2, "gamma": false })"}));
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).gamma, "zero");
     mac.clearCalls();
@@ -207,7 +208,7 @@ TEST_F(Blackout, a_failed_table_read_is_restored_by_the_global_reset) {
 }
 
 TEST_F(Blackout, restoring_a_display_without_an_entry_only_ends_its_mirroring) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+    Mac& mac = boot(scene({main1, mirror2}));
     controller().restore(2);
     EXPECT_EQ(mac.display(2).mirrors, 0u);
     EXPECT_TRUE(calls({"CGSetDisplayTransferByTable", "CGDisplayRestoreColorSyncSettings",
@@ -219,7 +220,7 @@ TEST_F(Blackout, restoring_a_display_without_an_entry_only_ends_its_mirroring) {
 }
 
 TEST_F(Blackout, the_main_display_is_never_unmirrored) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+    Mac& mac = boot(scene({main1, mirror2}));
     controller().restore(1);
     EXPECT_EQ(mac.display(2).mirrors, 1u);
     EXPECT_TRUE(calls({"CGBeginDisplayConfiguration"}).empty());
@@ -227,12 +228,12 @@ TEST_F(Blackout, the_main_display_is_never_unmirrored) {
 
 TEST_F(Blackout, a_failed_unmirroring_is_given_up_silently) {
     const std::vector<simulated_mac::SceneFault> faults = {
-        {"CGBeginDisplayConfiguration", 1, 1000, false},
-        {"CGBeginDisplayConfiguration", 1, std::nullopt, true},
-        {"CGConfigureDisplayMirrorOfDisplay", 1, 1000, false},
-        {"CGCompleteDisplayConfiguration", 1, 1000, false}};
+        fails("CGBeginDisplayConfiguration").with(1000),
+        fails("CGBeginDisplayConfiguration").withNull(),
+        fails("CGConfigureDisplayMirrorOfDisplay").with(1000),
+        fails("CGCompleteDisplayConfiguration").with(1000)};
     for (const auto& fault : faults) {
-        Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
+        Mac& mac = boot(scene({main1, mirror2}));
         mac.failCall(fault);
         controller().restore(2);
         EXPECT_EQ(mac.display(2).mirrors, 1u) << fault.call;
@@ -241,8 +242,7 @@ TEST_F(Blackout, a_failed_unmirroring_is_given_up_silently) {
 }
 
 TEST_F(Blackout, restore_all_restores_every_display_and_forgets_it) {
-    Mac& mac = boot(scene(
-        R"({ "id": 1, "main": true }, { "id": 2, "ddc": { "brightness": 40 } }, { "id": 3 })"));
+    Mac& mac = boot(scene({main1, ddc2, plain3}));
     controller().blackout(2);
     controller().blackout(3);
     controller().restoreAll();
@@ -256,8 +256,7 @@ TEST_F(Blackout, restore_all_restores_every_display_and_forgets_it) {
 }
 
 TEST_F(Blackout, restore_all_ends_mirrors_of_others_too) {
-    Mac& mac = boot(scene(
-        R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 }, { "id": 3, "mirrors": 1 })"));
+    Mac& mac = boot(scene({main1, mirror2, R"({ "id": 3, "mirrors": 1 })"}));
     controller().restoreAll();
     EXPECT_EQ(mac.display(2).mirrors, 0u);
     EXPECT_EQ(mac.display(3).mirrors, 0u);
@@ -266,15 +265,15 @@ TEST_F(Blackout, restore_all_ends_mirrors_of_others_too) {
 }
 
 TEST_F(Blackout, restore_all_stops_at_an_online_list_that_fails) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })"));
-    mac.failCall({"CGGetOnlineDisplayList", 1, 1000, false});
+    Mac& mac = boot(scene({main1, mirror2}));
+    mac.failCall(fails("CGGetOnlineDisplayList").with(1000));
     controller().restoreAll();
     EXPECT_EQ(mac.display(2).mirrors, 1u);
     EXPECT_TRUE(calls({"CGDisplayIsInMirrorSet"}).empty());
 }
 
 TEST_F(Blackout, a_mirror_ends_with_the_login_session) {
-    Mac& mac = boot(scene(twoDisplays));
+    Mac& mac = boot(scene({main1, plain2}));
     controller().blackout(2);
     mac.logOut();
     EXPECT_EQ(mac.display(2).mirrors, 0u);

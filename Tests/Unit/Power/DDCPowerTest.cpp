@@ -1,5 +1,6 @@
 #include "Veilpane/Power/DDCPower.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 #include <functional>
@@ -69,22 +70,22 @@ TEST_F(DDCPower, a_sent_command_throws_nothing) {
 
 TEST_F(DDCPower, each_result_code_becomes_its_error) {
     const std::vector<std::pair<std::string, std::string>> rows = {
-        {R"({ "displays": [ { "id": 2 } ], "registry": [] })",
+        {scene({plain2}, {registry("")}),
          "找不到显示器 2 的 IOFramebuffer（该链路可能不支持 DDC）"},
-        {R"({ "displays": [ { "id": 2 } ] })", "显示器未暴露 I2C/DDC 接口"},
-        {R"({ "displays": [ { "id": 2, "ddc": { "open": 1 } } ] })", "打开 I2C 失败"},
-        {R"({ "displays": [ { "id": 2, "ddc": { "send": 1 } } ] })", "DDC 发送失败 (code 4)"},
-        {R"({ "displays": [ { "id": 2, "ddc": { "result": 1 } } ] })", "DDC 发送失败 (code 4)"},
+        {scene({plain2}), "显示器未暴露 I2C/DDC 接口"},
+        {scene({R"({ "id": 2, "ddc": { "open": 1 } })"}), "打开 I2C 失败"},
+        {scene({R"({ "id": 2, "ddc": { "send": 1 } })"}), "DDC 发送失败 (code 4)"},
+        {scene({R"({ "id": 2, "ddc": { "result": 1 } })"}), "DDC 发送失败 (code 4)"},
     };
-    for (const auto& [scene, text] : rows) {
-        boot(scene);
-        EXPECT_EQ(textThrownBy([] { DDC::setVCP(0x10, 0, 2); }), text) << scene;
-        EXPECT_EQ(textThrownBy([] { DDC::setPower(true, 2); }), text) << scene;
+    for (const auto& [described, text] : rows) {
+        boot(described);
+        EXPECT_EQ(textThrownBy([] { DDC::setVCP(0x10, 0, 2); }), text) << described;
+        EXPECT_EQ(textThrownBy([] { DDC::setPower(true, 2); }), text) << described;
     }
 }
 
 TEST_F(DDCPower, the_largest_display_id_is_written_unsigned) {
-    boot(R"({ "displays": [], "registry": [] })");
+    boot(scene({}, {registry("")}));
     EXPECT_EQ(textThrownBy([] { DDC::setPower(true, 4294967295); }),
               "找不到显示器 4294967295 的 IOFramebuffer（该链路可能不支持 DDC）");
 }

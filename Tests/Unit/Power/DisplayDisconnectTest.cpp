@@ -1,5 +1,6 @@
 #include "Veilpane/Power/DisplayDisconnect.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -15,11 +16,8 @@ const std::vector<std::string> transactionCalls = {
     "CGBeginDisplayConfiguration", "SLSConfigureDisplayEnabled", "CGCancelDisplayConfiguration",
     "CGCompleteDisplayConfiguration", "NSUserDefaults.setObject"};
 
-constexpr const char* threeDisplays = R"({ "displays": [ { "id": 1, "main": true }, { "id": 2 },
-                                                         { "id": 3 } ] )";
-
-std::string sceneWith(const std::string& more) {
-    return std::string(threeDisplays) + more + " }";
+std::string sceneWith(std::initializer_list<std::string_view> more) {
+    return scene({main1, plain2, plain3}, more);
 }
 
 TEST_F(DisplayDisconnectTest, every_error_has_its_text) {
@@ -64,13 +62,6 @@ TEST_F(DisplayDisconnectTest, the_change_is_one_permanent_transaction) {
     EXPECT_FALSE(mac.display(2).online);
 }
 
-TEST_F(DisplayDisconnectTest, the_set_is_written_without_a_synchronise) {
-    boot();
-    EXPECT_TRUE(DisplayDisconnect::setEnabled(false, 2));
-    EXPECT_EQ(calls({"NSUserDefaults.setObject"}).size(), 1u);
-    EXPECT_TRUE(calls({"NSUserDefaults.synchronize"}).empty());
-}
-
 TEST_F(DisplayDisconnectTest, skylight_is_opened_anew_each_time_and_never_closed) {
     boot();
     EXPECT_TRUE(DisplayDisconnect::setEnabled(false, 2));
@@ -83,7 +74,7 @@ TEST_F(DisplayDisconnectTest, skylight_is_opened_anew_each_time_and_never_closed
 
 struct FailureRow {
     const char* name;
-    const char* faults;
+    std::string more;
     Reason reason;
     std::int32_t code;
     std::vector<std::string> calls;
@@ -95,7 +86,7 @@ class DisconnectFailure : public SimulatedMacTest,
                           public testing::WithParamInterface<FailureRow> {};
 
 TEST_P(DisconnectFailure, is_told_and_changes_nothing) {
-    Mac& mac = boot(sceneWith(std::string(", ") + GetParam().faults));
+    Mac& mac = boot(sceneWith({GetParam().more}));
     const auto result = DisplayDisconnect::setEnabled(false, 2);
     ASSERT_FALSE(result);
     EXPECT_EQ(result.error(), (DisconnectError{GetParam().reason, GetParam().code}));
@@ -108,29 +99,28 @@ TEST_P(DisconnectFailure, is_told_and_changes_nothing) {
 INSTANTIATE_TEST_SUITE_P(
     DisplayDisconnect, DisconnectFailure,
     testing::Values(
-        FailureRow{"no_skylight", R"("skylight": false)", Reason::unavailable, 0, {}},
-        FailureRow{
-            "no_function", R"("skylight": ["SLSGetDisplayList"])", Reason::unavailable, 0, {}},
+        FailureRow{"no_skylight", std::string(noSkyLight), Reason::unavailable, 0, {}},
+        FailureRow{"no_function", std::string(onlySkyLightsList), Reason::unavailable, 0, {}},
         FailureRow{"begin_fails",
-                   R"("faults": [ { "call": "CGBeginDisplayConfiguration", "returns": 1004 } ])",
+                   faults({fails("CGBeginDisplayConfiguration").with(1004)}),
                    Reason::configFailed,
                    1004,
                    {"CGBeginDisplayConfiguration() = 1004"}},
         FailureRow{"begin_succeeds_with_null",
-                   R"("faults": [ { "call": "CGBeginDisplayConfiguration", "null": true } ])",
+                   faults({fails("CGBeginDisplayConfiguration").withNull()}),
                    Reason::configFailed,
                    0,
                    {"CGBeginDisplayConfiguration() = 0"}},
         FailureRow{"skylight_refuses",
-                   R"("faults": [ { "call": "SLSConfigureDisplayEnabled", "returns": 1001 } ])",
+                   faults({fails("SLSConfigureDisplayEnabled").with(1001)}),
                    Reason::slsFailed,
                    1001,
                    {"CGBeginDisplayConfiguration() = 0",
                     "SLSConfigureDisplayEnabled(1, 2, false) = 1001",
                     "CGCancelDisplayConfiguration(1) = 0"}},
         FailureRow{"permanent_completion_and_second_begin_fail",
-                   R"("faults": [ { "call": "CGCompleteDisplayConfiguration", "returns": 1000 },
-                       { "call": "CGBeginDisplayConfiguration", "nth": 2, "returns": 1002 } ])",
+                   faults({fails("CGCompleteDisplayConfiguration").with(1000),
+                           fails("CGBeginDisplayConfiguration").nth(2).with(1002)}),
                    Reason::configFailed,
                    1000,
                    {"CGBeginDisplayConfiguration() = 0",
@@ -139,16 +129,16 @@ INSTANTIATE_TEST_SUITE_P(
                     "CGBeginDisplayConfiguration() = 1002"}},
         FailureRow{
             "permanent_completion_fails_and_second_begin_gives_null",
-            R"("faults": [ { "call": "CGCompleteDisplayConfiguration", "returns": 1000 },
-                       { "call": "CGBeginDisplayConfiguration", "nth": 2, "null": true } ])",
+            faults({fails("CGCompleteDisplayConfiguration").with(1000),
+                    fails("CGBeginDisplayConfiguration").nth(2).withNull()}),
             Reason::configFailed,
             1000,
             {"CGBeginDisplayConfiguration() = 0", "SLSConfigureDisplayEnabled(1, 2, false) = 0",
              "CGCompleteDisplayConfiguration(1, 2) = 1000", "CGBeginDisplayConfiguration() = 0"}},
         FailureRow{
             "skylight_refuses_the_second_time",
-            R"("faults": [ { "call": "CGCompleteDisplayConfiguration", "returns": 1000 },
-                       { "call": "SLSConfigureDisplayEnabled", "nth": 2, "returns": 1010 } ])",
+            faults({fails("CGCompleteDisplayConfiguration").with(1000),
+                    fails("SLSConfigureDisplayEnabled").nth(2).with(1010)}),
             Reason::slsFailed,
             1010,
             {"CGBeginDisplayConfiguration() = 0", "SLSConfigureDisplayEnabled(1, 2, false) = 0",
@@ -157,8 +147,8 @@ INSTANTIATE_TEST_SUITE_P(
              "CGCancelDisplayConfiguration(2) = 0"}},
         FailureRow{
             "a_failed_session_completion_is_cancelled_once",
-            R"("faults": [ { "call": "CGCompleteDisplayConfiguration", "returns": 1000 },
-                       { "call": "CGCompleteDisplayConfiguration", "nth": 2, "returns": 1011 } ])",
+            faults({fails("CGCompleteDisplayConfiguration").with(1000),
+                    fails("CGCompleteDisplayConfiguration").nth(2).with(1011)}),
             Reason::configFailed,
             1011,
             {"CGBeginDisplayConfiguration() = 0", "SLSConfigureDisplayEnabled(1, 2, false) = 0",
@@ -169,8 +159,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return info.param.name; });
 
 TEST_F(DisplayDisconnectTest, a_session_change_stands_in_for_a_refused_permanent_one) {
-    Mac& mac = boot(sceneWith(
-        R"(, "faults": [ { "call": "CGCompleteDisplayConfiguration", "returns": 1000 } ])"));
+    Mac& mac = boot(sceneWith({faults({fails("CGCompleteDisplayConfiguration").with(1000)})}));
     EXPECT_TRUE(DisplayDisconnect::setEnabled(false, 2));
     EXPECT_EQ(calls(transactionCalls),
               (std::vector<std::string>{"CGBeginDisplayConfiguration() = 0",
@@ -205,18 +194,10 @@ TEST_F(DisplayDisconnectTest, all_displays_are_counted_and_then_fetched) {
               (std::vector<std::string>{"SLSGetDisplayList(0) = 0", "SLSGetDisplayList(3) = 0"}));
 }
 
-std::string sceneOfMany(int count) {
-    std::string scene = R"({ "displays": [ { "id": 1, "main": true })";
-    for (int id = 2; id <= count; ++id) {
-        scene += ", { \"id\": " + std::to_string(id) + " }";
-    }
-    return scene + " ] }";
-}
-
 TEST_F(DisplayDisconnectTest, up_to_63_known_displays_are_believed) {
-    boot(sceneOfMany(63));
+    boot(scene({numberedDisplays(63)}));
     EXPECT_EQ(DisplayDisconnect::allDisplayIDs().size(), 63u);
-    boot(sceneOfMany(64));
+    boot(scene({numberedDisplays(64)}));
     EXPECT_EQ(DisplayDisconnect::allDisplayIDs().size(), 32u);
     EXPECT_EQ(
         calls({"SLSGetDisplayList", "CGGetOnlineDisplayList"}),
@@ -225,13 +206,13 @@ TEST_F(DisplayDisconnectTest, up_to_63_known_displays_are_believed) {
 
 TEST_F(DisplayDisconnectTest, the_online_list_stands_in_where_skylight_cannot_tell) {
     const std::vector<std::string> rows = {
-        R"(, "skylight": false)",
-        R"(, "skylight": ["SLSConfigureDisplayEnabled"])",
-        R"(, "faults": [ { "call": "SLSGetDisplayList", "returns": 1000 } ])",
-        R"(, "faults": [ { "call": "SLSGetDisplayList", "null": true } ])",
+        std::string(noSkyLight),
+        std::string(onlySkyLightsSwitch),
+        faults({fails("SLSGetDisplayList").with(1000)}),
+        faults({fails("SLSGetDisplayList").withNull()}),
     };
     for (const auto& row : rows) {
-        boot(sceneWith(row));
+        boot(sceneWith({row}));
         EXPECT_EQ(DisplayDisconnect::allDisplayIDs(), (std::vector<CGDirectDisplayID>{1, 2, 3}))
             << row;
         EXPECT_EQ(calls({"CGGetOnlineDisplayList"}).size(), 1u) << row;
@@ -239,26 +220,25 @@ TEST_F(DisplayDisconnectTest, the_online_list_stands_in_where_skylight_cannot_te
 }
 
 TEST_F(DisplayDisconnectTest, a_failed_second_list_call_gives_nothing) {
-    boot(sceneWith(R"(, "faults": [ { "call": "SLSGetDisplayList", "nth": 2, "returns": 1 } ])"));
+    boot(sceneWith({faults({fails("SLSGetDisplayList").nth(2).with(1)})}));
     EXPECT_TRUE(DisplayDisconnect::allDisplayIDs().empty());
     EXPECT_TRUE(calls({"CGGetOnlineDisplayList"}).empty());
 }
 
 TEST_F(DisplayDisconnectTest, nothing_is_known_when_the_online_list_fails_too) {
-    boot(sceneWith(R"(, "skylight": false,
-        "faults": [ { "call": "CGGetOnlineDisplayList", "returns": 1000 } ])"));
+    boot(sceneWith({noSkyLight, faults({fails("CGGetOnlineDisplayList").with(1000)})}));
     EXPECT_TRUE(DisplayDisconnect::allDisplayIDs().empty());
 }
 
 TEST_F(DisplayDisconnectTest, a_known_display_counts_as_off_when_the_online_list_fails) {
     Mac& mac = boot();
-    mac.failCall({"CGGetOnlineDisplayList", 0, 1000, false});
+    mac.failCall(fails("CGGetOnlineDisplayList").every().with(1000));
     EXPECT_TRUE(DisplayDisconnect::isSoftDisconnected(2));
     EXPECT_FALSE(DisplayDisconnect::isSoftDisconnected(99));
 }
 
 TEST_F(DisplayDisconnectTest, a_display_disconnected_by_someone_else_is_off_but_not_ours) {
-    boot(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2, "enabled": false } ] })");
+    boot(scene({main1, disabled2}));
     EXPECT_TRUE(DisplayDisconnect::isSoftDisconnected(2));
     EXPECT_FALSE(DisplayDisconnect::isDisconnectedByUs(2));
     EXPECT_TRUE(DisplayDisconnect::ourDisconnectedIDs().empty());
@@ -282,19 +262,22 @@ TEST_F(DisplayDisconnectTest, an_unplugged_display_is_not_off_even_when_it_is_re
 }
 
 TEST_F(DisplayDisconnectTest, forgetting_in_memory_leaves_the_stored_set_until_the_next_change) {
-    Mac& mac = boot(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2 }, { "id": 3,
-        "enabled": false } ], "defaults": { "Veilpane.disconnectedDisplayIDs": [ 2, 3, 9 ] } })");
+    Mac& mac =
+        boot(scene({main1, plain2, R"({ "id": 3, "enabled": false })"}, {remembered("[2, 3, 9]")}));
     EXPECT_EQ(DisplayDisconnect::ourDisconnectedIDs(), std::set<CGDirectDisplayID>{3});
     EXPECT_EQ(mac.storedDefaults()["Veilpane.disconnectedDisplayIDs"].dump(), "[2,3,9]");
     ASSERT_TRUE(DisplayDisconnect::setEnabled(false, 2));
     EXPECT_EQ(mac.storedDefaults()["Veilpane.disconnectedDisplayIDs"].dump(), "[2,3]");
 }
 
-TEST_F(DisplayDisconnectTest, a_change_keeps_stale_ids_that_were_never_looked_at) {
-    Mac& mac = boot(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2 } ],
-        "defaults": { "Veilpane.disconnectedDisplayIDs": [ 9, 4294967295 ] } })");
-    ASSERT_TRUE(DisplayDisconnect::setEnabled(false, 2));
-    EXPECT_EQ(mac.storedDefaults()["Veilpane.disconnectedDisplayIDs"].dump(), "[2,9,4294967295]");
+TEST_F(DisplayDisconnectTest, a_stored_display_that_is_off_is_ours) {
+    boot(scene({main1, disabled2}, {remembered("[2]")}));
+    EXPECT_TRUE(DisplayDisconnect::isDisconnectedByUs(2));
+}
+
+TEST_F(DisplayDisconnectTest, an_untrustworthy_stored_set_makes_no_display_ours) {
+    boot(scene({main1, disabled2}, {remembered(R"([2, "3"])")}));
+    EXPECT_FALSE(DisplayDisconnect::isDisconnectedByUs(2));
 }
 
 TEST_F(DisplayDisconnectTest, the_stored_set_is_read_once) {
@@ -304,35 +287,6 @@ TEST_F(DisplayDisconnectTest, the_stored_set_is_read_once) {
     (void)DisplayDisconnect::isDisconnectedByUs(3);
     EXPECT_EQ(calls({"NSUserDefaults.arrayForKey"}).size(), 1u);
 }
-
-class UntrustworthyStoredSet : public SimulatedMacTest,
-                               public testing::WithParamInterface<const char*> {};
-
-TEST_P(UntrustworthyStoredSet, is_ignored_as_a_whole_for_the_life_of_the_process) {
-    Mac& mac = boot(std::string(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2,
-        "enabled": false } ], "defaults": { "Veilpane.disconnectedDisplayIDs": )") +
-                    GetParam() + " } }");
-    EXPECT_FALSE(DisplayDisconnect::isDisconnectedByUs(2));
-    mac.storeDefaults({{"Veilpane.disconnectedDisplayIDs", {2}}});
-    EXPECT_FALSE(DisplayDisconnect::isDisconnectedByUs(2));
-}
-
-INSTANTIATE_TEST_SUITE_P(DisplayDisconnect, UntrustworthyStoredSet,
-                         testing::Values("[2, \"3\"]", "[2, -1]", "[2, 2.5]", "[2, 4294967296]",
-                                         "[2, [3]]", "\"2\"", "2", "{ \"2\": 2 }", "[]"));
-
-class TrustworthyStoredSet : public SimulatedMacTest,
-                             public testing::WithParamInterface<const char*> {};
-
-TEST_P(TrustworthyStoredSet, is_taken_over) {
-    boot(std::string(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2,
-        "enabled": false } ], "defaults": { "Veilpane.disconnectedDisplayIDs": )") +
-         GetParam() + " } }");
-    EXPECT_TRUE(DisplayDisconnect::isDisconnectedByUs(2));
-}
-
-INSTANTIATE_TEST_SUITE_P(DisplayDisconnect, TrustworthyStoredSet,
-                         testing::Values("[2]", "[2.0]", "[4294967295, 0, 2, 2]"));
 
 } // namespace
 

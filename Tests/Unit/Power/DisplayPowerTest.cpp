@@ -1,5 +1,6 @@
 #include "Veilpane/Power/DisplayPower.h"
 
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
@@ -14,20 +15,6 @@ using simulated_mac::Mac;
 using enum PowerMethod;
 
 using DisplayPowerTest = SimulatedMacTest;
-
-const std::string main1 = R"({ "id": 1, "main": true, "builtin": true }, )";
-const std::string plain2 = R"({ "id": 2 })";
-const std::string ddc2 = R"({ "id": 2, "ddc": { "brightness": 40 } })";
-const std::string mute2 = R"({ "id": 2, "ddc": { "send": -536870186 } })";
-const std::string locked2 = R"({ "id": 2, "ddc": { "open": -536870203 } })";
-
-std::string scene(const std::string& displays, const std::string& more = "") {
-    return R"({ "displays": [ )" + displays + " ]" + (more.empty() ? "" : ", ") + more + " }";
-}
-
-const std::string noSkyLight = R"("skylight": false)";
-const std::string refusedBySkyLight =
-    R"("faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ])";
 
 TEST_F(DisplayPowerTest, every_mechanism_has_its_title) {
     EXPECT_EQ(title(disconnect), "断开显示器（SLS）");
@@ -64,92 +51,87 @@ TEST_P(Outcome, is_the_one_of_its_row) {
 
 const std::vector<OutcomeRow> outcomeRows = {
     {"off_main_display",
-     scene(main1 + ddc2),
+     scene({main1, ddc2}),
      nothing,
      false,
      1,
      {disconnect, false, "主屏禁止关闭，已阻止"}},
     {"off_already_disconnected",
-     scene(main1 + plain2),
+     scene({main1, plain2}),
      disconnect2,
      false,
      2,
      {disconnect, true, "显示器已断开"}},
     {"on_reconnect_worked",
-     scene(main1 + plain2),
+     scene({main1, plain2}),
      disconnect2,
      true,
      2,
      {disconnect, true, "已重新连接显示器"}},
     {"on_reconnect_failed",
-     scene(main1 + plain2,
-           R"("faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 2, "returns": 1001 } ])"),
+     scene({main1, plain2}, {faults({fails("SLSConfigureDisplayEnabled").nth(2).with(1001)})}),
      disconnect2,
      true,
      2,
      {disconnect, false, "重连失败：SLSConfigureDisplayEnabled 失败 CGError 1001"}},
     {"on_reconnect_without_the_function",
-     scene(R"({ "id": 1, "main": true }, { "id": 2, "enabled": false })",
-           R"("skylight": ["SLSGetDisplayList"],
-              "defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] })"),
+     scene({main1, disabled2}, {onlySkyLightsList, remembered("[2]")}),
      nothing,
      true,
      2,
      {disconnect, false,
       "重连失败：SLSConfigureDisplayEnabled 不可用（需要 Apple Silicon + SkyLight）"}},
     {"on_under_blackout",
-     scene(main1 + ddc2),
+     scene({main1, ddc2}),
      blackOut2,
      true,
      2,
      {blackout, true, "已解除 BlackOut，显示器恢复显示"}},
     {"on_enable_worked",
-     scene(main1 + plain2),
+     scene({main1, plain2}),
      nothing,
      true,
      2,
      {disconnect, true, "已重新连接显示器（SLS）"}},
     {"on_main_display",
-     scene(main1 + plain2),
+     scene({main1, plain2}),
      nothing,
      true,
      1,
      {disconnect, true, "已重新连接显示器（SLS）"}},
     {"on_enable_failed",
-     scene(main1 + plain2, refusedBySkyLight),
+     scene({main1, plain2}, {refusedBySkyLight()}),
      nothing,
      true,
      2,
      {blackout, true,
       "SLS 重连失败（SLSConfigureDisplayEnabled 失败 CGError 1001），已恢复软件显示"}},
     {"on_without_skylight",
-     scene(main1 + plain2, noSkyLight),
+     scene({main1, plain2}, {noSkyLight}),
      nothing,
      true,
      2,
      {blackout, true, "已恢复显示"}},
     {"off_last_active_display",
-     scene(R"({ "id": 1, "main": true, "enabled": true })",
-           R"("faults": [ { "call": "CGDisplayIsMain", "nth": 0, "returns": 0 } ])"),
+     scene({main1}, {faults({fails("CGDisplayIsMain").every().with(0)})}),
      nothing,
      false,
      1,
      {disconnect, false, "拒绝断开：只剩这一台活动显示器"}},
     {"off_active_list_fails",
-     scene(main1 + plain2,
-           R"("faults": [ { "call": "CGGetActiveDisplayList", "returns": 1000 } ])"),
+     scene({main1, plain2}, {faults({fails("CGGetActiveDisplayList").with(1000)})}),
      nothing,
      false,
      2,
      {disconnect, false, "拒绝断开：只剩这一台活动显示器"}},
     {"off_disconnect_worked",
-     scene(main1 + plain2),
+     scene({main1, plain2}),
      nothing,
      false,
      2,
      {disconnect, true, "已断开显示器（SLS，系统设置中将消失）"}},
     {"off_disconnect_failed_ddc_sent",
-     scene(main1 + ddc2, refusedBySkyLight),
+     scene({main1, ddc2}, {refusedBySkyLight()}),
      nothing,
      false,
      2,
@@ -157,7 +139,7 @@ const std::vector<OutcomeRow> outcomeRows = {
       "SLS 断开失败（SLSConfigureDisplayEnabled 失败 CGError 1001），改用DDC 硬件电源："
       "DDC 已发送 Power Off"}},
     {"off_disconnect_failed_blackout_took",
-     scene(main1 + plain2, refusedBySkyLight),
+     scene({main1, plain2}, {refusedBySkyLight()}),
      nothing,
      false,
      2,
@@ -165,7 +147,7 @@ const std::vector<OutcomeRow> outcomeRows = {
       "SLS 断开失败（SLSConfigureDisplayEnabled 失败 CGError 1001），改用BlackOut（镜像+Gamma）："
       "BlackOut：镜像 + Gamma 归零（软件兜底）"}},
     {"off_disconnect_failed_ddc_failed_blackout_took",
-     scene(main1 + mute2, refusedBySkyLight),
+     scene({main1, mute2}, {refusedBySkyLight()}),
      nothing,
      false,
      2,
@@ -173,26 +155,25 @@ const std::vector<OutcomeRow> outcomeRows = {
       "SLS 断开失败（SLSConfigureDisplayEnabled 失败 CGError 1001），改用BlackOut（镜像+Gamma）："
       "DDC 失败（DDC 发送失败 (code 4)），改用BlackOut：镜像 + Gamma 归零（软件兜底）"}},
     {"off_without_skylight_ddc_sent",
-     scene(main1 + ddc2, noSkyLight),
+     scene({main1, ddc2}, {noSkyLight}),
      nothing,
      false,
      2,
      {ddc, true, "DDC 已发送 Power Off"}},
     {"off_without_skylight_ddc_failed",
-     scene(main1 + locked2, noSkyLight),
+     scene({main1, locked2}, {noSkyLight}),
      nothing,
      false,
      2,
      {blackout, true, "DDC 失败（打开 I2C 失败），改用BlackOut：镜像 + Gamma 归零（软件兜底）"}},
     {"off_without_skylight_no_ddc",
-     scene(main1 + plain2, noSkyLight),
+     scene({main1, plain2}, {noSkyLight}),
      nothing,
      false,
      2,
      {blackout, true, "BlackOut：镜像 + Gamma 归零（软件兜底）"}},
     {"off_only_display_without_skylight_is_not_refused",
-     scene(R"({ "id": 1, "main": true })",
-           noSkyLight + R"(, "faults": [ { "call": "CGDisplayIsMain", "nth": 0, "returns": 0 } ])"),
+     scene({main1}, {noSkyLight, faults({fails("CGDisplayIsMain").every().with(0)})}),
      nothing,
      false,
      1,
@@ -203,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(DisplayPower, Outcome, testing::ValuesIn(outcomeRows),
                          [](const auto& info) { return info.param.name; });
 
 TEST_F(DisplayPowerTest, the_main_display_guard_comes_before_anything_is_read) {
-    boot(scene(main1 + ddc2));
+    boot(scene({main1, ddc2}));
     EXPECT_FALSE(DisplayPower::setPower(false, 1).success);
     EXPECT_EQ(calls(), (std::vector<std::string>{"CGDisplayIsMain(1) = 1"}));
 }
@@ -219,10 +200,9 @@ TEST_F(DisplayPowerTest, switching_off_twice_changes_nothing_the_second_time) {
 }
 
 TEST_F(DisplayPowerTest, hardware_mirroring_lowers_the_active_count) {
-    const std::string displays = R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1 })";
-    boot(scene(displays));
+    boot(scene({main1, mirror2}));
     EXPECT_EQ(DisplayPower::setPower(false, 2).message, "拒绝断开：只剩这一台活动显示器");
-    boot(scene(displays, R"("mirroring": "software")"));
+    boot(scene({main1, mirror2}, {softwareMirroring}));
     EXPECT_TRUE(DisplayPower::setPower(false, 2).success);
 }
 
@@ -234,13 +214,13 @@ TEST_F(DisplayPowerTest, at_most_16_active_displays_are_asked_for) {
 }
 
 TEST_F(DisplayPowerTest, without_skylight_no_active_display_is_counted) {
-    boot(scene(main1 + ddc2, noSkyLight));
+    boot(scene({main1, ddc2}, {noSkyLight}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_TRUE(calls({"CGGetActiveDisplayList"}).empty());
 }
 
 TEST_F(DisplayPowerTest, a_display_under_blackout_is_upgraded_to_a_disconnect) {
-    Mac& mac = boot(scene(main1 + ddc2 + R"(, { "id": 3 })"));
+    Mac& mac = boot(scene({main1, ddc2, plain3}));
     BlackoutController::shared().blackout(2);
     EXPECT_EQ(DisplayPower::setPower(false, 2).message, "已断开显示器（SLS，系统设置中将消失）");
     EXPECT_FALSE(BlackoutController::shared().isBlackedOut(2));
@@ -249,8 +229,8 @@ TEST_F(DisplayPowerTest, a_display_under_blackout_is_upgraded_to_a_disconnect) {
 }
 
 TEST_F(DisplayPowerTest, switching_on_wakes_a_monitor_that_ddc_put_in_standby) {
-    Mac& mac = boot(scene(main1 + ddc2, R"("faults": [ { "call": "SLSConfigureDisplayEnabled",
-        "returns": 1001 } ])"));
+    Mac& mac =
+        boot(scene({main1, ddc2}, {faults({fails("SLSConfigureDisplayEnabled").with(1001)})}));
     ASSERT_EQ(DisplayPower::setPower(false, 2).method, ddc);
     EXPECT_EQ(mac.display(2).power, "standby");
     EXPECT_EQ(DisplayPower::setPower(true, 2).message, "已重新连接显示器（SLS）");
@@ -258,7 +238,7 @@ TEST_F(DisplayPowerTest, switching_on_wakes_a_monitor_that_ddc_put_in_standby) {
 }
 
 TEST_F(DisplayPowerTest, without_skylight_switching_on_sends_no_ddc_power_on) {
-    Mac& mac = boot(scene(main1 + ddc2, noSkyLight));
+    Mac& mac = boot(scene({main1, ddc2}, {noSkyLight}));
     ASSERT_EQ(DisplayPower::setPower(false, 2).method, ddc);
     mac.clearCalls();
     EXPECT_EQ(DisplayPower::setPower(true, 2).message, "已恢复显示");
@@ -267,7 +247,7 @@ TEST_F(DisplayPowerTest, without_skylight_switching_on_sends_no_ddc_power_on) {
 }
 
 TEST_F(DisplayPowerTest, a_reconnected_display_gets_no_ddc_power_on) {
-    Mac& mac = boot(scene(main1 + ddc2));
+    Mac& mac = boot(scene({main1, ddc2}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     mac.clearCalls();
     EXPECT_EQ(DisplayPower::setPower(true, 2).message, "已重新连接显示器");
@@ -275,15 +255,15 @@ TEST_F(DisplayPowerTest, a_reconnected_display_gets_no_ddc_power_on) {
 }
 
 TEST_F(DisplayPowerTest, a_failed_enable_restores_the_software_display_but_sends_no_power_on) {
-    Mac& mac = boot(scene(R"({ "id": 1, "main": true }, { "id": 2, "mirrors": 1, "ddc": {} })",
-                          refusedBySkyLight));
+    Mac& mac =
+        boot(scene({main1, R"({ "id": 2, "mirrors": 1, "ddc": {} })"}, {refusedBySkyLight()}));
     EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
     EXPECT_EQ(mac.display(2).mirrors, 0u);
     EXPECT_TRUE(calls({"IOI2CSendRequest"}).empty());
 }
 
 TEST_F(DisplayPowerTest, ending_a_blackout_wakes_the_monitor_and_ignores_its_refusal) {
-    Mac& mac = boot(scene(main1 + mute2));
+    Mac& mac = boot(scene({main1, mute2}));
     BlackoutController::shared().blackout(2);
     mac.clearCalls();
     EXPECT_EQ(DisplayPower::setPower(true, 2).message, "已解除 BlackOut，显示器恢复显示");
@@ -294,16 +274,16 @@ TEST_F(DisplayPowerTest, ending_a_blackout_wakes_the_monitor_and_ignores_its_ref
 }
 
 TEST_F(DisplayPowerTest, skylight_is_looked_up_afresh_at_every_use) {
-    Mac& mac = boot(scene(main1 + plain2));
-    mac.failCall({"dlopen", 1, 0, false});
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("dlopen").with(0));
     EXPECT_EQ(DisplayPower::setPower(false, 2).method, blackout);
     EXPECT_EQ(DisplayPower::setPower(false, 2).method, disconnect);
 }
 
 TEST_F(DisplayPowerTest, a_display_that_became_main_during_a_failed_disconnect_is_refused) {
-    for (const std::string& second : {ddc2, plain2}) {
-        Mac& mac = boot(scene(main1 + second, refusedBySkyLight));
-        mac.failCall({.call = "CGDisplayIsMain", .nth = 2, .returns = 1});
+    for (const std::string_view second : {ddc2, plain2}) {
+        Mac& mac = boot(scene({main1, second}, {refusedBySkyLight()}));
+        mac.failCall(fails("CGDisplayIsMain").nth(2).with(1));
         EXPECT_EQ(DisplayPower::setPower(false, 2),
                   (PowerResult{disconnect, false, "主屏禁止关闭，已阻止"}));
         EXPECT_TRUE(calls({"IOI2CSendRequest", "CGSetDisplayTransferByTable",
@@ -313,9 +293,8 @@ TEST_F(DisplayPowerTest, a_display_that_became_main_during_a_failed_disconnect_i
     }
 }
 
-TEST_F(DisplayPowerTest,
-       main_is_asked_for_again_right_after_a_failed_disconnect_and_at_no_other_time) {
-    boot(scene(main1 + ddc2, refusedBySkyLight));
+TEST_F(DisplayPowerTest, main_is_asked_again_right_after_a_failed_disconnect_and_at_no_other_time) {
+    boot(scene({main1, ddc2}, {refusedBySkyLight()}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_EQ(calls({"CGDisplayIsMain", "SLSConfigureDisplayEnabled",
                      "CGCancelDisplayConfiguration", "IOI2CSendRequest"}),
@@ -323,16 +302,16 @@ TEST_F(DisplayPowerTest,
                                         "SLSConfigureDisplayEnabled(1, 2, false) = 1001",
                                         "CGCancelDisplayConfiguration(1) = 0",
                                         "CGDisplayIsMain(2) = 0", "IOI2CSendRequest(1, 0) = 0"}));
-    boot(scene(main1 + ddc2));
+    boot(scene({main1, ddc2}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_EQ(calls({"CGDisplayIsMain"}).size(), 1u);
-    boot(scene(main1 + ddc2, noSkyLight));
+    boot(scene({main1, ddc2}, {noSkyLight}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_EQ(calls({"CGDisplayIsMain"}).size(), 1u);
 }
 
 TEST_F(DisplayPowerTest, every_mechanism_is_tried_once) {
-    boot(scene(main1 + mute2, refusedBySkyLight));
+    boot(scene({main1, mute2}, {refusedBySkyLight()}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_EQ(calls({"SLSConfigureDisplayEnabled"}).size(), 1u);
     // One power-off, one brightness of the BlackOut.
@@ -366,19 +345,19 @@ TEST_P(StatusLine, is_the_one_of_its_row) {
 }
 
 const std::vector<StatusRow> statusRows = {
-    {"disconnected", scene(main1 + plain2), disconnect2, 2, "状态：已断开（系统设置不可见）"},
-    {"disconnected_although_blacked_out", scene(main1 + plain2), blackOutAndDisconnect2, 2,
+    {"disconnected", scene({main1, plain2}), disconnect2, 2, "状态：已断开（系统设置不可见）"},
+    {"disconnected_although_blacked_out", scene({main1, plain2}), blackOutAndDisconnect2, 2,
      "状态：已断开（系统设置不可见）"},
-    {"blacked_out", scene(main1 + plain2), blackOut2, 2, "状态：软件关屏中"},
-    {"main_display_blacked_out", scene(main1 + plain2, R"("mirroring": "software")"), blackOut1, 1,
+    {"blacked_out", scene({main1, plain2}), blackOut2, 2, "状态：软件关屏中"},
+    {"main_display_blacked_out", scene({main1, plain2}, {softwareMirroring}), blackOut1, 1,
      "状态：软件关屏中"},
-    {"main_display", scene(main1 + ddc2), nothing, 1, "状态：主屏 · 始终开启"},
-    {"main_display_without_skylight", scene(main1 + ddc2, noSkyLight), nothing, 1,
+    {"main_display", scene({main1, ddc2}), nothing, 1, "状态：主屏 · 始终开启"},
+    {"main_display_without_skylight", scene({main1, ddc2}, {noSkyLight}), nothing, 1,
      "状态：主屏 · 始终开启"},
-    {"skylight", scene(main1 + ddc2), nothing, 2, "状态：可 SLS 断开"},
-    {"skylight_for_an_unknown_display", scene(main1 + ddc2), nothing, 99, "状态：可 SLS 断开"},
-    {"ddc", scene(main1 + ddc2, noSkyLight), nothing, 2, "状态：DDC 可用"},
-    {"only_blackout", scene(main1 + plain2, noSkyLight), nothing, 2, "状态：仅软件 BlackOut"},
+    {"skylight", scene({main1, ddc2}), nothing, 2, "状态：可 SLS 断开"},
+    {"skylight_for_an_unknown_display", scene({main1, ddc2}), nothing, 99, "状态：可 SLS 断开"},
+    {"ddc", scene({main1, ddc2}, {noSkyLight}), nothing, 2, "状态：DDC 可用"},
+    {"only_blackout", scene({main1, plain2}, {noSkyLight}), nothing, 2, "状态：仅软件 BlackOut"},
 };
 
 INSTANTIATE_TEST_SUITE_P(DisplayPower, StatusLine, testing::ValuesIn(statusRows),

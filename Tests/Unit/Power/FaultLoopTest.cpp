@@ -1,5 +1,6 @@
 #include "SimulatedMac/World/MacState.h"
 #include "Support/ChildProcess.h"
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Inventory/DisplayStore.h"
 #include "Veilpane/Power/BlackoutController.h"
@@ -23,30 +24,30 @@ using simulated_mac::SceneFault;
 
 struct NamedScene {
     const char* name;
-    const char* text;
+    std::string text;
+
+    friend void PrintTo(const NamedScene& scene, std::ostream* stream) { *stream << scene.name; }
 };
 
+constexpr std::string_view noProfiler = R"("profiler": { "missing": true })";
+
 const std::vector<NamedScene> scenes = {
-    {"desk", R"({ "displays": [ { "id": 1, "main": true, "builtin": true, "profilerName": "P" },
-        { "id": 2, "vendor": 5, "model": 6, "registryName": "R", "ddc": { "brightness": 40 } },
-        { "id": 3, "screenName": "S" } ] })"},
-    {"two displays without SkyLight, with DDC",
-     R"({ "profiler": { "missing": true }, "skylight": false, "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {} } ] })"},
-    {"two displays without SkyLight or DDC",
-     R"({ "profiler": { "missing": true }, "skylight": false, "displays": [ { "id": 1, "main": true }, { "id": 2 } ] })"},
-    {"SkyLight refuses, the monitor does not answer",
-     R"({ "profiler": { "missing": true },
-          "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": { "send": 1 } } ],
-          "faults": [ { "call": "SLSConfigureDisplayEnabled", "nth": 0, "returns": 1001 } ] })"},
-    {"an Intel Mac",
-     R"({ "profiler": { "missing": true },
-          "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {}, "servicePort": true } ] })"},
+    {"desk", scene({R"({ "id": 1, "main": true, "builtin": true, "profilerName": "P" })",
+                    R"({ "id": 2, "vendor": 5, "model": 6, "registryName": "R",
+                 "ddc": { "brightness": 40 } })",
+                    R"({ "id": 3, "screenName": "S" })"})},
+    {"without_skylight_with_ddc",
+     scene({main1, R"({ "id": 2, "ddc": {} })"}, {noProfiler, noSkyLight})},
+    {"without_skylight_or_ddc", scene({main1, plain2}, {noProfiler, noSkyLight})},
+    {"skylight_refuses_and_the_monitor_does_not_answer",
+     scene({main1, R"({ "id": 2, "ddc": { "send": 1 } })"}, {noProfiler, refusedBySkyLight()})},
+    {"an_intel_mac",
+     scene({main1, R"({ "id": 2, "ddc": {}, "servicePort": true })"}, {noProfiler})},
 };
 
 const NamedScene threeWithoutSkyLight = {
-    "three displays without SkyLight",
-    R"({ "skylight": false, "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {} },
-         { "id": 3 } ] })"};
+    "three_displays_without_skylight",
+    scene({main1, R"({ "id": 2, "ddc": {} })", plain3}, {noSkyLight})};
 
 struct Operation {
     const char* name;
@@ -99,7 +100,7 @@ std::string brokenRule(Mac& mac) {
 // In a process of its own, because the program keeps state for the life of a process.
 ChildOutcome runWithFault(const NamedScene& scene, const Operation& operation, SceneFault fault) {
     return inChildProcess([&] {
-        Mac& mac = Mac::boot(std::string(scene.text));
+        Mac& mac = Mac::boot(scene.text);
         mac.failCall(fault);
         operation.run();
         const auto calls = mac.calls();
@@ -111,16 +112,16 @@ ChildOutcome runWithFault(const NamedScene& scene, const Operation& operation, S
     });
 }
 
-class FaultLoop : public testing::TestWithParam<int> {};
+class FaultLoop : public testing::TestWithParam<NamedScene> {};
 
 TEST_P(FaultLoop, no_single_fault_breaks_a_rule) {
-    const NamedScene& scene = scenes[static_cast<std::size_t>(GetParam())];
+    const NamedScene& scene = GetParam();
     for (const Operation& operation : operations) {
         for (const bool null : {false, true}) {
             int nth = 1;
             for (;; ++nth) {
-                const SceneFault fault{"*", nth, null ? std::nullopt : std::optional<int64_t>(1001),
-                                       null};
+                const FailingCall call = fails("*").nth(nth);
+                const SceneFault fault = null ? call.withNull() : call.with(1001);
                 const ChildOutcome outcome = runWithFault(scene, operation, fault);
                 if (outcome.message == "not fired") {
                     break;
@@ -134,7 +135,8 @@ TEST_P(FaultLoop, no_single_fault_breaks_a_rule) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes, FaultLoop, testing::Range(0, static_cast<int>(scenes.size())));
+INSTANTIATE_TEST_SUITE_P(Scenes, FaultLoop, testing::ValuesIn(scenes),
+                         [](const auto& info) { return info.param.name; });
 
 unsigned chosenSeed() {
     const char* const given = std::getenv("VEILPANE_TEST_SEED");
@@ -167,7 +169,7 @@ private:
         if (below(3) == 0) {
             const auto call =
                 static_cast<std::size_t>(below(static_cast<int>(faultyCalls_.size())));
-            mac_.failCall({faultyCalls_[call], 1 + below(3), 1001, false});
+            mac_.failCall(fails(faultyCalls_[call]).nth(1 + below(3)).with(1001));
         }
         switch (below(8)) {
         case 0:
@@ -222,7 +224,7 @@ TEST(RandomWalk, keeps_the_main_display_lit_and_gives_everything_back) {
         const unsigned seed = chosenSeed() + walk;
         for (const NamedScene& scene : {scenes[0], threeWithoutSkyLight}) {
             const ChildOutcome outcome = inChildProcess([&] {
-                Mac& mac = Mac::boot(std::string(scene.text));
+                Mac& mac = Mac::boot(scene.text);
                 return Walk(mac, seed).run(60);
             });
             ASSERT_EQ(outcome, ChildOutcome())

@@ -1,6 +1,7 @@
 #include "Registry/RegistryProperties.h"
 
 #include "Registry/RegistryEntries.h"
+#include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
 namespace veilpane::test {
@@ -13,9 +14,9 @@ using RegistryProperties = SimulatedMacTest;
 
 /// The entry of a registry that holds just one node, with the property "Value".
 IORef onlyEntry(const std::string& value) {
-    Mac::boot(R"({ "displays": [ { "id": 1 } ], "registry": [
-        { "class": "IODisplay", "properties": { "Value": )" +
-              value + " } } ] }");
+    Mac::boot(
+        scene({R"({ "id": 1 })"},
+              {registry(R"({ "class": "IODisplay", "properties": { "Value": )" + value + " } }")}));
     return nextEntry(matchingServices("IODisplay"));
 }
 
@@ -71,11 +72,11 @@ TEST_F(RegistryProperties, a_number_reads_as_a_signed_or_a_truncated_word) {
 TEST_F(RegistryProperties, a_search_that_fails_or_finds_nothing_has_no_next_entry) {
     Mac& mac = boot();
     EXPECT_FALSE(nextEntry(matchingServices("NoSuchClass")));
-    mac.failCall({.call = "IOServiceGetMatchingServices", .nth = 1, .returns = -1});
+    mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
     EXPECT_FALSE(nextEntry(matchingServices("IOFramebuffer")));
     const IORef framebuffer = nextEntry(matchingServices("IOFramebuffer"));
     ASSERT_TRUE(framebuffer);
-    mac.failCall({.call = "IORegistryEntryGetChildIterator", .nth = 1, .returns = -1});
+    mac.failCall(fails("IORegistryEntryGetChildIterator").with(-1));
     EXPECT_FALSE(nextEntry(childrenOf(framebuffer.get())));
     EXPECT_FALSE(nextEntry({}));
 }

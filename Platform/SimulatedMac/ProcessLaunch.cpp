@@ -69,6 +69,8 @@ extern "C" int __wrap_posix_spawn(pid_t* pid, const char* path,
         return call.returns(ENOENT);
     }
     std::vector<std::string> environment = childEnvironment(envp);
-    return call.returns(__real_posix_spawn(pid, SYSTEM_PROFILER_EXECUTABLE, actions, attributes,
-                                           argv, pointersTo(environment).data()));
+    const std::string executable =
+        Mac::current().scene().profilerExecutable.value_or(SYSTEM_PROFILER_EXECUTABLE);
+    return call.returns(__real_posix_spawn(pid, executable.c_str(), actions, attributes, argv,
+                                           pointersTo(environment).data()));
 }

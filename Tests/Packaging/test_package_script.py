@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Scripts/package.sh, with stand-ins for the build."""
+"""Scripts/package.sh with stand-ins for the build, and the workflow's look at what it has packed."""
 
 import hashlib
 import json
@@ -21,6 +21,18 @@ FAKE_BUILD = """#!/bin/sh
 mkdir -p "build/$1/Veilpane.app/Contents/MacOS"
 echo "$1" >"build/$1/Veilpane.app/Contents/MacOS/Veilpane"
 chmod +x "build/$1/Veilpane.app/Contents/MacOS/Veilpane"
+"""
+
+# Like macOS's: ditto -x -k ARCHIVE FOLDER.
+FAKE_DITTO = """#!/bin/sh
+[ "$1 $2" = "-x -k" ] && [ -f "$3" ] && exec python3 -m zipfile -e "$3" "$4"
+"""
+
+# Like macOS's, it needs a bundle that is there; the last argument names it.
+FAKE_CODESIGN = """#!/bin/sh
+echo "$@" >>"$HOME/codesign.log"
+for last; do :; done
+[ -f "$last/Contents/MacOS/Veilpane" ]
 """
 
 
@@ -89,6 +101,36 @@ class PackageScript(ProjectToPackage):
         self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
         self.assertIn("Veilpane-9.9.9.zip", run.stderr)
         self.assertFalse((self.home / "veilpane.rb").exists())
+
+
+class Workflow(ProjectToPackage):
+    """The workflow's step on a Mac, run as it stands there."""
+
+    def step(self, name):
+        text = (PROJECT / ".github" / "workflows" / "ci.yml").read_text(encoding="utf-8")
+        found = re.search(rf"^      - name: {name}\n        run: \|\n((?:          .*\n)+)", text,
+                          re.MULTILINE)
+        self.assertIsNotNone(found, name)
+        return re.sub("^ {10}", "", found[1], flags=re.MULTILINE)
+
+    def setUp(self):
+        super().setUp()
+        write_script(self.home / "bin" / "ditto", FAKE_DITTO)
+        write_script(self.home / "bin" / "codesign", FAKE_CODESIGN)
+
+    def verify(self):
+        script = f"cd '{self.project}'\n{self.step('Verify the seal')}"
+        return self.run_command("sh", "-e", "-c", script)
+
+    def test_the_seal_is_verified_of_the_bundle_in_the_zip(self):
+        self.package("Darwin")
+        shutil.rmtree(self.project / "build" / "macos")
+        run = self.verify()
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertIn("--verify --strict", self.text("codesign.log"))
+
+    def test_without_a_zip_the_step_fails(self):
+        self.assertNotEqual(self.verify().returncode, 0)
 
 
 class Presets(unittest.TestCase):

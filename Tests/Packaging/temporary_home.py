@@ -25,9 +25,9 @@ class InATemporaryHome(unittest.TestCase):
         self.environment.pop("SUDO_USER", None)
         (self.home / "tmp").mkdir()
 
-    def run_command(self, *command):
+    def run_command(self, *command, user=None):
         return subprocess.run([str(part) for part in command], capture_output=True, text=True,
-                              env=self.environment, cwd=self.home, check=False)
+                              env=self.environment, cwd=self.home, check=False, user=user)
 
     def text(self, name):
         path = self.home / name

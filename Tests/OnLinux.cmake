@@ -50,3 +50,6 @@ find_package(Python3 REQUIRED COMPONENTS Interpreter)
 add_test(NAME Form.rooms_include_each_other_in_one_direction
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Form/test_check_layers.py)
 set_tests_properties(Form.rooms_include_each_other_in_one_direction PROPERTIES LABELS form)
+add_test(NAME Scripts.bootstrap
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_bootstrap.py)
+set_tests_properties(Scripts.bootstrap PROPERTIES LABELS scripts)

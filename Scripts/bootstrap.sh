@@ -2,8 +2,9 @@
 # Installs what the build and the tests need; does nothing when all of it is there.
 set -eu
 
-debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git gnustep-back0.29-cairo gobjc
-libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
+# A|B is the first of the two that apt knows: Debian 12 has GNUstep's 0.29, Ubuntu 24.04 its 0.30.
+debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git
+gnustep-back0.29-cairo|gnustep-back0.30-cairo gobjc libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
 libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config xauth xvfb"
 
 # Beside them, what only the measurements or the checks of style need.
@@ -23,11 +24,49 @@ shellcheck zsh"
     ;;
 esac
 
-missing_debian_packages() {
-    for package in $debian_packages; do
-        dpkg-query -W -f='${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed' ||
-            echo "$package"
+alternatives() { # A|B
+    echo "$1" | tr '|' ' '
+}
+
+is_installed() { # A|B
+    for package in $(alternatives "$1"); do
+        ! dpkg-query -W -f='${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed' ||
+            return 0
     done
+    return 1
+}
+
+missing_debian_packages() {
+    for packages in $debian_packages; do
+        is_installed "$packages" || echo "$packages"
+    done
+}
+
+known_package() { # A|B: prints the first that apt knows
+    for package in $(alternatives "$1"); do
+        if apt-cache show "$package" >/dev/null 2>&1; then
+            echo "$package"
+            return 0
+        fi
+    done
+    return 1
+}
+
+release_name() {
+    name=$(sed -n 's/^PRETTY_NAME="\{0,1\}\([^"]*\)"\{0,1\}$/\1/p' \
+        "${BOOTSTRAP_OS_RELEASE:-/etc/os-release}" 2>/dev/null) || true
+    echo "${name:-this system}"
+}
+
+check_release() { # A|B…: all that is to be installed
+    unknown=
+    for packages in "$@"; do
+        known_package "$packages" >/dev/null || unknown="$unknown $packages"
+    done
+    [ -z "$unknown" ] || {
+        echo "bootstrap.sh: $(release_name) is not known here, and its apt has no$unknown; Debian 12 has all that is needed" >&2
+        exit 1
+    }
 }
 
 as_root() {
@@ -47,17 +86,28 @@ bootstrap_debian() {
     echo "Installing: $missing"
     as_root apt-get update -qq
     # shellcheck disable=SC2086 # a list of names
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
+    check_release $missing
+    names=$(for packages in $missing; do known_package "$packages"; done)
+    # shellcheck disable=SC2086 # a list of names
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $names
 }
 
-# A Mac needs Xcode's command-line tools and CMake; nothing is installed there unasked.
+cmake_is_recent() {
+    version=$(cmake --version 2>/dev/null | sed -n '1s/^cmake version \([0-9]*\.[0-9]*\).*/\1/p')
+    case "$version" in
+    '' | [0-2].* | 3.[0-9] | 3.1[0-9] | 3.2[0-5]) return 1 ;;
+    esac
+}
+
+# A Mac needs Xcode's command-line tools and CMake; nothing is installed there unasked. CMake 3.25, which
+# Debian 12 has, does not ask Apple's compiler for C++23 in Objective-C++.
 check_mac() {
     xcode-select -p >/dev/null 2>&1 || {
         echo "bootstrap.sh: the command-line tools are missing; get them with: xcode-select --install" >&2
         exit 1
     }
-    command -v cmake >/dev/null 2>&1 || {
-        echo "bootstrap.sh: CMake 3.25 or later is missing; get it from cmake.org or with: brew install cmake" >&2
+    cmake_is_recent || {
+        echo "bootstrap.sh: CMake 3.26 or later is missing; get it from cmake.org or with: brew install cmake" >&2
         exit 1
     }
 }

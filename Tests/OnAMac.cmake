@@ -17,3 +17,6 @@ add_test(NAME MacTests.touch_no_real_display
     ${CMAKE_BINARY_DIR}/simulated $<TARGET_FILE:Veilpane>)
 set_tests_properties(MacTests.touch_no_real_display PROPERTIES FIXTURES_SETUP simulated-mac-only)
 set(TEST_PROPERTIES FIXTURES_REQUIRED simulated-mac-only)
+
+# The system looks at a program before its first start, which takes longer than CMake's five seconds.
+set(DISCOVERY DISCOVERY_TIMEOUT 60)

@@ -48,6 +48,8 @@ set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
-add_test(NAME Form.rooms_include_each_other_in_one_direction
-  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Form/test_check_layers.py)
-set_tests_properties(Form.rooms_include_each_other_in_one_direction PROPERTIES LABELS form)
+foreach(script bootstrap check_layers fetch_tools)
+  add_test(NAME Scripts.${script}
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
+  set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)
+endforeach()

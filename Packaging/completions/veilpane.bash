@@ -1,11 +1,21 @@
 # Completion of veilpane for bash, from the release 3.2 on that macOS has.
 
+# Lists the displays by the command as it was typed, with quotes and a tilde. A word that would start
+# another command when it is read again is left alone.
+_veilpane_list() { # COMMAND
+    local command
+    case $1 in
+    *['$`()<>;&|'$'\n']*) return ;;
+    esac
+    eval "command=$1" 2>/dev/null && "$command" --list 2>/dev/null
+}
+
 # Beside an ID that is not yet unique its display's name is shown.
 _veilpane_displays() { # COMMAND WORD
     local id name
     while IFS=$'\t' read -r id name _; do
         [[ $id != "$2"* ]] || COMPREPLY[${#COMPREPLY[@]}]="$id ($name)"
-    done < <("$1" --list 2>/dev/null)
+    done < <(_veilpane_list "$1")
     [ ${#COMPREPLY[@]} -ne 1 ] || COMPREPLY=("${COMPREPLY[0]%% *}")
 }
 

@@ -1,4 +1,4 @@
-"""A home folder that goes with the test, and commands that run in it."""
+"""A home folder that goes with the test, and commands that run in it. Its path has a space."""
 
 import os
 import pathlib
@@ -17,7 +17,7 @@ def write_script(path, text):
 
 class InATemporaryHome(unittest.TestCase):
     def setUp(self):
-        directory = tempfile.TemporaryDirectory()
+        directory = tempfile.TemporaryDirectory(prefix="a home ")
         self.addCleanup(directory.cleanup)
         self.home = pathlib.Path(os.path.realpath(directory.name))
         self.environment = dict(os.environ, HOME=str(self.home), TMPDIR=str(self.home / "tmp"),
@@ -25,9 +25,9 @@ class InATemporaryHome(unittest.TestCase):
         self.environment.pop("SUDO_USER", None)
         (self.home / "tmp").mkdir()
 
-    def run_command(self, *command):
+    def run_command(self, *command, user=None):
         return subprocess.run([str(part) for part in command], capture_output=True, text=True,
-                              env=self.environment, cwd=self.home, check=False)
+                              env=self.environment, cwd=self.home, check=False, user=user)
 
     def text(self, name):
         path = self.home / name

@@ -148,6 +148,7 @@ class Uninstall(InstalledBundle):
     def setUp(self):
         super().setUp()
         write_script(self.home / "bin" / "pgrep", "#!/bin/sh\nexit 1\n")
+        self.user_id(501)
         write_script(self.home / "bin" / "getconf", '#!/bin/sh\necho "$HOME/tmp/"\n')
         write_script(self.home / "bin" / "defaults", LOGGED.format("defaults"))
         self.prefix = self.home / "prefix"
@@ -157,8 +158,22 @@ class Uninstall(InstalledBundle):
         self.log = self.home / "tmp" / "Veilpane.log"
         self.log.write_text("a line\n", encoding="utf-8")
 
-    def uninstall(self, *arguments):
-        return self.run_command(self.prefix / "bin" / "veilpane-uninstall", *arguments)
+    def user_id(self, number):
+        write_script(self.home / "bin" / "id", f"#!/bin/sh\necho {number}\n")
+
+    def uninstall(self, *arguments, user=None):
+        return self.run_command(self.prefix / "bin" / "veilpane-uninstall", *arguments, user=user)
+
+    def become_ann_under_sudo(self, ann, roots_home):
+        """Ann runs it as root; the stand-in's -H is what makes her home folder the one in use."""
+        self.user_id(0)
+        write_script(self.home / "bin" / "sudo", f"""#!/bin/sh
+echo "$@" >>"{self.home}/sudo.log"
+[ "$1" != -H ] || {{ export HOME="{ann}"; shift; }}
+shift 2
+exec "$@"
+""")
+        self.environment |= {"SUDO_USER": "ann", "HOME": str(roots_home)}
 
     def assert_nothing_was_removed(self):
         self.assertTrue(self.program.exists())
@@ -222,19 +237,92 @@ class Uninstall(InstalledBundle):
         self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
         self.assert_nothing_was_removed()
 
-    def test_under_sudo_it_is_the_users_displays_preferences_and_agent(self):
-        write_script(self.home / "bin" / "sudo",
-                     '#!/bin/sh\necho "$@" >>"$HOME/sudo.log"\nshift 2\nexec "$@"\n')
-        self.environment["SUDO_USER"] = "ann"
+    def test_a_list_without_displays_does_not_say_that_all_are_on(self):
         self.login("on")
+        self.list_displays("")
+        run = self.uninstall(self.prefix)
+        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
+        self.assertIn("Terminal on this Mac's desktop", run.stderr)
+        self.assert_nothing_was_removed()
+
+    def test_under_sudo_it_is_the_users_displays_preferences_and_agent(self):
+        self.login("on")
+        self.become_ann_under_sudo(self.home, self.home)
         self.assertEqual(self.uninstall("--purge", self.prefix).returncode, 0)
-        self.assertEqual(self.text("sudo.log").splitlines(), [
-            f"-u ann {self.program} --list",
-            f"-u ann {self.commands}/veilpane-login off",
-            "-u ann defaults delete io.github.veilpane.Veilpane",
-            "-u ann getconf DARWIN_USER_TEMP_DIR"])
+        as_ann = self.text("sudo.log").splitlines()
+        self.assertTrue(all(line.startswith("-H -u ann ") for line in as_ann), as_ann)
+        for command in (f"{self.program} --list", f"{self.commands}/veilpane-login off",
+                        "defaults delete io.github.veilpane.Veilpane",
+                        "getconf DARWIN_USER_TEMP_DIR"):
+            self.assertIn(f"-H -u ann {command}", as_ann)
         self.assertFalse(self.bundle.exists())
         self.assertFalse(self.agent.exists())
+
+    def test_under_sudo_with_roots_home_roots_own_files_stay(self):
+        self.login("on")
+        names = ("Library/Preferences/io.github.veilpane.Veilpane.plist",
+                 "Library/LaunchAgents/io.github.veilpane.Veilpane.plist")
+        roots_home = self.home / "root"
+        for name in names:
+            for folder in (self.home, roots_home):
+                (folder / name).parent.mkdir(parents=True, exist_ok=True)
+                (folder / name).touch()
+        self.become_ann_under_sudo(self.home, roots_home)
+        run = self.uninstall("--purge", self.prefix)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        for name in names:
+            self.assertFalse((self.home / name).exists(), name)
+            self.assertTrue((roots_home / name).exists(), name)
+
+    def test_root_alone_is_nobodys_user(self):
+        self.login("on")
+        self.user_id(0)
+        for sudo_user in (None, "", "root"):
+            self.environment.pop("SUDO_USER", None)
+            if sudo_user is not None:
+                self.environment["SUDO_USER"] = sudo_user
+            run = self.uninstall("--purge", self.prefix)
+            self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1), sudo_user)
+            self.assert_nothing_was_removed()
+
+    def test_another_user_that_sudo_has_made_of_ann_acts_alone(self):
+        self.environment["SUDO_USER"] = "ann"
+        write_script(self.home / "bin" / "sudo", LOGGED.format("sudo"))
+        self.assertEqual(self.uninstall(self.prefix).returncode, 0)
+        self.assertEqual(self.text("sudo.log"), "")
+
+    def common_user(self):
+        """None where the tests run as one; root may write everywhere."""
+        if os.geteuid() != 0:
+            return None
+        for path in (self.home, *self.home.rglob("*")):
+            os.chown(path, 65534, 65534, follow_symlinks=False)
+        return 65534
+
+    def test_nothing_goes_unless_all_of_it_may_be_removed(self):
+        self.login("on")
+        preferences = self.home / "Library/Preferences/io.github.veilpane.Veilpane.plist"
+        preferences.parent.mkdir(parents=True)
+        preferences.touch()
+        user = self.common_user()
+        for folder, named in ((self.bundle.parent, self.bundle),
+                              (self.bundle / "Contents" / "MacOS", "Contents/MacOS"),
+                              (self.prefix / "bin", self.prefix / "bin" / "veilpane"),
+                              (self.prefix / "share/man/man1", "veilpane.1"),
+                              (self.agent.parent, self.agent),
+                              (preferences.parent, preferences), (self.log.parent, self.log)):
+            mode = folder.stat().st_mode
+            folder.chmod(0o555)
+            run = self.uninstall("--purge", self.prefix, user=user)
+            folder.chmod(mode)
+            self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1), run.stderr)
+            self.assertIn(str(named), run.stderr)
+            self.assert_nothing_was_removed()
+            self.assertTrue(self.log.exists())
+            self.assertTrue(preferences.exists())
+        run = self.uninstall("--purge", self.prefix, user=user)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertFalse(self.bundle.exists() or preferences.exists() or self.log.exists())
 
     def test_outside_of_a_bundle_nothing_is_removed(self):
         copy = self.home / "elsewhere" / "veilpane-uninstall"

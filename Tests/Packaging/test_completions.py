@@ -58,11 +58,20 @@ class Completions(InATemporaryHome):
     def setUp(self):
         super().setUp()
         write_script(self.home / "bin" / "veilpane", FAKE_VEILPANE)
+        self.completions = self.home / "my completions"
+        shutil.copytree(COMPLETIONS, self.completions)
+
+    def command_elsewhere(self):
+        """Another veilpane, not on PATH, as it is typed."""
+        path = self.home / "my apps" / "veilpane"
+        write_script(path, "#!/bin/sh\nprintf '7\\tElsewhere\\tmain\\n'\n")
+        return str(path).replace(" ", "\\ ")
 
     def bash(self, *words):
         script = ('. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _veilpane; '
                   '[ ${#COMPREPLY[@]} -eq 0 ] || printf "%s\\n" "${COMPREPLY[@]}"')
-        run = self.run_command("bash", "-c", script, "bash", COMPLETIONS / "veilpane.bash", *words)
+        run = self.run_command("bash", "-c", script, "bash", self.completions / "veilpane.bash",
+                               *words)
         self.assertEqual(run.stderr, "")
         return run.stdout.splitlines()
 
@@ -76,14 +85,27 @@ class Completions(InATemporaryHome):
         self.assertEqual(self.bash("veilpane", "--power", "off", "3"), [])
         self.assertEqual(self.bash("veilpane", "--list", ""), [])
 
+    def test_bash_asks_the_command_that_is_typed(self):
+        self.assertEqual(self.bash(self.command_elsewhere(), "--power", "off", ""), ["7"])
+        (self.home / "apps").symlink_to("my apps")
+        self.assertEqual(self.bash("~/apps/veilpane", "--power", "off", ""), ["7"])
+
+    def test_bash_starts_no_other_command_to_find_the_one_that_is_typed(self):
+        for word in ("$(touch touched)/veilpane", "`touch touched`/veilpane", "x;touch touched",
+                     "<(touch touched)/veilpane", "'$(touch touched)'/veilpane"):
+            self.assertEqual(self.bash(word, "--power", "off", ""), [], word)
+            self.assertFalse((self.home / "touched").exists(), word)
+
     def test_bash_needs_nothing_newer_than_what_macos_has(self):
         text = (COMPLETIONS / "veilpane.bash").read_text(encoding="utf-8")
         for newer in ("mapfile", "readarray", "declare -A", "local -n", "compopt", ",,", "^^"):
             self.assertNotIn(newer, text)
 
     def fish(self, line):
-        script = f"source {COMPLETIONS}/veilpane.fish; complete -C '{line}'"
-        return self.run_command("fish", "-c", script).stdout.splitlines()
+        script = "source $argv[1]; complete -C $argv[2]"
+        run = self.run_command("fish", "-c", script, self.completions / "veilpane.fish", line)
+        self.assertEqual(run.stderr, "")
+        return run.stdout.splitlines()
 
     @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
     def test_fish_completes_options_states_and_displays_with_their_names(self):
@@ -92,12 +114,18 @@ class Completions(InATemporaryHome):
         self.assertEqual(set(self.fish("veilpane --power ")), {"on", "off"})
         self.assertEqual(self.fish("veilpane --power off "), ["1\tBuilt-in", "12\tStudio 演播室"])
 
+    @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
+    def test_fish_asks_the_command_that_is_typed(self):
+        self.assertEqual(self.fish(f"{self.command_elsewhere()} --power off "), ["7\tElsewhere"])
+        (self.home / "apps").symlink_to("my apps")
+        self.assertEqual(self.fish("~/apps/veilpane --power off "), ["7\tElsewhere"])
+
     def zsh(self):
         locale = "en_US.UTF-8" if sys.platform == "darwin" else "C.UTF-8"
         environment = dict(self.environment, TERM="vt100", LC_ALL=locale)
         terminal = Terminal(["zsh", "-f", "-i"], environment)
         self.addCleanup(terminal.close)
-        terminal.type(f"fpath=({COMPLETIONS} $fpath); autoload -Uz compinit; compinit -u -D; "
+        terminal.type(f"fpath=('{self.completions}' $fpath); autoload -Uz compinit; compinit -u -D; "
                       "PROMPT=; echo re''ady\n")
         terminal.wait_for("ready")
         return terminal
@@ -117,6 +145,12 @@ class Completions(InATemporaryHome):
         terminal.type("veilpane --power on \t\t")
         terminal.wait_for("Built-in (main,no-ddc)")
         terminal.wait_for("Studio 演播室 (ddc)")
+
+    @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
+    def test_zsh_asks_the_command_that_is_typed(self):
+        terminal = self.zsh()
+        terminal.type(f"{self.command_elsewhere()} --power off \t\t")
+        terminal.wait_for("off 7")
 
 
 if __name__ == "__main__":

@@ -94,7 +94,7 @@ add_subdirectory({PACKAGING} Packaging)
 
     @unittest.skipUnless(shutil.which("ruby"), "ruby is not installed")
     def test_the_cask_names_what_is_in_the_zip_and_nothing_else(self):
-        archive = self.home / "Veilpane.zip"
+        archive = self.home / f"Veilpane-{self.version}.zip"
         make_zip.make_zip(self.built, archive, 1700000000)
         make_cask.make_cask(archive, self.version, self.home / "veilpane.rb")
         run = self.run_command("ruby", pathlib.Path(__file__).parent / "record_cask.rb",

@@ -68,8 +68,10 @@ int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* 
         return call.returns(ENOENT);
     }
     std::vector<std::string> environment = childEnvironment(envp);
-    return call.returns(__real_posix_spawn(pid, SYSTEM_PROFILER_EXECUTABLE, actions, attributes,
-                                           argv, pointersTo(environment).data()));
+    const std::string executable =
+        RunningMac::current().scene().profilerExecutable.value_or(SYSTEM_PROFILER_EXECUTABLE);
+    return call.returns(__real_posix_spawn(pid, executable.c_str(), actions, attributes, argv,
+                                           pointersTo(environment).data()));
 }
 
 } // namespace

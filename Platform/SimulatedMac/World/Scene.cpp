@@ -214,6 +214,7 @@ void readProfiler(const Field& field, Scene& scene) {
     field.eachMember({
         {"output", [&](const Field& f) { scene.profilerOutput = f.text(); }},
         {"missing", [&](const Field& f) { scene.profilerMissing = f.boolean(); }},
+        {"executable", [&](const Field& f) { scene.profilerExecutable = f.text(); }},
     });
 }
 

@@ -70,6 +70,7 @@ struct Scene {
     nlohmann::json defaults = nlohmann::json::object();
     std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
     bool profilerMissing = false;
+    std::optional<std::string> profilerExecutable; ///< what is launched instead of the stand-in
     std::vector<SceneFault> faults;
 
     /// Reads a scene file's text. Throws SceneError, which names `source` and the key.

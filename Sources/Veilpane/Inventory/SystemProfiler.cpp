@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -57,16 +58,42 @@ private:
     posix_spawn_file_actions_t actions_;
 };
 
+// The child starts with no signal blocked, and SIGPIPE, which this program ignores, ends it as
+// usual. What the user had ignored from the beginning, as nohup does, stays ignored. Of descriptors
+// it gets the standard ones alone from us: all that this program opens is closed on exec.
+class SpawnAttributes {
+public:
+    SpawnAttributes() {
+        posix_spawnattr_init(&attributes_);
+        sigset_t signals;
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&attributes_, &signals);
+        sigaddset(&signals, SIGPIPE);
+        posix_spawnattr_setsigdefault(&attributes_, &signals);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
+
+    [[nodiscard]] const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_;
+};
+
 std::optional<pid_t> launch(const FileDescriptor& standardOutput) {
     SpawnFileActions actions;
     actions.redirect(STDOUT_FILENO, standardOutput);
     actions.discard(STDERR_FILENO);
+    const SpawnAttributes attributes;
     std::string name = executable;
     std::string dataType = "SPDisplaysDataType";
     std::string format = "-json";
     const std::array<char*, 4> arguments = {name.data(), dataType.data(), format.data(), nullptr};
     pid_t child = 0;
-    if (posix_spawn(&child, executable, actions.get(), nullptr, arguments.data(), environ) != 0) {
+    if (posix_spawn(&child, executable, actions.get(), attributes.get(), arguments.data(),
+                    environ) != 0) {
         return std::nullopt;
     }
     return child;

@@ -1,0 +1,50 @@
+// Prints as JSON what it was started with: the signals that it ignores or that are blocked, and the
+// descriptors that are open. It is linked with no library that could change them before main.
+
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+
+namespace {
+
+using Question = bool (*)(int number);
+
+bool isIgnored(int signal) {
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+bool isBlocked(int signal) {
+    sigset_t mask;
+    sigprocmask(SIG_BLOCK, nullptr, &mask);
+    return sigismember(&mask, signal) == 1;
+}
+
+bool isOpen(int descriptor) {
+    return fcntl(descriptor, F_GETFD) != -1;
+}
+
+void printNumbers(const char* name, int first, int end, Question question) {
+    std::printf("\"%s\": [", name);
+    const char* separator = "";
+    for (int number = first; number < end; ++number) {
+        if (question(number)) {
+            std::printf("%s%d", separator, number);
+            separator = ", ";
+        }
+    }
+    std::printf("]");
+}
+
+} // namespace
+
+int main() {
+    std::printf("{");
+    printNumbers("ignoredSignals", 1, NSIG, isIgnored);
+    std::printf(", ");
+    printNumbers("blockedSignals", 1, NSIG, isBlocked);
+    std::printf(", ");
+    printNumbers("descriptors", 0, 256, isOpen);
+    std::printf("}\n");
+    return 0;
+}

@@ -1,0 +1,55 @@
+#include "Veilpane/Inventory/SystemProfiler.h"
+
+#include "Support/SimulatedMacTest.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <nlohmann/json.hpp>
+
+namespace veilpane::test {
+namespace {
+
+// What is open here and goes to any child, as whoever started the tests has left it.
+std::vector<int> inheritableDescriptors() {
+    std::vector<int> numbers;
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        const int flags = fcntl(descriptor, F_GETFD);
+        if (flags != -1 && (flags & FD_CLOEXEC) == 0) {
+            numbers.push_back(descriptor);
+        }
+    }
+    return numbers;
+}
+
+class SystemProfilerTest : public SimulatedMacTest {
+protected:
+    static nlohmann::json startOfProfiler() {
+        boot(
+            R"({ "displays": [ { "id": 1 } ], "profiler": { "executable": ")" START_REPORT_EXECUTABLE
+            R"(" } })");
+        return nlohmann::json::parse(runSystemProfiler().value_or(""));
+    }
+};
+
+TEST_F(SystemProfilerTest, a_reader_that_goes_away_ends_the_profiler_although_not_this_program) {
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto ignored = startOfProfiler().at("ignoredSignals").get<std::vector<int>>();
+    EXPECT_EQ(std::ranges::count(ignored, SIGPIPE), 0);
+}
+
+TEST_F(SystemProfilerTest, a_signal_that_is_blocked_here_reaches_the_profiler) {
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    EXPECT_EQ(startOfProfiler().at("blockedSignals"), nlohmann::json::array());
+}
+
+TEST_F(SystemProfilerTest, the_profiler_gets_none_of_our_descriptors) {
+    const auto inheritable = inheritableDescriptors();
+    EXPECT_EQ(startOfProfiler().at("descriptors").get<std::vector<int>>(), inheritable);
+}
+
+} // namespace
+} // namespace veilpane::test

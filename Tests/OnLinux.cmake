@@ -6,6 +6,7 @@ target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScree
 
 target_sources(UnitTests PRIVATE
   Unit/Power/FaultLoopTest.cpp
+  Unit/Power/KnownLimitsTest.cpp
   Unit/Ownership/OwnedObjectsTest.cpp
   Unit/Support/StandardStreamsTest.mm)
 

@@ -1,0 +1,105 @@
+#include "Support/ChildProcess.h"
+#include "Support/Scenes.h"
+#include "Support/SimulatedMacTest.h"
+#include "Veilpane/Inventory/DisplayStore.h"
+#include "Veilpane/Power/BlackoutController.h"
+#include "Veilpane/Power/DisplayDisconnect.h"
+#include "Veilpane/Power/DisplayPower.h"
+
+#include <nlohmann/json.hpp>
+
+namespace veilpane::test {
+
+namespace {
+
+// What a user may be surprised by, each as it is: Docs/KnownLimits.md tells the way out. A change
+// here is a change of what that page says.
+
+using nlohmann::json;
+using simulated_mac::Mac;
+
+using KnownLimits = SimulatedMacTest;
+
+constexpr const char* storedKey = "Veilpane.disconnectedDisplayIDs";
+
+TEST_F(KnownLimits, the_only_ddc_monitor_is_taken_for_any_display_even_if_it_is_the_main_one) {
+    for (const CGDirectDisplayID displayID : {2u, 99u}) {
+        Mac& mac = boot(scene({R"({ "id": 1, "main": true, "ddc": true })", plain2},
+                              {noSkyLight, registry(R"({ "class": "IOFramebuffer", "i2cBuses": 1,
+                                  "children": [ { "class": "IOFramebufferI2CInterface" } ] })")}));
+        EXPECT_EQ(DisplayPower::setPower(false, displayID),
+                  (PowerResult{PowerMethod::ddc, true, "DDC 已发送 Power Off"}));
+        EXPECT_FALSE(mac.display(1).lit) << displayID;
+        EXPECT_TRUE(mac.display(2).lit) << displayID;
+    }
+}
+
+TEST_F(KnownLimits, display_0_is_asked_for_like_any_other) {
+    boot(scene({main1, plain2}));
+    (void)DisplayPower::setPower(false, 0);
+    EXPECT_EQ(calls({"SLSConfigureDisplayEnabled"}),
+              (std::vector<std::string>{"SLSConfigureDisplayEnabled(1, 0, false) = 1001"}));
+}
+
+TEST_F(KnownLimits, a_display_that_does_not_exist_is_said_to_be_blacked_out) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    EXPECT_EQ(
+        DisplayPower::setPower(false, 77),
+        (PowerResult{PowerMethod::blackout, true, "BlackOut：镜像 + Gamma 归零（软件兜底）"}));
+    EXPECT_TRUE(mac.display(1).lit);
+    EXPECT_TRUE(mac.display(2).lit);
+}
+
+TEST_F(KnownLimits,
+       of_two_programs_that_run_at_once_the_later_one_loses_what_the_other_remembered) {
+    Mac& mac = boot(scene({main1, plain2, plain3}));
+    ASSERT_FALSE(DisplayDisconnect::isDisconnectedByUs(2)); // what is stored is read now
+    inChildProcess([] {
+        (void)DisplayPower::setPower(false, 3);
+        return std::string();
+    });
+    ASSERT_EQ(mac.storedDefaults()[storedKey], json::array({3}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(mac.storedDefaults()[storedKey], json::array({2}));
+    EXPECT_FALSE(mac.display(3).lit);
+}
+
+TEST_F(KnownLimits, a_list_that_fails_once_makes_the_program_forget_what_it_disconnected) {
+    Mac& mac = boot(scene({main1, plain2, plain3}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    mac.failCall(fails("SLSGetDisplayList").nth(2).with(1000));
+    EXPECT_TRUE(DisplayDisconnect::ourDisconnectedIDs().empty());
+    EXPECT_FALSE(DisplayDisconnect::isDisconnectedByUs(2));
+    (void)DisplayDisconnect::setEnabled(false, 3);
+    EXPECT_EQ(mac.storedDefaults()[storedKey], json::array({3}));
+}
+
+TEST_F(KnownLimits, the_global_reset_lights_other_displays_whose_blackout_still_counts) {
+    Mac& mac = boot(scene({main1, plain2, R"({ "id": 3, "gamma": false })"}, {noSkyLight}));
+    BlackoutController::shared().blackout(2);
+    BlackoutController::shared().blackout(3);
+    ASSERT_FALSE(mac.display(2).lit);
+    BlackoutController::shared().restore(3);
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_TRUE(BlackoutController::shared().isBlackedOut(2));
+}
+
+TEST_F(KnownLimits, any_answer_but_0_makes_a_display_the_main_one) {
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("CGDisplayIsMain").every().with(-1));
+    EXPECT_EQ(DisplayPower::setPower(false, 2).message, "主屏禁止关闭，已阻止");
+    for (const DisplayItem& display : DisplayStore::shared().listDisplays()) {
+        EXPECT_TRUE(display.isMain) << display.id;
+    }
+}
+
+TEST_F(KnownLimits, a_display_that_nobody_can_see_counts_as_the_one_that_remains) {
+    Mac& mac =
+        boot(scene({R"({ "id": 1, "main": true, "screenName": "Virtual Display" })", plain2}));
+    EXPECT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_FALSE(mac.display(2).lit);
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -222,7 +222,7 @@ void run(const Arguments& arguments) {
     verb->second(arguments);
 }
 
-void complain(const std::string& problem) {
+void printProblem(const std::string& problem) {
     std::cerr << "macsim: " << shown(problem, longestLine) << '\n';
 }
 
@@ -239,7 +239,7 @@ void holdMissingStandardDescriptors() {
 bool finishOutput() {
     std::cout.flush();
     if (!std::cout.good()) {
-        complain("standard output: cannot be written");
+        printProblem("standard output: cannot be written");
     }
     return std::cout.good();
 }
@@ -251,7 +251,7 @@ int main(int argc, char** argv) {
     try {
         run(Arguments(argv + 1, argv + argc));
     } catch (const std::exception& error) {
-        complain(error.what());
+        printProblem(error.what());
         return 2;
     }
     return finishOutput() ? 0 : 2;

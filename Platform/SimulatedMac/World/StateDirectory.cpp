@@ -103,21 +103,26 @@ private:
     int fd_;
 };
 
-/// What is already there must be a regular file: a pipe would be waited for.
-void requireWritable(const std::string& file) {
-    if (isThere(file)) {
-        struct stat status = {};
-        if (isDanglingLink(file)) {
-            throw InputError(file + ": a link to nothing");
-        }
-        if (stat(file.c_str(), &status) != 0) {
-            rejectFor(errno, file);
-        }
-        requireRegular(status, file);
-        if (access(file.c_str(), W_OK) != 0) {
-            rejectFor(errno, file);
-        }
+void requireAccess(const std::string& path, const std::string& file) {
+    if (access(path.c_str(), W_OK) != 0) {
+        rejectFor(errno, file);
     }
+}
+
+/// The file can be made, or is a regular one: a pipe would be waited for.
+void requireWritable(const std::string& file) {
+    if (!isThere(file)) {
+        return requireAccess(std::filesystem::path(file).parent_path(), file);
+    }
+    struct stat status = {};
+    if (isDanglingLink(file)) {
+        throw InputError(file + ": a link to nothing");
+    }
+    if (stat(file.c_str(), &status) != 0) {
+        rejectFor(errno, file);
+    }
+    requireRegular(status, file);
+    requireAccess(file, file);
 }
 
 /// The new content of a file, beside it until it takes its place.

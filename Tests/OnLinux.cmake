@@ -14,6 +14,7 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/DeskCommandTest.cpp
   EndToEnd/Desktop.cpp
   EndToEnd/FullDeviceTest.cpp
+  EndToEnd/HostileProcessTest.cpp
   EndToEnd/MenuBarApplicationTest.cpp)
 find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)

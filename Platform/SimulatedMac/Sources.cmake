@@ -16,11 +16,17 @@ set(SIMULATED_MAC_SOURCES
   World/CallLog.cpp
   World/Complaint.cpp
   World/FaultPlan.cpp
+  World/Field.cpp
+  World/JsonText.cpp
   World/Ledger.cpp
   World/Mac.cpp
   World/MacState.cpp
+  World/Message.cpp
   World/ProcessIdentity.cpp
   World/RunningMac.cpp
   World/Scene.cpp
-  World/StateDirectory.cpp)
+  World/StateDirectory.cpp
+  World/StoredDefaults.cpp
+  World/StoredState.cpp
+  World/TextFile.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

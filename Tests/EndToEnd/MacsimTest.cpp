@@ -89,6 +89,24 @@ TEST(Macsim, a_wrong_command_line_is_one_line_and_status_2) {
         {{"unplug", "9"}, "macsim: no display 9\n"},
         {{"plug", "4294967296"}, "macsim: plug: '4294967296' is no display ID\n"},
         {{"reset", "now"}, "macsim: reset: unknown option 'now'\n"},
+        {{"unplug", "2 "}, "macsim: unplug: '2 ' is no display ID\n"},
+        {{"unplug", "+2"}, "macsim: unplug: '+2' is no display ID\n"},
+        {{"unplug", "-2"}, "macsim: unplug: '-2' is no display ID\n"},
+        {{"unplug", "0x2"}, "macsim: unplug: '0x2' is no display ID\n"},
+        {{"plug", "2.0"}, "macsim: plug: '2.0' is no display ID\n"},
+        {{"plug", ""}, "macsim: plug: '' is no display ID\n"},
+        {{"plug", std::string(5000, '7')},
+         "macsim: plug: '" + std::string(29, '7') + "…" + std::string(29, '7') +
+             "' is no display ID\n"},
+        {{""}, "macsim: unknown verb ''; 'macsim --help' lists them\n"},
+        {{"a\nb\x1b[31m"}, "macsim: unknown verb 'a\\nb\\u001b[31m'; 'macsim --help' lists them\n"},
+        {{"show", ""}, "macsim: show: unknown option ''\n"},
+        {{"show", "--json", "--json"}, "macsim: show: one too many: '--json'\n"},
+        {{"calls", "--json", "--clear"}, "macsim: calls: one too many: '--clear'\n"},
+        {{"defaults", "--json", "x"}, "macsim: defaults: one too many: 'x'\n"},
+        {{"--help", "me"}, "macsim: --help: unknown option 'me'\n"},
+        {{"desk", ""}, "macsim: desk: '' is no file name\n"},
+        {{"desk", "a.png", "b.png"}, "macsim: desk: takes one file name\n"},
     };
     for (const auto& [arguments, error] : rows) {
         EXPECT_EQ(mac.macsim(arguments), (ProgramRun{2, "", error}));
@@ -106,10 +124,10 @@ TEST(BadInput, a_bad_scene_is_one_line_that_names_file_and_key) {
 TEST(BadInput, an_unreadable_scene_is_one_line) {
     const MacOnDisk mac(twoDisplays);
     std::filesystem::remove(mac.sceneFile());
-    const ProgramRun expected{2, "", "simulated Mac: " + mac.sceneFile() + ": cannot be read\n"};
-    EXPECT_EQ(mac.macsim({"show"}), expected);
+    const std::string file = "simulated Mac: " + mac.sceneFile();
+    EXPECT_EQ(mac.macsim({"show"}), (ProgramRun{2, "", file + ": No such file or directory\n"}));
     std::filesystem::create_directory(mac.sceneFile());
-    EXPECT_EQ(mac.macsim({"show"}), expected);
+    EXPECT_EQ(mac.macsim({"show"}), (ProgramRun{2, "", file + ": Is a directory\n"}));
 }
 
 TEST(BadInput, a_bad_scene_leaves_the_old_state_intact) {
@@ -143,12 +161,11 @@ TEST(BadInput, a_damaged_state_is_one_line) {
     const std::string file = mac.stateDirectory() + "/state.json";
     std::ofstream(file) << "{ \"version\"";
     EXPECT_EQ(mac.macsim({"show"}),
-              (ProgramRun{2, "", "simulated Mac: " + file + ": not valid JSON\n"}));
-    std::ofstream(file) << R"({ "version": 1, "displays": { "2": {} } })";
+              (ProgramRun{2, "", "simulated Mac: " + file + ": not valid JSON at byte 12\n"}));
+    std::ofstream(file) << R"({ "version": 1, "scene": "{}", "displays": { "2": {} } })";
     EXPECT_EQ(
         mac.macsim({"show"}),
-        (ProgramRun{2, "",
-                    "simulated Mac: " + file + ": displays: not a state of a simulated Mac\n"}));
+        (ProgramRun{2, "", "simulated Mac: " + file + ": displays.2: connected is missing\n"}));
 }
 
 TEST(BadInput, a_state_directory_that_cannot_be_made_is_one_line) {

@@ -1,6 +1,7 @@
 #include "SimulatedMac/World/MacState.h"
 
 #include <gtest/gtest.h>
+#include <limits>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,6 +23,15 @@ MacState threeDisplays(const std::string& more = "") {
 GammaTable filledWith(float value) {
     const std::vector<float> channel(256, value);
     return {channel, channel, channel};
+}
+
+std::string errorOfStored(const Scene& scene, const nlohmann::json& stored) {
+    try {
+        (void)MacState(scene, stored, "state.json");
+    } catch (const InputError& error) {
+        return error.what();
+    }
+    return "no error";
 }
 
 TEST(MacStateTest, the_online_list_keeps_the_scenes_order_and_the_active_list_starts_with_main) {
@@ -205,6 +215,63 @@ TEST(MacStateTest, a_stored_state_reads_back_the_same) {
     const MacState copy(scene, state.toJson());
     EXPECT_EQ(copy.toJson(), state.toJson());
     EXPECT_EQ(copy.gamma(2), filledWith(0.25F));
+}
+
+TEST(MacStateTest, every_mistake_in_a_stored_state_names_the_key) {
+    const Scene scene = Scene::parse(three + "}", "scene");
+    struct Row {
+        const char* patch; ///< of the stored state of a Mac with a gamma table on display 2
+        const char* error;
+    };
+    const std::vector<Row> rows = {
+        {R"([ { "op": "add", "path": "/02", "value": {} } ])", "displays.02: no display ID"},
+        {R"([ { "op": "add", "path": "/+2", "value": {} } ])", "displays.+2: no display ID"},
+        {R"([ { "op": "add", "path": "/0", "value": {} } ])", "displays.0: no display ID"},
+        {R"([ { "op": "add", "path": "/4294967298", "value": {} } ])",
+         "displays.4294967298: no display ID"},
+        {R"([ { "op": "replace", "path": "/2", "value": [] } ])", "displays.2: must be an object"},
+        {R"([ { "op": "remove", "path": "/2/session" } ])", "displays.2: session is missing"},
+        {R"([ { "op": "replace", "path": "/2/connected", "value": 1 } ])",
+         "displays.2.connected: must be true or false"},
+        {R"([ { "op": "replace", "path": "/2/session/mirrors", "value": 4294967297 } ])",
+         "displays.2.session.mirrors: not within 0 and 4294967295"},
+        {R"([ { "op": "replace", "path": "/2/permanent/mirrors", "value": 1.5 } ])",
+         "displays.2.permanent.mirrors: must be a whole number"},
+        {R"([ { "op": "replace", "path": "/2/brightness", "value": 101 } ])",
+         "displays.2.brightness: not within 0 and 100"},
+        {R"([ { "op": "replace", "path": "/2/droppedMessages", "value": -1 } ])",
+         "displays.2.droppedMessages: not within 0 and 1000000000"},
+        {R"([ { "op": "replace", "path": "/2/gamma/table", "value": [ [], [] ] } ])",
+         "displays.2.gamma.table: must be 3 arrays"},
+        {R"([ { "op": "remove", "path": "/2/gamma/table/1/0" } ])",
+         "displays.2.gamma.table[1]: must be 256 numbers"},
+        {R"([ { "op": "replace", "path": "/2/gamma/table/1/0", "value": null } ])",
+         "displays.2.gamma.table[1][0]: must be a number"},
+        {R"([ { "op": "replace", "path": "/2/gamma/table/1/0", "value": 1e39 } ])",
+         "displays.2.gamma.table[1][0]: number out of range"},
+        {R"([ { "op": "replace", "path": "/2/gamma/pid", "value": -1 } ])",
+         "displays.2.gamma.pid: not within 1 and 2147483647"},
+    };
+    for (const auto& [patch, error] : rows) {
+        MacState state(scene);
+        state.setGamma(2, filledWith(0.25F), thisProcess());
+        const auto stored = state.toJson().patch(nlohmann::json::parse(patch));
+        EXPECT_EQ(errorOfStored(scene, stored), std::string("state.json: ") + error);
+    }
+    for (const auto& stored : nlohmann::json::parse(R"([ null, [], 1, "1", true ])")) {
+        EXPECT_EQ(errorOfStored(scene, stored), "state.json: displays: must be an object");
+    }
+}
+
+TEST(MacStateTest, a_table_with_what_is_no_number_can_be_stored) {
+    const Scene scene = Scene::parse(three + "}", "scene");
+    MacState state(scene);
+    state.setGamma(2, filledWith(std::numeric_limits<float>::quiet_NaN()), thisProcess());
+    state.setGamma(3, filledWith(std::numeric_limits<float>::infinity()), thisProcess());
+    const auto text = state.toJson().dump();
+    const MacState copy(scene, nlohmann::json::parse(text));
+    EXPECT_EQ(copy.gamma(2), filledWith(0));
+    EXPECT_EQ(copy.gamma(3), filledWith(0));
 }
 
 TEST(MacStateTest, a_scene_that_gained_or_lost_displays_keeps_the_others_state) {

@@ -33,6 +33,17 @@ TEST(SceneTest, every_mistake_is_one_line_that_names_the_file_and_the_key) {
          "desk.json: displays[0].id: not within 0 and 4294967295"},
         {R"({ "displays": [ { "id": 18446744073709551615 } ] })",
          "desk.json: displays[0].id: not within 0 and 4294967295"},
+        {R"({ "displays": [ { "id": 99999999999999999999 } ] })",
+         "desk.json: displays[0].id: not within 0 and 4294967295"},
+        {R"({ "displays": [ { "id": -0 } ] })", "desk.json: displays[0].id: 0 is no display"},
+        {R"({ "displays": [ { "id": -0.0 } ] })",
+         "desk.json: displays[0].id: must be a whole number"},
+        {R"({ "displays": [ { "id": 2e0 } ] })",
+         "desk.json: displays[0].id: must be a whole number"},
+        {R"({ "displays": [ { "id": 2 }, { "i\u0064": 2 } ] })",
+         "desk.json: displays[1].id: another display has the ID 2"},
+        {R"({ "displays": [ { "id": 2, "a\nb\u001b[31m": 1 } ] })",
+         "desk.json: displays[0].a\\nb\\u001b[31m: unknown key"},
         {R"({ "displays": [ { "id": 2, "colour": 1 } ] })",
          "desk.json: displays[0].colour: unknown key"},
         {R"({ "displays": [ { "id": 2, "main": 1 } ] })",
@@ -73,7 +84,17 @@ TEST(SceneTest, every_mistake_is_one_line_that_names_the_file_and_the_key) {
          "desk.json: registry[0].properties.P.en: must be a text"},
         {R"({ "registry": [ { "class": "X", "children": [ { "class": "Y", "i2cBuses": -1 } ] } ] })",
          "desk.json: registry[0].children[0].i2cBuses: not within 0 and 256"},
+        {R"({ "registry": [ { "class": "X", "properties": { "P": 9223372036854775808 } } ] })",
+         "desk.json: registry[0].properties.P: not within -9223372036854775808 and "
+         "9223372036854775807"},
         {R"({ "defaults": [] })", "desk.json: defaults: must be an object"},
+        {R"({ "defaults": { "a": null } })",
+         "desk.json: defaults.a: must be a number, a text, true, false, an array or an object"},
+        {R"({ "defaults": { "a": { "b": [ 1, null ] } } })",
+         "desk.json: defaults.a.b[1]: must be a number, a text, true, false, an array or an "
+         "object"},
+        {R"({ "defaults": { "a": 18446744073709551615 } })",
+         "desk.json: defaults.a: not within -9223372036854775808 and 9223372036854775807"},
         {R"({ "profiler": { "slow": true } })", "desk.json: profiler.slow: unknown key"},
         {R"({ "faults": [ { "returns": 1 } ] })", "desk.json: faults[0]: call is missing"},
         {R"({ "faults": [ { "call": "*" } ] })",
@@ -86,6 +107,27 @@ TEST(SceneTest, every_mistake_is_one_line_that_names_the_file_and_the_key) {
     for (const auto& [text, error] : rows) {
         EXPECT_EQ(errorOf(text), error);
     }
+}
+
+TEST(SceneTest, there_are_at_most_64_displays) {
+    std::string displays;
+    for (int id = 1; id <= 64; ++id) {
+        displays += (id == 1 ? "" : ",") + (R"({ "id": )" + std::to_string(id) + "}");
+    }
+    EXPECT_EQ(errorOf(R"({ "displays": [)" + displays + "] }"), "no error");
+    EXPECT_EQ(errorOf(R"({ "displays": [)" + displays + R"(, { "id": 65 } ] })"),
+              "desk.json: displays: more than 64");
+}
+
+TEST(SceneTest, the_registry_has_at_most_4096_nodes) {
+    std::string nodes = R"({ "class": "X" })";
+    for (int count = 3; count <= 4096; ++count) {
+        nodes += R"(, { "class": "X" })";
+    }
+    const std::string one = R"({ "registry": [ { "class": "X", "children": [)";
+    EXPECT_EQ(errorOf(one + nodes + "] } ] }"), "no error");
+    EXPECT_EQ(errorOf(one + nodes + R"(] }, { "class": "X" } ] })"),
+              "desk.json: registry: more than 4096 nodes");
 }
 
 TEST(SceneTest, every_key_may_be_left_out_but_a_displays_id) {

@@ -1,5 +1,7 @@
 #include "SimulatedMac/Tools/DeskPicture.h"
 
+#include "SimulatedMac/World/Message.h"
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -209,6 +211,19 @@ bool isBuiltIn(const Scene& scene, uint32_t id) {
     });
 }
 
+[[noreturn]] void rejectUnwritable(const std::string& file) {
+    throw std::runtime_error("desk: cannot write '" + shown(file, longestName) + "'");
+}
+
+/// A device, a pipe or a link would be gone, with the picture in its place.
+void requireReplaceable(const std::string& file) {
+    std::error_code error;
+    const auto status = std::filesystem::symlink_status(file, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw std::runtime_error("desk: '" + shown(file, longestName) + "' is no regular file");
+    }
+}
+
 /// A file beside the wanted one, which takes its name when it is complete.
 class UnfinishedFile {
 public:
@@ -222,7 +237,13 @@ public:
     }
 
     [[nodiscard]] const std::string& name() const { return name_; }
-    void finish() const { std::filesystem::rename(name_, file_); }
+    void finish() const {
+        std::error_code error;
+        std::filesystem::rename(name_, file_, error);
+        if (error) {
+            rejectUnwritable(file_);
+        }
+    }
 
 private:
     std::string file_;
@@ -250,6 +271,7 @@ DeskLayout layOutDesk(std::size_t displayCount) {
 
 void drawDesk(const std::vector<DisplayStatus>& displays, const Scene& scene,
               const std::string& file) {
+    requireReplaceable(file);
     const DeskLayout layout = layOutDesk(displays.size());
     const Surface surface(cairo_image_surface_create(
         CAIRO_FORMAT_RGB24, static_cast<int>(std::ceil(layout.width * deskPixelsPerPoint)),
@@ -270,7 +292,7 @@ void drawDesk(const std::vector<DisplayStatus>& displays, const Scene& scene,
     const UnfinishedFile unfinished(file);
     if (cairo_surface_write_to_png(surface.get(), unfinished.name().c_str()) !=
         CAIRO_STATUS_SUCCESS) {
-        throw std::runtime_error("desk: cannot write '" + file + "'");
+        rejectUnwritable(file);
     }
     unfinished.finish();
 }

@@ -61,5 +61,5 @@ int main(int argc, char** argv) {
     const auto& output = mac.scene().profilerOutput;
     const std::string text = output ? *output : report(mac).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
-    return 0;
+    return std::fflush(stdout) == 0 ? 0 : 2;
 }

@@ -2,15 +2,18 @@
 
 #include "SimulatedMac/Tools/DeskPicture.h"
 #include "SimulatedMac/World/AttendedMac.h"
+#include "SimulatedMac/World/Message.h"
 
 #include <charconv>
 #include <cstdio>
+#include <fcntl.h>
 #include <functional>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -86,7 +89,7 @@ void showTable() {
     std::vector<Arguments> rows = {
         {"ID", "NAME", "ARRANGEMENT", "POWER", "GAMMA", "BRIGHTNESS", "PICTURE"}};
     for (const DisplayStatus& display : AttendedMac::current().displays()) {
-        rows.push_back({std::to_string(display.id), display.name, arrangementOf(display),
+        rows.push_back({std::to_string(display.id), shown(display.name), arrangementOf(display),
                         display.power, display.gamma,
                         display.brightness ? std::to_string(*display.brightness) + " %" : "-",
                         display.lit ? "lit" : "dark"});
@@ -112,7 +115,7 @@ void printCalls(bool asJson) {
         if (asJson) {
             std::cout << line.dump() << '\n';
         } else {
-            std::cout << call.pid << "  " << call.call << call.args.dump() << " = "
+            std::cout << call.pid << "  " << shown(call.call) << call.args.dump() << " = "
                       << call.result.dump() << '\n';
         }
     }
@@ -122,6 +125,9 @@ std::string operand(const Arguments& arguments, const std::string& what) {
     if (arguments.size() != 2) {
         throw UsageError(arguments[0] + ": takes one " + what);
     }
+    if (arguments[1].empty()) {
+        throw UsageError(arguments[0] + ": '' is no " + what);
+    }
     return arguments[1];
 }
 
@@ -130,7 +136,7 @@ uint32_t displayOperand(const Arguments& arguments) {
     uint32_t id = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
     if (error != std::errc() || end != text.data() + text.size()) {
-        throw UsageError(arguments[0] + ": '" + text + "' is no display ID");
+        throw UsageError(arguments[0] + ": '" + shown(text) + "' is no display ID");
     }
     return id;
 }
@@ -143,7 +149,10 @@ std::string option(const Arguments& arguments, const std::vector<std::string>& a
     if (arguments.size() == 2 && std::ranges::find(allowed, arguments[1]) != allowed.end()) {
         return arguments[1];
     }
-    throw UsageError(arguments[0] + ": unknown option '" + arguments[1] + "'");
+    const bool known = std::ranges::find(allowed, arguments[1]) != allowed.end();
+    const std::string& odd = arguments[known ? 2 : 1];
+    throw UsageError(arguments[0] + ": " + (known ? "one too many: '" : "unknown option '") +
+                     shown(odd) + "'");
 }
 
 void show(const Arguments& arguments) {
@@ -191,7 +200,8 @@ void desk(const Arguments& arguments) {
     drawDesk(AttendedMac::current().displays(), AttendedMac::current().scene(), file);
 }
 
-void help(const Arguments&) {
+void help(const Arguments& arguments) {
+    option(arguments, {});
     std::cout << usage;
 }
 
@@ -207,20 +217,42 @@ void run(const Arguments& arguments) {
     }
     const auto verb = verbs.find(arguments[0]);
     if (verb == verbs.end()) {
-        throw UsageError("unknown verb '" + arguments[0] + "'; 'macsim --help' lists them");
+        throw UsageError("unknown verb '" + shown(arguments[0]) + "'; 'macsim --help' lists them");
     }
     verb->second(arguments);
+}
+
+void printProblem(const std::string& problem) {
+    std::cerr << "macsim: " << shown(problem, longestLine) << '\n';
+}
+
+/// The next file that is opened would otherwise take the number of one that is missing, and what is
+/// written to standard output go there. What stands in for them fails like them.
+void holdMissingStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(descriptor, F_GETFD) == -1) {
+            (void)open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+bool finishOutput() {
+    std::cout.flush();
+    if (!std::cout.good()) {
+        printProblem("standard output: cannot be written");
+    }
+    return std::cout.good();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    holdMissingStandardDescriptors();
     try {
         run(Arguments(argv + 1, argv + argc));
     } catch (const std::exception& error) {
-        std::cerr << "macsim: " << error.what() << '\n';
+        printProblem(error.what());
         return 2;
     }
-    std::cout.flush();
-    return std::cout.good() ? 0 : 2;
+    return finishOutput() ? 0 : 2;
 }

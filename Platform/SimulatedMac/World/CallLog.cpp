@@ -1,8 +1,9 @@
 #include "SimulatedMac/World/CallLog.h"
 
 #include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Field.h"
+#include "SimulatedMac/World/JsonText.h"
 
-#include <sstream>
 #include <unistd.h>
 #include <utility>
 
@@ -12,13 +13,20 @@ namespace {
 constexpr const char* logFile = "calls.jsonl";
 constexpr std::size_t bufferSize = 1 << 16;
 
-LoggedCall loggedCall(nlohmann::json line) {
-    LoggedCall call{line["pid"], line["call"], line["args"], line["result"], {}};
+LoggedCall loggedCall(const std::string& line, const std::string& place) {
+    nlohmann::json entry = parseJson(line, place);
+    const Field call(entry, place);
+    call.at("args").require(call.at("args").value().is_array(), "an array");
+    LoggedCall logged{static_cast<int>(call.at("pid").integer(0, INT32_MAX)),
+                      call.at("call").text(),
+                      call.at("args").value(),
+                      call.at("result").value(),
+                      {}};
     for (const char* const key : {"pid", "call", "args", "result"}) {
-        line.erase(key);
+        entry.erase(key);
     }
-    call.notes = std::move(line);
-    return call;
+    logged.notes = std::move(entry);
+    return logged;
 }
 
 } // namespace
@@ -41,17 +49,19 @@ void CallLog::flush() {
     }
 }
 
+void CallLog::requireWritable() const {
+    directory_.requireAppendable(logFile);
+}
+
 std::vector<LoggedCall> CallLog::read() {
     flush();
     std::vector<LoggedCall> all;
-    std::istringstream lines(directory_.readText(logFile));
-    for (std::string line; std::getline(lines, line);) {
-        auto entry = nlohmann::json::parse(line, nullptr, false);
-        if (entry.is_discarded()) {
-            complain(directory_.file(logFile) + ": not a call log");
+    orComplain([&] {
+        for (const std::string& line : directory_.readLines(logFile)) {
+            all.push_back(loggedCall(line, directory_.file(logFile) + ": line " +
+                                               std::to_string(all.size() + 1)));
         }
-        all.push_back(loggedCall(std::move(entry)));
-    }
+    });
     return all;
 }
 

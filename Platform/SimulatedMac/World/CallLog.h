@@ -27,6 +27,8 @@ public:
     void add(const LoggedCall& call);
     /// Writes what has been added.
     void flush();
+    /// Ends the process unless calls can be written.
+    void requireWritable() const;
     [[nodiscard]] std::vector<LoggedCall> read();
     void clear();
 

@@ -1,5 +1,7 @@
 #include "SimulatedMac/World/Complaint.h"
 
+#include "SimulatedMac/World/Message.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -8,7 +10,7 @@ namespace simulated_mac {
 
 void complain(const std::string& line) {
     std::fflush(stdout);
-    std::fprintf(stderr, "simulated Mac: %s\n", line.c_str());
+    std::fprintf(stderr, "simulated Mac: %s\n", shown(line, longestLine).c_str());
     _exit(2);
 }
 

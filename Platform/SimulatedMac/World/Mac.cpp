@@ -4,12 +4,12 @@
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StoredState.h"
+#include "SimulatedMac/World/TextFile.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <unistd.h>
 
 namespace simulated_mac {
@@ -20,41 +20,31 @@ std::string environment(const char* name) {
     return value == nullptr ? "" : value;
 }
 
+// A relative path would mean another directory wherever a program is started.
+std::string absolutePath(const char* name) {
+    const std::string path = environment(name);
+    return path.starts_with('/') ? path : "";
+}
+
 std::string defaultStateDirectory() {
-    const std::string stateHome = environment("XDG_STATE_HOME");
-    return (stateHome.empty() ? environment("HOME") + "/.local/state" : stateHome) +
-           "/veilpane/simulated-mac";
-}
-
-std::string textOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    if (!stream || std::filesystem::is_directory(file)) {
-        complain(file + ": cannot be read");
+    const std::string stateHome = absolutePath("XDG_STATE_HOME");
+    const std::string home = absolutePath("HOME");
+    if (stateHome.empty() && home.empty()) {
+        throw InputError("no directory for the state: neither SIMULATED_MAC_STATE is set, nor "
+                         "XDG_STATE_HOME or HOME to an absolute path");
     }
-    return content.str();
-}
-
-Scene sceneFrom(const std::string& text, const std::string& source) {
-    try {
-        return Scene::parse(text, source);
-    } catch (const SceneError& error) {
-        complain(error.what());
-    }
+    return (stateHome.empty() ? home + "/.local/state" : stateHome) + "/veilpane/simulated-mac";
 }
 
 // Without a scene file a Mac goes on being the one that its state was made from.
 Scene chosenScene(const StateDirectory& directory) {
     if (const std::string file = environment("SIMULATED_MAC_SCENE"); !file.empty()) {
-        return sceneFrom(textOf(file), file);
+        return Scene::parse(readTextFile(file), file);
     }
-    const auto stored = directory.read(StateDirectory::stateFile);
-    if (stored.is_object() && stored.contains("scene") && stored["scene"].is_string()) {
-        return sceneFrom(stored["scene"].get<std::string>(),
-                         directory.file(StateDirectory::stateFile));
-    }
-    return Scene::desk();
+    const auto stored = readState(directory);
+    return stored.is_null() ? Scene::desk()
+                            : Scene::parse(stored["scene"].get<std::string>(),
+                                           directory.file(StateDirectory::stateFile) + ": scene");
 }
 
 std::string newTemporaryDirectory() {
@@ -84,9 +74,11 @@ void endWithStatusOfLedger() {
 Mac& Mac::current() {
     auto& mac = currentMac();
     if (!mac) {
-        const std::string given = environment("SIMULATED_MAC_STATE");
-        const std::string path = given.empty() ? defaultStateDirectory() : given;
-        mac.reset(new Mac(chosenScene(StateDirectory(path)), path, false));
+        mac = orComplain([] {
+            const std::string given = environment("SIMULATED_MAC_STATE");
+            const std::string path = given.empty() ? defaultStateDirectory() : given;
+            return std::unique_ptr<Mac>(new Mac(chosenScene(StateDirectory(path)), path, false));
+        });
         std::atexit([] {
             current().callLog().flush();
             endWithStatusOfLedger();

@@ -1,11 +1,14 @@
 #include "SimulatedMac/World/MacState.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 
 namespace simulated_mac {
 namespace {
 
 constexpr std::size_t gammaSize = 256;
+constexpr int mostDroppedMessages = 1'000'000'000;
 
 constexpr uint32_t monitorAddress = 0x6E;
 constexpr uint8_t vcpBrightness = 0x10;
@@ -25,6 +28,36 @@ bool isZero(const GammaTable& table) {
     return std::ranges::all_of(table, [](const std::vector<float>& channel) {
         return std::ranges::all_of(channel, [](float entry) { return entry == 0; });
     });
+}
+
+std::vector<float> storedChannel(const Field& stored) {
+    std::vector<float> channel;
+    stored.eachElement([&channel](const Field& entry) { channel.push_back(entry.real()); });
+    stored.require(channel.size() == gammaSize, "256 numbers");
+    return channel;
+}
+
+GammaTable storedTable(const Field& stored) {
+    stored.require(stored.value().is_array() && stored.value().size() == 3, "3 arrays");
+    return {storedChannel(stored.element(0)), storedChannel(stored.element(1)),
+            storedChannel(stored.element(2))};
+}
+
+// One display has one spelling, so that none is there twice.
+uint32_t storedID(const std::string& key, const Field& display) {
+    uint32_t id = 0;
+    (void)std::from_chars(key.data(), key.data() + key.size(), id);
+    if (id == 0 || std::to_string(id) != key) {
+        display.reject("no display ID");
+    }
+    return id;
+}
+
+// What is no number has no place in JSON, nor in a table (assumed).
+void replaceNonNumbers(GammaTable& table) {
+    for (std::vector<float>& channel : table) {
+        std::ranges::replace_if(channel, [](float entry) { return !std::isfinite(entry); }, 0.0F);
+    }
 }
 
 // The XOR of the destination address and all bytes, the checksum included, is 0.
@@ -52,12 +85,15 @@ MacState::MacState(const Scene& scene) : softwareMirroring_(scene.softwareMirror
     }
 }
 
-MacState::MacState(const Scene& scene, const nlohmann::json& stored) : MacState(scene) {
-    for (const uint32_t id : order_) {
-        if (const auto found = stored.find(std::to_string(id)); found != stored.end()) {
-            displays_[id] = storedDisplay(*found);
+MacState::MacState(const Scene& scene, const nlohmann::json& stored, const std::string& source)
+    : MacState(scene) {
+    Field(stored, source, "displays").eachKey([this](const std::string& key, const Field& display) {
+        const uint32_t id = storedID(key, display);
+        const Display state = storedDisplay(display);
+        if (displays_.contains(id)) {
+            displays_[id] = state;
         }
-    }
+    });
 }
 
 MacState::Display MacState::initialDisplay(const SceneDisplay& display) {
@@ -68,20 +104,27 @@ MacState::Display MacState::initialDisplay(const SceneDisplay& display) {
     return state;
 }
 
-MacState::Display MacState::storedDisplay(const nlohmann::json& stored) {
+MacState::Layer MacState::storedLayer(const Field& stored) {
+    return {stored.at("enabled").boolean(), stored.at("mirrors").word()};
+}
+
+MacState::OwnedGamma MacState::storedGamma(const Field& stored) {
+    const auto pid = static_cast<int>(stored.at("pid").integer(1, INT32_MAX));
+    const auto start = static_cast<uint64_t>(stored.at("start").integer(0, INT64_MAX));
+    return {storedTable(stored.at("table")), {pid, start}};
+}
+
+MacState::Display MacState::storedDisplay(const Field& stored) {
     Display display;
-    display.connected = stored.at("connected").get<bool>();
-    display.session = {stored.at("session").at("enabled").get<bool>(),
-                       stored.at("session").at("mirrors").get<uint32_t>()};
-    display.permanent = {stored.at("permanent").at("enabled").get<bool>(),
-                         stored.at("permanent").at("mirrors").get<uint32_t>()};
-    display.brightness = stored.at("brightness").get<int>();
-    display.standby = stored.at("standby").get<bool>();
-    display.droppedMessages = stored.at("droppedMessages").get<int>();
-    if (const auto gamma = stored.find("gamma"); gamma != stored.end()) {
-        display.gamma =
-            OwnedGamma{gamma->at("table").get<GammaTable>(),
-                       {gamma->at("pid").get<int>(), gamma->at("start").get<uint64_t>()}};
+    display.connected = stored.at("connected").boolean();
+    display.session = storedLayer(stored.at("session"));
+    display.permanent = storedLayer(stored.at("permanent"));
+    display.brightness = static_cast<int>(stored.at("brightness").integer(0, 100));
+    display.standby = stored.at("standby").boolean();
+    display.droppedMessages =
+        static_cast<int>(stored.at("droppedMessages").integer(0, mostDroppedMessages));
+    if (stored.value().contains("gamma")) {
+        display.gamma = storedGamma(stored.at("gamma"));
     }
     return display;
 }
@@ -278,6 +321,7 @@ std::string MacState::gammaKind(uint32_t id) const {
 }
 
 void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {
+    replaceNonNumbers(table);
     displays_.at(id).gamma = OwnedGamma{std::move(table), owner};
 }
 
@@ -293,7 +337,7 @@ void MacState::monitorReceives(uint32_t id, uint32_t address, std::span<const ui
         return;
     }
     if (!isValidSetVCP(address, bytes)) {
-        ++display.droppedMessages;
+        display.droppedMessages = std::min(display.droppedMessages + 1, mostDroppedMessages);
         return;
     }
     const auto value = static_cast<uint16_t>(bytes[4] << 8 | bytes[5]);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SimulatedMac/World/Field.h"
 #include "SimulatedMac/World/ProcessIdentity.h"
 #include "SimulatedMac/World/Scene.h"
 
@@ -24,8 +25,9 @@ public:
     explicit MacState(const Scene& scene);
 
     /// A stored state of the same Mac. Displays that the scene has gained are plugged in, those
-    /// that it has lost are gone. Throws nlohmann::json::exception for what is no state.
-    MacState(const Scene& scene, const nlohmann::json& stored);
+    /// that it has lost are gone. Throws InputError, which names `source` and the key, for what is
+    /// no state.
+    MacState(const Scene& scene, const nlohmann::json& stored, const std::string& source = "state");
     [[nodiscard]] nlohmann::json toJson() const;
 
     // Lists, in the order of the scene.
@@ -84,7 +86,9 @@ private:
     };
 
     static Display initialDisplay(const SceneDisplay& display);
-    static Display storedDisplay(const nlohmann::json& stored);
+    static Layer storedLayer(const Field& stored);
+    static OwnedGamma storedGamma(const Field& stored);
+    static Display storedDisplay(const Field& stored);
     static nlohmann::json toJson(const Display& display);
     using Question = bool (MacState::*)(uint32_t id) const;
     [[nodiscard]] std::vector<uint32_t> displaysThat(Question isSo) const;

@@ -5,18 +5,19 @@
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/MacState.h"
 #include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StoredDefaults.h"
+#include "SimulatedMac/World/StoredState.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <unistd.h>
+#include <utility>
 
 namespace simulated_mac {
 namespace {
 
 constexpr const char* stateFile = StateDirectory::stateFile;
-constexpr const char* defaultsFile = "defaults.json";
-
-constexpr int stateVersion = 1;
+constexpr const char* defaultsFile = StateDirectory::defaultsFile;
 
 } // namespace
 
@@ -47,35 +48,34 @@ struct RunningMac::Internals {
     bool temporary;
     int owner;
     MacState state;
-    std::string stateVersionRead;
+    std::optional<std::string> stateVersionRead; ///< absent before the first reading
+    bool checked = false;
 
     [[nodiscard]] MacState storedState() const {
-        const auto stored = directory.read(stateFile);
-        const auto version = stored.is_object() ? stored.value("version", 0) : 0;
-        if (version > stateVersion) {
-            complain(directory.file(stateFile) + ": version: written by a newer simulated Mac");
-        }
-        if (version != stateVersion || !stored.contains("displays")) {
-            complain(directory.file(stateFile) + ": version: not a state of a simulated Mac");
-        }
-        try {
-            return {scene, stored["displays"]};
-        } catch (const nlohmann::json::exception&) {
-            complain(directory.file(stateFile) + ": displays: not a state of a simulated Mac");
-        }
+        return orComplain([this] {
+            const auto stored = readState(directory);
+            const std::string file = directory.file(stateFile);
+            if (stored.is_null()) {
+                throw InputError(file + ": gone");
+            }
+            return MacState(scene, stored["displays"], file);
+        });
+    }
+
+    [[nodiscard]] nlohmann::json stateToStore() const {
+        return {{"version", stateVersion}, {"scene", scene.text}, {"displays", state.toJson()}};
     }
 
     void publish() {
-        directory.replace(
-            stateFile,
-            {{"version", stateVersion}, {"scene", scene.text}, {"displays", state.toJson()}});
+        directory.replace(stateFile, stateToStore());
         stateVersionRead = directory.versionOf(stateFile);
     }
 
+    // The state comes last: a Mac that has one is complete, whenever its making was cut short.
     void createFromScene() {
         state = MacState(scene);
-        publish();
-        directory.replace(defaultsFile, scene.defaults);
+        directory.replaceAll({{defaultsFile, scene.defaults}, {stateFile, stateToStore()}});
+        stateVersionRead = directory.versionOf(stateFile);
     }
 };
 
@@ -142,15 +142,23 @@ void RunningMac::restoreScene() {
 }
 
 nlohmann::json RunningMac::storedDefaults() {
-    const auto stored = internals_->directory.read(defaultsFile);
-    return stored.is_object() ? stored : nlohmann::json::object();
+    return orComplain([this] { return readDefaults(internals_->directory); });
 }
 
 void RunningMac::storeDefaults(const nlohmann::json& defaults) {
     internals_->directory.locked([&] { internals_->directory.replace(defaultsFile, defaults); });
 }
 
+void RunningMac::checkFiles() {
+    if (!std::exchange(internals_->checked, true)) {
+        (void)state();
+        (void)storedDefaults();
+        callLog().requireWritable();
+    }
+}
+
 std::optional<SceneFault> RunningMac::beginCall(const std::string& function) {
+    checkFiles();
     return faults().count(function);
 }
 

@@ -58,6 +58,9 @@ protected:
     [[nodiscard]] const FaultPlan& faults() const;
 
 private:
+    /// At the first call, so that a program on a Mac that is damaged has done nothing yet.
+    void checkFiles();
+
     struct Internals;
     std::unique_ptr<Internals> internals_;
 };

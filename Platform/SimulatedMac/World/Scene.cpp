@@ -1,9 +1,10 @@
 #include "SimulatedMac/World/Scene.h"
 
+#include "SimulatedMac/World/Field.h"
+#include "SimulatedMac/World/JsonText.h"
+#include "SimulatedMac/World/StoredDefaults.h"
+
 #include <algorithm>
-#include <charconv>
-#include <functional>
-#include <map>
 #include <set>
 
 namespace simulated_mac {
@@ -11,77 +12,9 @@ namespace {
 
 using nlohmann::json;
 
-/// A JSON value together with its place in the scene, for messages that name it.
-class Field {
-public:
-    Field(const json& value, std::string source, std::string place = {})
-        : value_(value), source_(std::move(source)), place_(std::move(place)) {}
-
-    [[noreturn]] void reject(const std::string& problem) const {
-        throw SceneError(source_ + ": " + (place_.empty() ? "" : place_ + ": ") + problem);
-    }
-
-    [[nodiscard]] const json& value() const { return value_; }
-    [[nodiscard]] Field member(const std::string& key) const {
-        return {value_.at(key), source_, place_.empty() ? key : place_ + "." + key};
-    }
-    [[nodiscard]] Field element(std::size_t index) const {
-        return {value_.at(index), source_, place_ + "[" + std::to_string(index) + "]"};
-    }
-
-    [[nodiscard]] bool boolean() const {
-        require(value_.is_boolean(), "true or false");
-        return value_.get<bool>();
-    }
-    [[nodiscard]] std::string text() const {
-        require(value_.is_string(), "a text");
-        return value_.get<std::string>();
-    }
-    [[nodiscard]] int64_t integer(int64_t least, int64_t most) const {
-        require(value_.is_number_integer(), "a whole number");
-        const bool tooLarge = value_.is_number_unsigned() && value_.get<uint64_t>() > INT64_MAX;
-        if (tooLarge || value_.get<int64_t>() < least || value_.get<int64_t>() > most) {
-            reject("not within " + std::to_string(least) + " and " + std::to_string(most));
-        }
-        return value_.get<int64_t>();
-    }
-    [[nodiscard]] uint32_t word() const { return static_cast<uint32_t>(integer(0, UINT32_MAX)); }
-    /// An IOReturn, as a signed or an unsigned number.
-    [[nodiscard]] int32_t status() const {
-        return static_cast<int32_t>(integer(INT32_MIN, UINT32_MAX));
-    }
-
-    void eachElement(const std::function<void(const Field&)>& read) const {
-        require(value_.is_array(), "an array");
-        for (std::size_t i = 0; i < value_.size(); ++i) {
-            read(element(i));
-        }
-    }
-
-    using Readers = std::map<std::string, std::function<void(const Field&)>>;
-    /// Reads an object's members; one without a reader is an error.
-    void eachMember(const Readers& readers) const {
-        require(value_.is_object(), "an object");
-        for (const auto& [key, value] : value_.items()) {
-            const auto reader = readers.find(key);
-            if (reader == readers.end()) {
-                member(key).reject("unknown key");
-            }
-            reader->second(member(key));
-        }
-    }
-
-    void require(bool condition, const char* expected) const {
-        if (!condition) {
-            reject(std::string("must be ") + expected);
-        }
-    }
-
-private:
-    const json& value_;
-    std::string source_;
-    std::string place_;
-};
+/// More than anybody has, and few enough to be drawn and gone through again and again.
+constexpr std::size_t mostDisplays = 64;
+constexpr std::size_t mostNodes = 4096;
 
 MonitorDDC readMonitor(const Field& field) {
     MonitorDDC monitor;
@@ -145,9 +78,9 @@ void checkProperty(const Field& field) {
     if (value.is_object() && value.contains("data") && value.size() == 1) {
         checkData(field);
     } else if (value.is_object()) {
-        for (const auto& [key, member] : value.items()) {
-            field.member(key).require(member.is_string(), "a text");
-        }
+        field.eachKey([](const std::string&, const Field& member) { (void)member.text(); });
+    } else if (value.is_number() && !value.is_number_float()) {
+        (void)field.integer(INT64_MIN, INT64_MAX);
     } else {
         field.require(value.is_number() || value.is_string() || value.is_boolean(),
                       "a number, a text, true, false, {\"data\": …} or an object of texts");
@@ -160,10 +93,7 @@ RegistryNode readNode(const Field& field) {
         {"class", [&](const Field& f) { node.className = f.text(); }},
         {"properties",
          [&](const Field& f) {
-             f.require(f.value().is_object(), "an object");
-             for (const auto& [key, value] : f.value().items()) {
-                 checkProperty(f.member(key));
-             }
+             f.eachKey([](const std::string&, const Field& member) { checkProperty(member); });
              node.properties = f.value();
          }},
         {"i2cBuses", [&](const Field& f) { node.i2cBuses = static_cast<int>(f.integer(0, 256)); }},
@@ -208,6 +138,14 @@ std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
         exported.push_back(f.text());
     });
     return exported;
+}
+
+std::size_t countOf(const std::vector<RegistryNode>& nodes) {
+    std::size_t count = nodes.size();
+    for (const RegistryNode& node : nodes) {
+        count += countOf(node.children);
+    }
+    return count;
 }
 
 void readProfiler(const Field& field, Scene& scene) {
@@ -323,14 +261,6 @@ void connectBuses(RegistryNode& node, const Scene& scene) {
     }
 }
 
-json parseJson(const std::string& text, const std::string& source) {
-    try {
-        return json::parse(text);
-    } catch (const json::parse_error& error) {
-        throw SceneError(source + ": not valid JSON at byte " + std::to_string(error.byte));
-    }
-}
-
 constexpr const char* deskText = R"({
   "skylight": true,
   "displays": [
@@ -362,15 +292,21 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
         {"displays",
          [&](const Field& f) {
              f.eachElement([&](const Field& d) { scene.displays.push_back(readDisplay(d)); });
+             if (scene.displays.size() > mostDisplays) {
+                 f.reject("more than " + std::to_string(mostDisplays));
+             }
          }},
         {"registry",
          [&](const Field& f) {
              registryGiven = true;
              f.eachElement([&](const Field& n) { scene.registry.push_back(readNode(n)); });
+             if (countOf(scene.registry) > mostNodes) {
+                 f.reject("more than " + std::to_string(mostNodes) + " nodes");
+             }
          }},
         {"defaults",
          [&](const Field& f) {
-             f.require(f.value().is_object(), "an object");
+             checkDefaults(f);
              scene.defaults = f.value();
          }},
         {"profiler", [&](const Field& f) { readProfiler(f, scene); }},

@@ -1,19 +1,18 @@
 #pragma once
 
+#include "SimulatedMac/World/InputError.h"
+
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace simulated_mac {
 
-/// A scene that does not describe a possible Mac. The text is one line that names the source (a
-/// file name or "built-in scene") and the key.
-class SceneError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
+/// A scene that does not describe a possible Mac. The text names the source (a file name or
+/// "built-in scene") and the key.
+using SceneError = InputError;
 
 /// How a display's monitor answers DDC/CI; the codes are IOReturn values.
 struct MonitorDDC {

@@ -1,14 +1,17 @@
 #include "SimulatedMac/World/StateDirectory.h"
 
 #include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/Field.h"
+#include "SimulatedMac/World/InputError.h"
+#include "SimulatedMac/World/JsonText.h"
+#include "SimulatedMac/World/TextFile.h"
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <list>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,16 +19,43 @@
 namespace simulated_mac {
 namespace {
 
-[[noreturn]] void complainOf(const std::string& file, int error) {
-    complain(file + ": " + std::strerror(error));
+[[noreturn]] void rejectFor(int error, const std::string& file) {
+    throw InputError(file + ": " + std::strerror(error));
+}
+
+bool isThere(const std::string& file) {
+    struct stat status = {};
+    if (lstat(file.c_str(), &status) == 0) {
+        return true;
+    }
+    if (errno == ENOTDIR) {
+        rejectFor(errno, std::filesystem::path(file).parent_path());
+    }
+    if (errno != ENOENT) {
+        rejectFor(errno, file);
+    }
+    return false;
+}
+
+void createDirectories(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (isDanglingLink(path)) {
+        throw InputError(path + ": a link to nothing");
+    }
+    if (error || !std::filesystem::is_directory(path, error)) {
+        rejectFor(error ? error.value() : ENOTDIR, path);
+    }
 }
 
 class OpenFile {
 public:
-    OpenFile(const std::string& name, int flags)
-        : name_(name), fd_(open(name.c_str(), flags, 0666)) {
+    OpenFile(const std::string& name, int flags) : OpenFile(name, flags, name) {}
+    /// What goes wrong after the opening is told of the file that it is `meantFor`.
+    OpenFile(const std::string& name, int flags, std::string meantFor)
+        : name_(std::move(meantFor)), fd_(open(name.c_str(), flags | O_CREAT | O_CLOEXEC, 0666)) {
         if (fd_ < 0) {
-            complainOf(name, errno);
+            rejectFor(errno, name);
         }
     }
     OpenFile(const OpenFile&) = delete;
@@ -35,99 +65,178 @@ public:
     void lock() const {
         while (flock(fd_, LOCK_EX) != 0) {
             if (errno != EINTR) {
-                complainOf(name_, errno);
+                rejectFor(errno, name_);
             }
         }
     }
 
-    /// 0, or the error; what was written before it stays.
-    [[nodiscard]] int write(const std::string& text) const {
+    /// What was written before an error stays.
+    void write(const std::string& text) const {
         std::size_t written = 0;
         while (written < text.size()) {
             const ssize_t count = ::write(fd_, text.data() + written, text.size() - written);
             if (count < 0 && errno != EINTR) {
-                return errno;
+                rejectFor(errno, name_);
             }
             written += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
         }
-        return 0;
     }
 
-    [[nodiscard]] off_t size() const { return lseek(fd_, 0, SEEK_END); }
-    [[nodiscard]] int cutTo(off_t size) const { return ftruncate(fd_, size); }
+    /// The size without a last line that lacks its end.
+    [[nodiscard]] off_t sizeOfWholeLines() const {
+        off_t size = lseek(fd_, 0, SEEK_END);
+        char last = 0;
+        while (size > 0 && pread(fd_, &last, 1, size - 1) == 1 && last != '\n') {
+            --size;
+        }
+        return size;
+    }
+
+    void cutTo(off_t size) const {
+        if (ftruncate(fd_, size) != 0) {
+            rejectFor(errno, name_);
+        }
+    }
 
 private:
     std::string name_;
     int fd_;
 };
 
-} // namespace
-
-StateDirectory::StateDirectory(std::string path) : path_(std::move(path)) {
-    std::error_code error;
-    std::filesystem::create_directories(path_, error);
-    if (error || !std::filesystem::is_directory(path_)) {
-        complain(path_ + ": " + (error ? error.message() : "not a directory"));
+void requireAccess(const std::string& path, const std::string& file) {
+    if (access(path.c_str(), W_OK) != 0) {
+        rejectFor(errno, file);
     }
 }
 
+/// The file can be made, or is a regular one: a pipe would be waited for.
+void requireWritable(const std::string& file) {
+    if (!isThere(file)) {
+        return requireAccess(std::filesystem::path(file).parent_path(), file);
+    }
+    struct stat status = {};
+    if (isDanglingLink(file)) {
+        throw InputError(file + ": a link to nothing");
+    }
+    if (stat(file.c_str(), &status) != 0) {
+        rejectFor(errno, file);
+    }
+    requireRegular(status, file);
+    requireAccess(file, file);
+}
+
+/// The new content of a file, beside it until it takes its place.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(const std::string& file) : file_(file), temporary_(file + ".new") {}
+    UnfinishedFile(const UnfinishedFile&) = delete;
+    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+    ~UnfinishedFile() { unlink(temporary_.c_str()); }
+
+    void write(const nlohmann::json& content) const {
+        const std::string text =
+            content.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+        if (text.size() > largestFile) {
+            throw InputError(file_ + ": would be too large to be read again");
+        }
+        // Left behind by a process that was killed.
+        unlink(temporary_.c_str());
+        const OpenFile output(temporary_, O_WRONLY | O_EXCL, file_);
+        output.write(text);
+    }
+
+    void finish() const {
+        if (rename(temporary_.c_str(), file_.c_str()) != 0) {
+            rejectFor(errno, file_);
+        }
+    }
+
+private:
+    std::string file_;
+    std::string temporary_;
+};
+
+} // namespace
+
 void StateDirectory::locked(const std::function<void()>& action) const {
-    const OpenFile lock(file("lock"), O_RDWR | O_CREAT | O_CLOEXEC);
-    lock.lock();
-    action();
+    orComplain([&] {
+        createDirectories(path_);
+        requireWritable(file("lock"));
+        const OpenFile lock(file("lock"), O_RDWR);
+        lock.lock();
+        action();
+    });
 }
 
 bool StateDirectory::exists(const char* name) const {
-    return std::filesystem::exists(file(name));
-}
-
-std::string StateDirectory::readText(const char* name) const {
-    std::ifstream stream(file(name), std::ios::binary);
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
+    return orComplain([&] { return isThere(file(name)); });
 }
 
 nlohmann::json StateDirectory::read(const char* name) const {
-    if (!exists(name)) {
-        return nullptr;
-    }
-    const auto content = nlohmann::json::parse(readText(name), nullptr, false);
-    if (content.is_discarded()) {
-        complain(file(name) + ": not valid JSON");
-    }
-    return content;
+    return orComplain([&]() -> nlohmann::json {
+        if (!isThere(file(name))) {
+            return nullptr;
+        }
+        nlohmann::json content = parseJson(readTextFile(file(name)), file(name));
+        Field(content, file(name)).require(content.is_object(), "an object");
+        return content;
+    });
+}
+
+std::vector<std::string> StateDirectory::readLines(const char* name) const {
+    return orComplain([&] {
+        std::vector<std::string> lines;
+        const std::string text = isThere(file(name)) ? readTextFile(file(name), largestLog) : "";
+        std::size_t begin = 0;
+        for (std::size_t end = text.find('\n'); end != std::string::npos;
+             end = text.find('\n', begin)) {
+            lines.push_back(text.substr(begin, end - begin));
+            begin = end + 1;
+        }
+        return lines;
+    });
 }
 
 void StateDirectory::replace(const char* name, const nlohmann::json& content) const {
-    const std::string temporary = file(name) + ".new";
-    int error = 0;
-    {
-        const OpenFile output(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
-        error = output.write(content.dump(1) + "\n");
-    }
-    if (error == 0 && rename(temporary.c_str(), file(name).c_str()) != 0) {
-        error = errno;
-    }
-    if (error != 0) {
-        unlink(temporary.c_str());
-        complainOf(file(name), error);
-    }
+    replaceAll({{name, content}});
+}
+
+void StateDirectory::replaceAll(const std::vector<NewContent>& files) const {
+    orComplain([&] {
+        std::list<UnfinishedFile> unfinished;
+        for (const NewContent& newContent : files) {
+            unfinished.emplace_back(file(newContent.name)).write(newContent.content);
+        }
+        for (const UnfinishedFile& written : unfinished) {
+            written.finish();
+        }
+    });
 }
 
 void StateDirectory::append(const char* name, const std::string& lines) const {
-    const OpenFile output(file(name), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC);
-    const off_t before = output.size();
-    if (const int error = output.write(lines); error != 0) {
-        // A cut line would make the whole log unreadable.
-        (void)output.cutTo(before);
-        complainOf(file(name), error);
-    }
+    orComplain([&] {
+        requireWritable(file(name));
+        const OpenFile output(file(name), O_RDWR | O_APPEND);
+        // Another process may be in the middle of a line.
+        output.lock();
+        const off_t before = output.sizeOfWholeLines();
+        output.cutTo(before);
+        try {
+            output.write(lines);
+        } catch (const InputError&) {
+            output.cutTo(before);
+            throw;
+        }
+    });
+}
+
+void StateDirectory::requireAppendable(const char* name) const {
+    orComplain([&] { requireWritable(file(name)); });
 }
 
 void StateDirectory::remove(const char* name) const {
     if (unlink(file(name).c_str()) != 0 && errno != ENOENT) {
-        complainOf(file(name), errno);
+        complain(file(name) + ": " + std::strerror(errno));
     }
 }
 

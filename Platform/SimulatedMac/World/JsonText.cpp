@@ -26,13 +26,14 @@ public:
     bool binary(binary_t&) override { return false; }
 
     bool string(string_t& text) override {
-        requireNoNull(text);
         return add(std::move(text));
     }
 
     bool key(string_t& key) override {
         open_.back().key = key;
-        requireNoNull(key);
+        if (key.find('\0') != std::string::npos) {
+            reject("holds a U+0000");
+        }
         if (open_.back().container->contains(key)) {
             reject("given twice");
         }
@@ -74,12 +75,6 @@ private:
 
     [[noreturn]] void reject(const std::string& problem) const {
         throw InputError(source_ + ": " + (open_.empty() ? "" : place() + ": ") + problem);
-    }
-
-    void requireNoNull(const std::string& text) const {
-        if (text.find('\0') != std::string::npos) {
-            reject("holds a U+0000");
-        }
     }
 
     json& put(json value) {

@@ -287,7 +287,7 @@ TEST_F(MenuBarApplication, a_switch_that_is_on_is_grey_where_menus_do_not_look_k
     EXPECT_TRUE(eventually([&] { return !isShownOn(1); })) << "the knob is on the left";
 }
 
-TEST_F(MenuBarApplication, two_of_them_have_two_icons) {
+TEST_F(MenuBarApplication, a_second_one_starts_beside_the_first) {
     start(threeDisplays);
     const RunningProgram second(VEILPANE_EXECUTABLE, {}, mac->environment());
     EXPECT_TRUE(eventually([&] { return second.errorsSoFar().contains("buttonWidth"); }));
@@ -328,6 +328,25 @@ TEST_F(MenuBarApplication, unknown_options_start_it) {
         start(threeDisplays, {option});
         EXPECT_EQ(quit(), cleanRun()) << option;
     }
+}
+
+TEST_F(MenuBarApplication, a_habit_that_no_mac_has_ends_it_with_one_line) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"APPKIT_ACTIVATION", "sometimes",
+         "AppKit's stand-in: APPKIT_ACTIVATION is 'sometimes', neither granted nor refused\n"},
+        {"APPKIT_ACTIVATON", "refused",
+         "AppKit's stand-in: there is no variable APPKIT_ACTIVATON\n"}};
+    for (const auto& [variable, value, complaint] : rows) {
+        habit = {"unknown", {{variable, value}}};
+        run(threeDisplays, VEILPANE_EXECUTABLE, {});
+        EXPECT_EQ(finish(), (ProgramRun{2, "", complaint})) << variable;
+    }
+}
+
+TEST_F(MenuBarApplication, a_habit_without_a_value_is_the_kind_one) {
+    habit = {"empty", {{"APPKIT_MENU_ROWS", ""}}};
+    start(threeDisplays);
+    EXPECT_EQ(quit(), cleanRun());
 }
 
 class MenuBarApplicationWithout : public MenuBarApplication,

@@ -30,7 +30,8 @@ add_executable(MenuBarTests
   Unit/Menu/EventLogTest.mm
   Unit/Menu/MenuRowViewsTest.mm
   Unit/Menu/MenuTextTest.mm
-  Unit/Menu/StatusIconTest.mm)
+  Unit/Menu/StatusIconTest.mm
+  Unit/Menu/StatusMenuTest.mm)
 target_link_libraries(MenuBarTests PRIVATE TestSupport CompilerWarnings)
 gtest_discover_tests(MenuBarTests PROPERTIES LABELS menu-bar)
 

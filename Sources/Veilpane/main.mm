@@ -12,12 +12,21 @@ namespace veilpane {
 
 namespace {
 
+// AppKit would open every word of the command line as a document, and complain that it cannot. A
+// registered default is not stored.
+void leaveCommandLineAlone() {
+    [[NSUserDefaults standardUserDefaults]
+        registerDefaults:[NSDictionary dictionaryWithObject:@"NO"
+                                                     forKey:@"NSTreatUnknownArgumentsAsOpen"]];
+}
+
 void runApplication() {
     NSApplication* const application = [NSApplication sharedApplication];
     [application setActivationPolicy:NSApplicationActivationPolicyAccessory];
     AppMain::shared.delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
     [application setDelegate:AppMain::shared.delegate.get()];
     writeToStandardError("Veilpane GUI starting…\n");
+    leaveCommandLineAlone();
     [application run];
 }
 

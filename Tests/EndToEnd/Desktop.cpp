@@ -54,6 +54,20 @@ void Desktop::pressCommand(char letter) {
     XSync(connection_->display, False);
 }
 
+void Desktop::coverWith(Color color, Point upperLeft, Point lowerRight) {
+    Display* const display = connection_->display;
+    XSetWindowAttributes attributes{};
+    attributes.background_pixel = color;
+    attributes.override_redirect = True;
+    const Window window =
+        XCreateWindow(display, DefaultRootWindow(display), upperLeft.x, upperLeft.y,
+                      static_cast<unsigned>(lowerRight.x - upperLeft.x),
+                      static_cast<unsigned>(lowerRight.y - upperLeft.y), 0, CopyFromParent,
+                      InputOutput, nullptr, CWBackPixel | CWOverrideRedirect, &attributes);
+    XMapRaised(display, window);
+    XSync(display, False);
+}
+
 Color Desktop::colorAt(Point place) const {
     Display* const display = connection_->display;
     XImage* const image =

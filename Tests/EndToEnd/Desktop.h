@@ -28,6 +28,9 @@ public:
     /// Command and a letter.
     void pressCommand(char letter);
 
+    /// Opens another program's window above all that are open now. It stays until the desktop goes.
+    void coverWith(Color color, Point upperLeft, Point lowerRight);
+
     [[nodiscard]] Color colorAt(Point place) const;
 
 private:

@@ -40,6 +40,31 @@ constexpr Point quitRow = {1100, 234};
 constexpr Color menuBarBackground = 0xEEEEEE;
 constexpr Color menuBackground = 0xF7F7F7;
 constexpr Color accent = 0x0A7AFF;
+constexpr Color greyTrack = 0xD5D5D5;
+constexpr Color otherProgram = 0x336633;
+
+/// What Macs differ in.
+struct Habit {
+    std::string name;
+    std::map<std::string, std::string> environment;
+
+    friend std::ostream& operator<<(std::ostream& stream, const Habit& habit) {
+        return stream << habit.name;
+    }
+};
+
+const Habit kind = {"kind", {}};
+const Habit deadKeys = {"deadKeys", {{"APPKIT_VIEW_ITEM_KEYS", "dead"}}};
+const Habit noActivation = {"noActivation", {{"APPKIT_ACTIVATION", "refused"}}};
+const Habit rowsByFrame = {"rowsByFrame", {{"APPKIT_MENU_ROWS", "frames"}}};
+const Habit deadAlerts = {"deadAlerts", {{"APPKIT_ALERT_IN_MENU", "dead"}}};
+const Habit greySwitches = {"greySwitches", {{"APPKIT_MENU_SWITCHES", "grey"}}};
+const Habit unkind = {"unkind",
+                      {{"APPKIT_VIEW_ITEM_KEYS", "dead"},
+                       {"APPKIT_ACTIVATION", "refused"},
+                       {"APPKIT_MENU_ROWS", "frames"},
+                       {"APPKIT_ALERT_IN_MENU", "dead"},
+                       {"APPKIT_MENU_SWITCHES", "grey"}}};
 
 class MenuBarApplication : public testing::Test {
 protected:
@@ -52,7 +77,9 @@ protected:
     void run(const std::string& scene, const std::string& executable,
              const std::vector<std::string>& arguments) {
         mac.emplace(scene);
-        application = std::make_unique<RunningProgram>(executable, arguments, mac->environment());
+        std::map<std::string, std::string> environment = mac->environment();
+        environment.insert(habit.environment.begin(), habit.environment.end());
+        application = std::make_unique<RunningProgram>(executable, arguments, environment);
     }
 
     bool isMenuOpen() { return desktop.colorAt(menuCorner) == menuBackground; }
@@ -69,7 +96,16 @@ protected:
         ASSERT_TRUE(eventually([&] { return !isMenuOpen(); }));
     }
 
-    bool isShownOn(int row) { return desktop.colorAt(leftPartOf(switchOf(row))) == accent; }
+    bool isShownOn(int row) {
+        const bool isGrey = habit.environment.contains("APPKIT_MENU_SWITCHES");
+        return desktop.colorAt(leftPartOf(switchOf(row))) == (isGrey ? greyTrack : accent);
+    }
+
+    // Where an alert opens.
+    void coverTheMiddle() {
+        desktop.coverWith(otherProgram, {400, 100}, {900, 700});
+        ASSERT_TRUE(eventually([&] { return desktop.colorAt({640, 400}) == otherProgram; }));
+    }
 
     nlohmann::json display(std::uint32_t id) { return mac->display(id); }
 
@@ -87,6 +123,10 @@ protected:
     ProgramRun quit() {
         openMenu();
         desktop.pressCommand('q');
+        return end();
+    }
+
+    ProgramRun end() {
         ProgramRun run = finish();
         run.errors = withoutTimes(run.errors);
         return run;
@@ -101,13 +141,25 @@ protected:
         return {0, "", std::string("Veilpane GUI starting…\n") + loggedLaunch};
     }
 
+    Habit habit = kind;
     Desktop desktop;
     std::optional<MacOnDisk> mac;
     std::unique_ptr<RunningProgram> application;
     int alertButtonHeight = 0;
 };
 
-TEST_F(MenuBarApplication, a_flipped_switch_switches_the_display_off_and_stays) {
+/// A Mac with one of the habits that Macs differ in.
+class OnMac : public MenuBarApplication, public testing::WithParamInterface<Habit> {
+protected:
+    OnMac() { habit = GetParam(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, OnMac,
+                         testing::Values(kind, deadKeys, noActivation, rowsByFrame, deadAlerts,
+                                         greySwitches, unkind),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_P(OnMac, a_flipped_switch_switches_the_display_off_and_stays) {
     start(threeDisplays);
     openMenu();
     EXPECT_TRUE(isShownOn(1));
@@ -131,18 +183,30 @@ TEST_F(MenuBarApplication, flipping_it_back_switches_the_display_on) {
     EXPECT_EQ(display(2).at("enabled"), true);
 }
 
-TEST_F(MenuBarApplication, a_failure_shows_an_alert_and_the_switch_returns) {
+TEST_P(OnMac, a_failure_closes_the_menu_and_shows_an_alert_and_the_switch_returns) {
     start(nothingWorks);
     openMenu();
     ASSERT_TRUE(isShownOn(1));
     desktop.click(switchOf(1));
     ASSERT_TRUE(eventually([&] { return isAlertShown(); }));
+    EXPECT_FALSE(isMenuOpen());
     desktop.click({alertButton.x, alertButtonHeight});
-    EXPECT_TRUE(eventually([&] { return !isAlertShown(); }));
+    ASSERT_TRUE(eventually([&] { return !isAlertShown(); }));
+    openMenu();
     EXPECT_TRUE(eventually([&] { return isShownOn(1); }));
     EXPECT_EQ(display(2).at("lit"), true);
     closeMenu();
     EXPECT_EQ(quit(), cleanRun());
+}
+
+TEST_P(OnMac, an_alert_lies_above_the_windows_of_other_programs) {
+    start(nothingWorks);
+    openMenu();
+    coverTheMiddle();
+    desktop.click(switchOf(1));
+    ASSERT_TRUE(eventually([&] { return isAlertShown(); }));
+    desktop.click({alertButton.x, alertButtonHeight});
+    EXPECT_TRUE(eventually([&] { return !isAlertShown(); }));
 }
 
 TEST_F(MenuBarApplication, return_dismisses_the_alert) {
@@ -154,22 +218,52 @@ TEST_F(MenuBarApplication, return_dismisses_the_alert) {
     EXPECT_TRUE(eventually([&] { return !isAlertShown(); }));
 }
 
-TEST_F(MenuBarApplication, command_q_quits_while_the_menu_is_open) {
+TEST_P(OnMac, command_q_quits_while_the_menu_is_open) {
     start(threeDisplays);
     EXPECT_EQ(quit(), cleanRun());
     EXPECT_EQ(withoutTimes(contentOf(mac->environment().at("TMPDIR") + "/Veilpane.log")),
               loggedLaunch);
 }
 
-// AppKit sends no action for a click on an item's view, and the row does not ask for the mouse.
-TEST_F(MenuBarApplication, a_click_on_the_quit_row_does_nothing) {
+TEST_P(OnMac, a_click_on_the_quit_row_quits) {
     start(threeDisplays);
     openMenu();
     desktop.click(quitRow);
+    EXPECT_EQ(end(), cleanRun());
+}
+
+// Were the menu rebuilt, the row of the unplugged display would be gone.
+TEST_P(OnMac, another_command_key_leaves_the_open_menu_as_it_is) {
+    start(threeDisplays);
+    openMenu();
+    ASSERT_TRUE(eventually([&] { return isShownOn(2); }));
+    ASSERT_EQ(mac->macsim({"unplug", "3"}).status, 0);
+    desktop.pressCommand('x');
     desktop.click(switchOf(1));
-    ASSERT_TRUE(eventually([&] { return !isShownOn(1); }));
-    EXPECT_TRUE(application->isRunning());
+    ASSERT_TRUE(eventually([&] { return display(2).at("enabled") == false; }));
+    EXPECT_TRUE(isShownOn(2));
     EXPECT_TRUE(isMenuOpen());
+}
+
+TEST_F(MenuBarApplication, a_word_on_the_command_line_is_not_opened_as_a_document) {
+    start(threeDisplays, {"list"});
+    EXPECT_EQ(quit(), cleanRun());
+}
+
+TEST_F(MenuBarApplication, a_switch_that_is_on_is_grey_where_menus_do_not_look_key) {
+    habit = greySwitches;
+    start(threeDisplays);
+    openMenu();
+    EXPECT_TRUE(isShownOn(1));
+    desktop.click(switchOf(1));
+    EXPECT_TRUE(eventually([&] { return !isShownOn(1); })) << "the knob is on the left";
+}
+
+TEST_F(MenuBarApplication, a_second_one_starts_beside_the_first) {
+    start(threeDisplays);
+    const RunningProgram second(VEILPANE_EXECUTABLE, {}, mac->environment());
+    EXPECT_TRUE(eventually([&] { return second.errorsSoFar().contains("buttonWidth"); }));
+    EXPECT_TRUE(application->isRunning());
 }
 
 TEST_F(MenuBarApplication, a_click_beside_the_menu_closes_it) {
@@ -180,7 +274,7 @@ TEST_F(MenuBarApplication, a_click_beside_the_menu_closes_it) {
     EXPECT_EQ(quit(), cleanRun());
 }
 
-TEST_F(MenuBarApplication, quitting_restores_a_display_under_blackout) {
+TEST_P(OnMac, quitting_restores_a_display_under_blackout) {
     start(onlyBlackout);
     openMenu();
     desktop.click(switchOf(1));
@@ -206,6 +300,25 @@ TEST_F(MenuBarApplication, unknown_options_start_it) {
         start(threeDisplays, {option});
         EXPECT_EQ(quit(), cleanRun()) << option;
     }
+}
+
+TEST_F(MenuBarApplication, a_habit_that_no_mac_has_ends_it_with_one_line) {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"APPKIT_ACTIVATION", "sometimes",
+         "AppKit's stand-in: APPKIT_ACTIVATION is 'sometimes', neither granted nor refused\n"},
+        {"APPKIT_ACTIVATON", "refused",
+         "AppKit's stand-in: there is no variable APPKIT_ACTIVATON\n"}};
+    for (const auto& [variable, value, complaint] : rows) {
+        habit = {"unknown", {{variable, value}}};
+        run(threeDisplays, VEILPANE_EXECUTABLE, {});
+        EXPECT_EQ(finish(), (ProgramRun{2, "", complaint})) << variable;
+    }
+}
+
+TEST_F(MenuBarApplication, a_habit_without_a_value_is_the_kind_one) {
+    habit = {"empty", {{"APPKIT_MENU_ROWS", ""}}};
+    start(threeDisplays);
+    EXPECT_EQ(quit(), cleanRun());
 }
 
 struct UnusableStream {

@@ -28,8 +28,8 @@ def _classes(*names):
 
 EXPORTS = {
     "AppKit": _classes(
-        "NSAlert", "NSApplication", "NSBezierPath", "NSColor", "NSFont", "NSImage", "NSImageView",
-        "NSMenu", "NSMenuItem", "NSScreen", "NSStatusBar", "NSStatusBarButton", "NSStatusItem",
+        "NSAlert", "NSApplication", "NSBezierPath", "NSClickGestureRecognizer", "NSColor", "NSFont",
+        "NSImage", "NSImageView", "NSMenu", "NSMenuItem", "NSScreen", "NSStatusBar", "NSStatusBarButton", "NSStatusItem",
         "NSSwitch", "NSTextField", "NSView") | {
             "_NSApp", "_NSBeep", "_NSFontWeightMedium", "_NSFontWeightRegular",
             "_NSFontWeightSemibold"},
@@ -80,10 +80,11 @@ FORBIDDEN_OF_SYSTEM = ("__Z", "___cxa_throw", "___cxa_begin_catch", "___gxx")
 # The kernel runs no unsigned code for Apple silicon; it does for Intel.
 SIGNED_ARCHITECTURES = ["arm64"]
 
-CLASSES = ["AppDelegate", "MenuLabelRowView", "PowerSwitchRowView"]
+CLASSES = ["AppDelegate", "MenuLabelRowView", "PowerSwitchRowView", "StatusMenu"]
 
-SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:", "menuNeedsUpdate:",
-             "switchChanged:", "quit", "initWithCoder:"]
+SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:",
+             "applicationSupportsSecureRestorableState:", "menuNeedsUpdate:", "performKeyEquivalent:",
+             "cancelTrackingWithoutAnimation", "switchChanged:", "quit", "initWithCoder:"]
 
 SKYLIGHT = "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight"
 

@@ -2,12 +2,21 @@
 // GNUstep's own icon is suppressed.
 
 #include "AppKit/EventWaiting.h"
+#include "AppKit/Habits.h"
+#include "AppKit/KeyEquivalents.h"
+#include "AppKit/Launching.h"
+#include "ObjectiveC/MethodReplacement.h"
 
 #import <AppKit/AppKit.h>
 
 namespace {
 
 NSApplicationActivationPolicy currentPolicy = NSApplicationActivationPolicyProhibited;
+
+void refuseActivation() {
+    replaceInstanceMethod([NSApplication class], @selector(activateIgnoringOtherApps:),
+                          implementationOf(+[](NSApplication*, SEL, BOOL) {}));
+}
 
 } // namespace
 
@@ -21,7 +30,12 @@ NSApplicationActivationPolicy currentPolicy = NSApplicationActivationPolicyProhi
             @"GSX11HandlesWindowDecorations" : @(NO),
             @"GSSuppressAppIcon" : @(YES)
         }];
+        if (!habits().activationIsGranted) {
+            refuseActivation();
+        }
         watchXlibsQueue();
+        matchKeysAgainstStatusMenus();
+        finishLaunchingAsOnAMac();
         // Never released: the application is there as long as the process.
         NSApp = [[self alloc] init];
     }

@@ -1,11 +1,16 @@
 // Alerts that look like a Mac's: a narrow panel with an icon, a bold message, smaller text and wide
 // buttons below each other.
 
+#include "AppKit/Habits.h"
+#include "AppKit/MenuPanel.h"
 #include "AppKit/Palette.h"
 #include "AppKit/Panels.h"
 #include "AppKit/Symbols.h"
+#include "AppKit/XServer.h"
 #include "ObjectiveC/Retained.h"
+#import "Runtime/AttachedObject.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -17,6 +22,15 @@ constexpr CGFloat buttonHeight = 28;
 constexpr CGFloat distance = 10;
 constexpr CGFloat cornerRadius = 12;
 constexpr CGFloat textWidth = panelWidth - 2 * margin;
+const char windowKey = 0;
+
+CGFloat heightOf(NSArray* views) {
+    CGFloat height = 2 * margin - distance;
+    for (NSView* view in views) {
+        height += NSHeight([view frame]) + distance;
+    }
+    return height;
+}
 
 } // namespace
 
@@ -119,30 +133,37 @@ constexpr CGFloat textWidth = panelWidth - 2 * margin;
 
 @end
 
-/// Shows an alert's contents and answers with the tag of the button that was pressed.
-@interface AlertPanel : RoundedPanel
-- (instancetype)initWithViews:(NSArray*)views height:(CGFloat)height;
+/// The window of an alert: shows its contents and answers with the tag of the button that was
+/// pressed.
+@interface AlertPanel : RoundedPanel {
+@private
+    BOOL _isDead;
+    BOOL _isBehind;
+}
+/// The views stand below each other, with a margin around them.
+- (void)showViews:(NSArray*)views;
 - (NSInteger)runModal;
 @end
 
 @implementation AlertPanel
 
-// The views stand below each other, with a margin around them.
-- (instancetype)initWithViews:(NSArray*)views height:(CGFloat)height {
-    self = [super initWithContentSize:NSMakeSize(panelWidth, height)
+- (instancetype)init {
+    self = [super initWithContentSize:NSMakeSize(panelWidth, 2 * margin)
                          cornerRadius:cornerRadius
-                                level:NSModalPanelWindowLevel];
-    if (self != nil) {
-        const NSRect panel = [self panelRect];
-        CGFloat top = NSMaxY(panel) - margin;
-        for (NSView* view in views) {
-            const NSSize size = [view frame].size;
-            [view setFrameOrigin:NSMakePoint(NSMidX(panel) - size.width / 2, top - size.height)];
-            [[self contentView] addSubview:view];
-            top -= size.height + distance;
-        }
-    }
+                                level:NSNormalWindowLevel];
     return self;
+}
+
+- (void)showViews:(NSArray*)views {
+    [self resizePanel:NSMakeSize(panelWidth, heightOf(views))];
+    const NSRect panel = [self panelRect];
+    CGFloat top = NSMaxY(panel) - margin;
+    for (NSView* view in views) {
+        const NSSize size = [view frame].size;
+        [view setFrameOrigin:NSMakePoint(NSMidX(panel) - size.width / 2, top - size.height)];
+        [[self contentView] addSubview:view];
+        top -= size.height + distance;
+    }
 }
 
 - (void)press:(NSButton*)button {
@@ -150,42 +171,74 @@ constexpr CGFloat textWidth = panelWidth - 2 * margin;
 }
 
 - (NSInteger)runModal {
-    const NSRect screen = [[NSScreen mainScreen] frame];
-    const NSRect panel = [self panelRect];
-    [self showAtTopLeft:NSMakePoint(std::floor(NSMidX(screen) - NSWidth(panel) / 2),
-                                    std::floor(NSMaxY(screen) - NSHeight(screen) / 5))];
+    _isDead = isAnyMenuTracking() && !habits().alertsLiveInTracking;
+    // A window of an application that is not active lies behind those of others, unless it floats.
+    _isBehind = !habits().activationIsGranted && [self level] < NSFloatingWindowLevel;
+    [self setLevel:std::max<NSInteger>([self level], NSModalPanelWindowLevel)];
+    [self showAtTopLeft:[self place]];
     const NSInteger answer = [NSApp runModalForWindow:self];
     [self close];
     return answer;
+}
+
+- (void)orderWindow:(NSWindowOrderingMode)place relativeTo:(NSInteger)otherWindow {
+    [super orderWindow:place relativeTo:otherWindow];
+    if (place == NSWindowAbove && _isBehind) {
+        putBehindAllWindows(self);
+    }
+}
+
+// The keyboard is the active application's.
+- (BOOL)canBecomeKeyWindow {
+    return habits().activationIsGranted;
+}
+
+- (NSPoint)place {
+    const NSRect screen = [[NSScreen mainScreen] frame];
+    return NSMakePoint(std::floor(NSMidX(screen) - NSWidth([self panelRect]) / 2),
+                       std::floor(NSMaxY(screen) - NSHeight(screen) / 5));
+}
+
+// What a menu still waits for does not get here.
+- (void)sendEvent:(NSEvent*)event {
+    constexpr NSUInteger ofPerson = NSLeftMouseDownMask | NSLeftMouseUpMask | NSKeyDownMask;
+    if (!_isDead || (NSEventMaskFromType([event type]) & ofPerson) == 0) {
+        [super sendEvent:event];
+    }
 }
 
 @end
 
 @implementation NSAlert (MacLook)
 
+- (AlertPanel*)window {
+    return attachedObject<AlertPanel>(self, &windowKey);
+}
+
 - (NSInteger)runModal {
+    if ([[self buttons] count] == 0) {
+        [[self addButtonWithTitle:@"OK"] setTag:0];
+    }
+    AlertPanel* const panel = [self window];
+    for (NSButton* button in [self buttons]) {
+        [self dress:button];
+        [button setTarget:panel];
+        [button setAction:@selector(press:)];
+    }
+    [panel showViews:[self views]];
+    return [panel runModal];
+}
+
+- (NSArray*)views {
     NSMutableArray* const views = [NSMutableArray array];
     [views addObject:[[[AlertIconView alloc] initWithFrame:NSMakeRect(0, 0, iconSize, iconSize)]
                          autorelease]];
     [views addObject:[self textView:[self messageText] font:[NSFont boldSystemFontOfSize:13]]];
-    [views addObject:[self textView:[self informativeText] font:[NSFont systemFontOfSize:11]]];
-    if ([[self buttons] count] == 0) {
-        [[self addButtonWithTitle:@"OK"] setTag:0];
+    if ([[self informativeText] length] > 0) {
+        [views addObject:[self textView:[self informativeText] font:[NSFont systemFontOfSize:11]]];
     }
     [views addObjectsFromArray:[self buttons]];
-    for (NSButton* button in [self buttons]) {
-        [self dress:button];
-    }
-    CGFloat height = 2 * margin - distance;
-    for (NSView* view in views) {
-        height += NSHeight([view frame]) + distance;
-    }
-    AlertPanel* const panel = [[[AlertPanel alloc] initWithViews:views height:height] autorelease];
-    for (NSButton* button in [self buttons]) {
-        [button setTarget:panel];
-        [button setAction:@selector(press:)];
-    }
-    return [panel runModal];
+    return views;
 }
 
 - (NSView*)textView:(NSString*)text font:(NSFont*)font {

@@ -3,6 +3,7 @@
 #import "AppKit/Panels.h"
 
 #include "AppKit/XServer.h"
+#include "ObjectiveC/Retained.h"
 
 #include <memory>
 
@@ -10,6 +11,7 @@
 @interface MenuPanel : RoundedPanel {
 @private
     NSMenu* _shownMenu;
+    Retained<NSArray> _shownItems;
     NSMenuItem* _chosen;
     BOOL _isDone;
     NSWindow* _bar;
@@ -23,10 +25,26 @@
 /// Returns the item that was chosen, or nil.
 - (NSMenuItem*)trackWithBar:(NSWindow*)bar;
 
-/// Leaves the menu without a choice.
+/// Leaves the menu without a choice. Its window stays until whoever handles an event now is done.
 - (void)cancelTracking;
 
+/// The same, and the window is gone at once.
+- (void)cancelTrackingWithoutAnimation;
+
+/// Whether the menu waits for mouse and keyboard.
+@property (readonly) BOOL isTracking;
+
 @end
+
+/// Lets the delegate update the menu. If the menu is open, its rows are those of the present items
+/// afterwards.
+void updateMenu(NSMenu* menu);
+
+/// Sends the item's action: at once, or, if the menu is open, when it has been closed.
+void chooseItem(NSMenu* menu, NSMenuItem* item);
+
+/// Whether any menu waits for mouse and keyboard.
+bool isAnyMenuTracking();
 
 /// Updates the menu through its delegate, shows it below `anchor`, a rectangle of `bar`'s in screen
 /// coordinates, until it is left, and sends the chosen item's action.

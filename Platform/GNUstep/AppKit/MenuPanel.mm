@@ -1,7 +1,8 @@
 #import "AppKit/MenuPanel.h"
 
+#include "AppKit/Habits.h"
+#include "AppKit/KeyEquivalents.h"
 #include "AppKit/Palette.h"
-#include "ObjectiveC/Retained.h"
 
 #include <algorithm>
 #include <vector>
@@ -35,9 +36,15 @@ NSString* keyEquivalentText(NSMenuItem* item) {
     return [key length] == 0 ? @"" : [@"⌘" stringByAppendingString:key];
 }
 
+// Where rows have the size of their views' frames, what is in a view is laid out for that size.
 NSSize sizeOfView(NSView* view) {
-    if (![view translatesAutoresizingMaskIntoConstraints]) {
-        [view layoutSubtreeIfNeeded];
+    const NSSize given = [view frame].size;
+    if ([view translatesAutoresizingMaskIntoConstraints]) {
+        return given;
+    }
+    [view layoutSubtreeIfNeeded];
+    if (!habits().rowsAreSizedByConstraints) {
+        [view setFrameSize:given];
     }
     return [view frame].size;
 }
@@ -66,14 +73,6 @@ NSSize sizeOfMenu(NSMenu* menu) {
 
 bool isChoice(NSMenuItem* item) {
     return [item isEnabled] && ![item isSeparatorItem] && [item view] == nil;
-}
-
-bool matches(NSMenuItem* item, NSEvent* event) {
-    constexpr NSUInteger modifiers =
-        NSCommandKeyMask | NSAlternateKeyMask | NSControlKeyMask | NSShiftKeyMask;
-    return [item isEnabled] && [[item keyEquivalent] length] > 0 &&
-           [[item keyEquivalent] isEqualToString:[event charactersIgnoringModifiers]] &&
-           ([event modifierFlags] & modifiers) == ([item keyEquivalentModifierMask] & modifiers);
 }
 
 } // namespace
@@ -162,6 +161,7 @@ bool matches(NSMenuItem* item, NSEvent* event) {
 }
 
 - (void)addRows {
+    _shownItems = Retained<NSArray>::adopt([[_shownMenu itemArray] copy]);
     const NSRect panel = [self panelRect];
     CGFloat top = NSMaxY(panel) - verticalPadding;
     for (NSMenuItem* item in [_shownMenu itemArray]) {
@@ -175,6 +175,21 @@ bool matches(NSMenuItem* item, NSEvent* event) {
         [row setFrameOrigin:frame.origin];
         [[self contentView] addSubview:row];
     }
+}
+
+// The upper edge stays where it is.
+- (void)reloadRows {
+    if ([_shownItems.get() isEqual:[_shownMenu itemArray]]) {
+        return;
+    }
+    for (NSView* row in [[[[self contentView] subviews] copy] autorelease]) {
+        [row removeFromSuperview];
+    }
+    const NSPoint corner = [self topLeft];
+    [self orderOut:nil];
+    [self resizePanel:sizeOfMenu(_shownMenu)];
+    [self addRows];
+    [self showAtTopLeft:corner];
 }
 
 - (void)close {
@@ -197,6 +212,20 @@ bool matches(NSMenuItem* item, NSEvent* event) {
                                            data1:0
                                            data2:0]
              atStart:NO];
+}
+
+- (void)cancelTrackingWithoutAnimation {
+    [self cancelTracking];
+    _grab.reset();
+    [self orderOut:nil];
+}
+
+- (BOOL)isTracking {
+    return !_isDone;
+}
+
+- (BOOL)looksKey {
+    return habits().menusLookKey;
 }
 
 - (NSMenuItem*)trackWithBar:(NSWindow*)bar {
@@ -283,11 +312,8 @@ bool matches(NSMenuItem* item, NSEvent* event) {
         _isDone = YES;
         return;
     }
-    for (NSMenuItem* item in [_shownMenu itemArray]) {
-        if (matches(item, event)) {
-            [self choose:item];
-            return;
-        }
+    if (isCommandKey(event)) {
+        [_shownMenu performKeyEquivalent:event];
     }
 }
 
@@ -314,11 +340,38 @@ NSPoint topLeftFor(NSRect anchor, NSRect panel) {
                        NSMinY(anchor) - distance);
 }
 
+MenuPanel* panelOf(NSMenu* menu) {
+    for (const auto& [openMenu, panel] : openMenus()) {
+        if (openMenu == menu) {
+            return panel;
+        }
+    }
+    return nil;
+}
+
 } // namespace
+
+void updateMenu(NSMenu* menu) {
+    tellDelegate(menu, @selector(menuNeedsUpdate:));
+    [panelOf(menu) reloadRows];
+}
+
+void chooseItem(NSMenu* menu, NSMenuItem* item) {
+    if (MenuPanel* const panel = panelOf(menu)) {
+        [panel choose:item];
+    } else {
+        [NSApp sendAction:[item action] to:[item target] from:item];
+    }
+}
+
+bool isAnyMenuTracking() {
+    return std::ranges::any_of(openMenus(),
+                               [](const auto& open) { return [open.second isTracking]; });
+}
 
 void popUpMenu(NSMenu* menu, NSRect anchor, NSWindow* bar) {
     @autoreleasepool {
-        tellDelegate(menu, @selector(menuNeedsUpdate:));
+        updateMenu(menu);
         tellDelegate(menu, @selector(menuWillOpen:));
         keptUntilPoolDrains(menu);
         MenuPanel* const panel = [[[MenuPanel alloc] initWithMenu:menu] autorelease];
@@ -343,11 +396,11 @@ void popUpMenu(NSMenu* menu, NSRect anchor, NSWindow* bar) {
 }
 
 - (void)cancelTracking {
-    for (const auto& [menu, panel] : openMenus()) {
-        if (menu == self) {
-            [panel cancelTracking];
-        }
-    }
+    [panelOf(self) cancelTracking];
+}
+
+- (void)cancelTrackingWithoutAnimation {
+    [panelOf(self) cancelTrackingWithoutAnimation];
 }
 
 @end

@@ -18,4 +18,10 @@
 /// The visible panel, in the window's coordinates. Rows and controls are placed in it.
 @property (readonly) NSRect panelRect;
 
+/// The visible panel's upper left corner on the screen.
+@property (readonly) NSPoint topLeft;
+
+/// Gives the visible panel another size, for showAtTopLeft: to come.
+- (void)resizePanel:(NSSize)size;
+
 @end

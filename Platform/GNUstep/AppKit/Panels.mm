@@ -1,5 +1,6 @@
 #import "AppKit/Panels.h"
 
+#include "AppKit/GestureRecognizers.h"
 #include "AppKit/Palette.h"
 #include "AppKit/XServer.h"
 #include "ObjectiveC/Retained.h"
@@ -8,6 +9,10 @@ namespace {
 
 constexpr CGFloat shadowRoom = 18;
 constexpr int shadowSteps = 12;
+
+NSRect frameAround(NSSize panel) {
+    return NSMakeRect(0, 0, panel.width + 2 * shadowRoom, panel.height + 2 * shadowRoom);
+}
 
 NSBezierPath* roundedRect(NSRect rect, CGFloat radius) {
     return [NSBezierPath bezierPathWithRoundedRect:rect xRadius:radius yRadius:radius];
@@ -70,8 +75,7 @@ void drawShadow(NSRect rect, CGFloat radius) {
 - (instancetype)initWithContentSize:(NSSize)size
                        cornerRadius:(CGFloat)radius
                               level:(NSInteger)level {
-    const NSRect frame =
-        NSMakeRect(0, 0, size.width + 2 * shadowRoom, size.height + 2 * shadowRoom);
+    const NSRect frame = frameAround(size);
     self = [super initWithContentRect:frame
                             styleMask:NSBorderlessWindowMask
                               backing:NSBackingStoreBuffered
@@ -96,11 +100,28 @@ void drawShadow(NSRect rect, CGFloat radius) {
     return YES;
 }
 
+- (void)sendEvent:(NSEvent*)event {
+    if (!isTakenByRecognizer(event, self)) {
+        [super sendEvent:event];
+    }
+}
+
 - (void)takeBackdropForFrame:(NSRect)frame {
     const NSRect visible = visiblePart(frame);
     [static_cast<RoundedPanelView*>([self contentView])
         setBackdrop:snapshotOfScreen(visible)
              inRect:NSOffsetRect(visible, -NSMinX(frame), -NSMinY(frame))];
+}
+
+- (NSPoint)topLeft {
+    const NSRect frame = [self frame];
+    return NSMakePoint(NSMinX(frame) + shadowRoom, NSMaxY(frame) - shadowRoom);
+}
+
+- (void)resizePanel:(NSSize)size {
+    NSRect frame = [self frame];
+    frame.size = frameAround(size).size;
+    [self setFrame:frame display:NO];
 }
 
 - (void)showAtTopLeft:(NSPoint)corner {

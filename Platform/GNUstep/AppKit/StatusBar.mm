@@ -1,5 +1,7 @@
 // The menu bar along the screen's upper edge and the status items in it.
 
+#include "AppKit/StatusBar.h"
+
 #include "AppKit/Images.h"
 #include "AppKit/MenuPanel.h"
 #include "AppKit/Palette.h"
@@ -27,6 +29,7 @@ constexpr CGFloat paddingOfItem = 3;
 - (void)place;
 - (void)forget:(MenuBarItem*)item;
 - (NSWindow*)window;
+- (NSArray*)menus;
 @end
 
 @interface MenuBarItem : NSStatusItem {
@@ -237,6 +240,16 @@ constexpr CGFloat paddingOfItem = 3;
     return item;
 }
 
+- (NSArray*)menus {
+    NSMutableArray* const menus = [NSMutableArray array];
+    for (NSValue* value in _barItems.get()) {
+        if (NSMenu* const menu = [[value nonretainedObjectValue] menu]) {
+            [menus addObject:menu];
+        }
+    }
+    return menus;
+}
+
 - (void)removeStatusItem:(NSStatusItem*)item {
     [self forget:static_cast<MenuBarItem*>(item)];
     [[item button] removeFromSuperview];
@@ -261,6 +274,10 @@ constexpr CGFloat paddingOfItem = 3;
 }
 
 @end
+
+NSArray* statusMenus() {
+    return [static_cast<MenuBar*>([NSStatusBar systemStatusBar]) menus];
+}
 
 @implementation NSStatusBar (SystemStatusBar)
 

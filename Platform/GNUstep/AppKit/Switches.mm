@@ -1,4 +1,5 @@
-// Switches that look and feel like a Mac's: a pill whose knob moves on a click.
+// Switches that look and feel like a Mac's: a pill whose knob moves on a click. In a window that
+// does not look like the key one only the knob's place tells on from off.
 
 #import "AppKit/Palette.h"
 
@@ -20,8 +21,8 @@ NSBezierPath* pill(NSRect rect) {
     return [NSBezierPath bezierPathWithRoundedRect:rect xRadius:radius yRadius:radius];
 }
 
-void drawTrack(NSRect track, bool isOn) {
-    [(isOn ? Palette::accent() : Palette::black(0.14)) setFill];
+void drawTrack(NSRect track, bool isColoured) {
+    [(isColoured ? Palette::accent() : Palette::black(0.14)) setFill];
     [pill(track) fill];
     [Palette::black(0.06) setStroke];
     [pill(NSInsetRect(track, 0.5, 0.5)) stroke];
@@ -39,6 +40,14 @@ void drawKnob(NSRect track, bool isOn) {
 }
 
 } // namespace
+
+@implementation NSWindow (KeyLook)
+
+- (BOOL)looksKey {
+    return [self isKeyWindow];
+}
+
+@end
 
 @implementation NSSwitch (MacLook)
 
@@ -60,7 +69,7 @@ void drawKnob(NSRect track, bool isOn) {
     const NSRect track = NSMakeRect(NSMidX(bounds) - size.width / 2,
                                     NSMidY(bounds) - size.height / 2, size.width, size.height);
     const bool isOn = [self state] != NSControlStateValueOff;
-    drawTrack(track, isOn);
+    drawTrack(track, isOn && [[self window] looksKey]);
     drawKnob(track, isOn);
 }
 

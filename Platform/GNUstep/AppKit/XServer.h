@@ -9,6 +9,9 @@ NSRect visiblePart(NSRect rect);
 /// is nothing of it.
 NSImage* snapshotOfScreen(NSRect visibleRect);
 
+/// Lets a window that is on the screen lie behind all others, also those of other applications.
+void putBehindAllWindows(NSWindow* window);
+
 /// While it exists, a window hears of all presses of the mouse's buttons, also of those outside
 /// this application's windows.
 class PointerGrab {

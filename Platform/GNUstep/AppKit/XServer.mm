@@ -23,6 +23,10 @@ Display* xDisplay() {
     return static_cast<Display*>([GSCurrentServer() serverDevice]);
 }
 
+Window xWindow(NSWindow* window) {
+    return reinterpret_cast<Window>([window windowRef]);
+}
+
 NSBitmapImageRep* emptyBitmap(NSInteger width, NSInteger height) {
     return [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:nullptr
                                                     pixelsWide:width
@@ -78,10 +82,15 @@ NSImage* snapshotOfScreen(NSRect visibleRect) {
     return pixels != nullptr ? imageFrom(pixels.get(), visibleRect.size) : nil;
 }
 
+void putBehindAllWindows(NSWindow* window) {
+    XLowerWindow(xDisplay(), xWindow(window));
+    XFlush(xDisplay());
+}
+
 PointerGrab::PointerGrab(NSWindow* window) {
-    const auto target = reinterpret_cast<Window>([window windowRef]);
-    XGrabPointer(xDisplay(), target, True, ButtonPressMask | ButtonReleaseMask | PointerMotionMask,
-                 GrabModeAsync, GrabModeAsync, None, None, CurrentTime);
+    XGrabPointer(xDisplay(), xWindow(window), True,
+                 ButtonPressMask | ButtonReleaseMask | PointerMotionMask, GrabModeAsync,
+                 GrabModeAsync, None, None, CurrentTime);
     XFlush(xDisplay());
 }
 

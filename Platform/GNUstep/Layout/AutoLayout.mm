@@ -15,6 +15,13 @@ namespace {
 
 const char constraintsKey = 0;
 const char keepsNoFrameKey = 0;
+const char horizontalResistanceKey = 0;
+const char verticalResistanceKey = 0;
+
+const char* resistanceKey(NSLayoutConstraintOrientation orientation) {
+    return orientation == NSLayoutConstraintOrientationHorizontal ? &horizontalResistanceKey
+                                                                  : &verticalResistanceKey;
+}
 
 NSMutableArray* installedConstraints(NSView* view) {
     return attachedObject<NSMutableArray>(view, &constraintsKey);
@@ -50,6 +57,18 @@ NSMutableArray* installedConstraints(NSView* view) {
     keptUntilPoolDrains(constraint);
     [installedConstraints(self) removeObject:constraint];
     [constraint setActive:NO];
+}
+
+- (NSLayoutPriority)contentCompressionResistancePriorityForOrientation:
+    (NSLayoutConstraintOrientation)orientation {
+    NSNumber* const priority = objc_getAssociatedObject(self, resistanceKey(orientation));
+    return priority == nil ? NSLayoutPriorityDefaultHigh : [priority floatValue];
+}
+
+- (void)setContentCompressionResistancePriority:(NSLayoutPriority)priority
+                                 forOrientation:(NSLayoutConstraintOrientation)orientation {
+    objc_setAssociatedObject(self, resistanceKey(orientation), @(priority),
+                             OBJC_ASSOCIATION_RETAIN);
 }
 
 - (NSSize)intrinsicContentSize {

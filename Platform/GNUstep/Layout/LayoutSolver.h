@@ -39,7 +39,7 @@ private:
     void stateRoot();
     void stateFrame(NSView* view);
     void stateNaturalSize(NSView* view);
-    void stateNaturalLength(std::size_t variable, CGFloat length);
+    void stateNaturalLength(std::size_t variable, CGFloat length, NSLayoutPriority resistance);
     void stateConstraint(NSLayoutConstraint* constraint);
     [[nodiscard]] std::vector<Term> terms(NSView* view, NSLayoutAttribute attribute,
                                           double factor) const;

@@ -7,6 +7,8 @@ namespace {
 
 const double required = NSLayoutPriorityRequired;
 constexpr double missTolerance = 1e-3;
+// What is this long has the weight 1, so that the tolerance of a reached goal is no visible length.
+constexpr double usualLength = 100;
 
 Relation relationOf(NSLayoutConstraint* constraint) {
     switch ([constraint relation]) {
@@ -98,19 +100,24 @@ void LayoutSolver::stateNaturalSize(NSView* view) {
     state({{{own.width, 1}}, Relation::greaterOrEqual, 0}, required, nil);
     state({{{own.height, 1}}, Relation::greaterOrEqual, 0}, required, nil);
     const NSSize size = [view intrinsicContentSize];
-    stateNaturalLength(own.width, size.width);
-    stateNaturalLength(own.height, size.height);
+    stateNaturalLength(own.width, size.width,
+                       [view contentCompressionResistancePriorityForOrientation:
+                                 NSLayoutConstraintOrientationHorizontal]);
+    stateNaturalLength(own.height, size.height,
+                       [view contentCompressionResistancePriorityForOrientation:
+                                 NSLayoutConstraintOrientationVertical]);
 }
 
-// A view resists being cut more than it resists being stretched. Where two views compete for room,
-// each gives way in proportion, so that the one with more to show loses the more.
-void LayoutSolver::stateNaturalLength(std::size_t variable, CGFloat length) {
+// A view resists being cut more than it resists being stretched, unless told otherwise. Where two
+// views of the same resistance compete for room, each gives way in proportion, so that the one with
+// more to show loses the more.
+void LayoutSolver::stateNaturalLength(std::size_t variable, CGFloat length,
+                                      NSLayoutPriority resistance) {
     if (length < 0) {
         return;
     }
-    const double weight = 1 / std::max(1.0, length * length);
-    state({{{variable, 1}}, Relation::greaterOrEqual, length}, NSLayoutPriorityDefaultHigh, nil,
-          weight);
+    const double weight = usualLength * usualLength / std::max(1.0, length * length);
+    state({{{variable, 1}}, Relation::greaterOrEqual, length}, resistance, nil, weight);
     state({{{variable, 1}}, Relation::lessOrEqual, length}, NSLayoutPriorityDefaultLow, nil);
 }
 

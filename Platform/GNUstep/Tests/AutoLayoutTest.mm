@@ -210,4 +210,32 @@ TEST_F(AutoLayout, a_constraint_does_not_keep_its_views) {
     EXPECT_EQ([outer retainCount], before);
 }
 
+TEST_F(AutoLayout, the_view_with_the_lower_compression_resistance_gives_way) {
+    for (const bool isFirstWeak : {true, false}) {
+        NSView* const outer = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 80, 20)] autorelease];
+        NSTextField* const first = [NSTextField labelWithString:@"ten letters"];
+        NSTextField* const second = [NSTextField labelWithString:@"more than ten letters"];
+        for (NSTextField* label in @[ first, second ]) {
+            [label setTranslatesAutoresizingMaskIntoConstraints:NO];
+            [outer addSubview:label];
+        }
+        EXPECT_EQ([first contentCompressionResistancePriorityForOrientation:
+                             NSLayoutConstraintOrientationHorizontal],
+                  NSLayoutPriorityDefaultHigh);
+        NSTextField* const weak = isFirstWeak ? first : second;
+        NSTextField* const strong = isFirstWeak ? second : first;
+        [outer setFrameSize:NSMakeSize([strong intrinsicContentSize].width + 5, 20)];
+        [weak setContentCompressionResistancePriority:NSLayoutPriorityDefaultLow
+                                       forOrientation:NSLayoutConstraintOrientationHorizontal];
+        activate(@[
+            [[first leadingAnchor] constraintEqualToAnchor:[outer leadingAnchor]],
+            [[second leadingAnchor] constraintEqualToAnchor:[first trailingAnchor]],
+            [[second trailingAnchor] constraintEqualToAnchor:[outer trailingAnchor]]
+        ]);
+        [outer layoutSubtreeIfNeeded];
+        EXPECT_EQ(NSWidth([strong frame]), [strong intrinsicContentSize].width);
+        EXPECT_EQ(NSWidth([weak frame]), 5);
+    }
+}
+
 } // namespace

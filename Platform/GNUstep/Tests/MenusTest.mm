@@ -1,23 +1,40 @@
 // How menus behave as AppKit's do.
 
+#include "AppKit/Panels.h"
 #include "ObjectiveC/Retained.h"
 #include "Support/MenuBarTest.h"
 
 #import <AppKit/AppKit.h>
 
+#include <functional>
+
 namespace {
 
 std::vector<std::string>* heard = nullptr;
+// What the delegate does when the menu needs an update.
+std::function<void(NSMenu*)> rebuilding;
+std::function<void()> looking;
 
 } // namespace
 
 @interface MenuListener : NSObject <NSMenuDelegate>
+/// Looks at the open menu.
+- (void)look;
+- (void)recognize:(id)recognizer;
+- (void)flip:(id)control;
 @end
 
 @implementation MenuListener
 
-- (void)menuNeedsUpdate:(NSMenu*)__unused menu {
+- (void)menuNeedsUpdate:(NSMenu*)menu {
     heard->push_back("needs update");
+    if (rebuilding) {
+        rebuilding(menu);
+    }
+}
+
+- (void)look {
+    looking();
 }
 
 - (void)menuWillOpen:(NSMenu*)__unused menu {
@@ -26,6 +43,14 @@ std::vector<std::string>* heard = nullptr;
 
 - (void)menuDidClose:(NSMenu*)__unused menu {
     heard->push_back("did close");
+}
+
+- (void)recognize:(id)__unused recognizer {
+    heard->push_back("recognized");
+}
+
+- (void)flip:(id)__unused control {
+    heard->push_back("flipped");
 }
 
 - (void)choose:(NSMenuItem*)item {
@@ -58,22 +83,39 @@ protected:
         return added;
     }
 
+    static NSEvent* key(NSString* characters, NSUInteger modifiers) {
+        return [NSEvent keyEventWithType:NSKeyDown
+                                location:NSZeroPoint
+                           modifierFlags:modifiers
+                               timestamp:0
+                            windowNumber:0
+                                 context:nil
+                              characters:characters
+             charactersIgnoringModifiers:characters
+                               isARepeat:NO
+                                 keyCode:0];
+    }
+
     static void press(NSString* characters, NSUInteger modifiers) {
-        [NSApp postEvent:[NSEvent keyEventWithType:NSKeyDown
-                                                location:NSZeroPoint
-                                           modifierFlags:modifiers
-                                               timestamp:0
-                                            windowNumber:0
-                                                 context:nil
-                                              characters:characters
-                             charactersIgnoringModifiers:characters
-                                               isARepeat:NO
-                                                 keyCode:0]
-                 atStart:NO];
+        [NSApp postEvent:key(characters, modifiers) atStart:NO];
     }
 
     // Returns when the keys that were pressed before have closed the menu again.
     void open() { [[item.get() button] mouseDown:nil]; }
+
+    // Opens the menu, calls `look` after what was pressed before, and closes it.
+    void whileOpen(std::function<void()> look) {
+        looking = std::move(look);
+        [listener.get() performSelector:@selector(look)
+                             withObject:nil
+                             afterDelay:0.1
+                                inModes:@[ NSEventTrackingRunLoopMode ]];
+        [menu.get() performSelector:@selector(cancelTracking)
+                         withObject:nil
+                         afterDelay:0.2
+                            inModes:@[ NSEventTrackingRunLoopMode ]];
+        open();
+    }
 
     Heard told;
     Retained<MenuListener> listener = Retained<MenuListener>::adopt([MenuListener new]);
@@ -93,7 +135,8 @@ TEST_F(Menus, a_key_equivalent_closes_the_menu_and_then_sends_the_action) {
     addItem(@"Wanted", @"w");
     press(@"w", NSCommandKeyMask);
     open();
-    EXPECT_EQ(told, (Heard{"needs update", "will open", "did close", "chosen Wanted"}));
+    EXPECT_EQ(told,
+              (Heard{"needs update", "will open", "needs update", "did close", "chosen Wanted"}));
 }
 
 TEST_F(Menus, a_key_equivalent_works_for_an_item_with_a_view_too) {
@@ -113,7 +156,82 @@ TEST_F(Menus, other_modifiers_and_disabled_items_do_not_match) {
     press(@"d", NSCommandKeyMask);
     press(@"\x1B", 0);
     open();
-    EXPECT_EQ(told, (Heard{"needs update", "will open", "did close"}));
+    EXPECT_EQ(told.back(), "did close") << "nothing was chosen";
+}
+
+TEST_F(Menus, the_delegate_is_asked_for_every_command_key_and_for_no_other) {
+    press(@"w", 0);
+    press(@"w", NSCommandKeyMask);
+    press(@"x", NSCommandKeyMask | NSShiftKeyMask);
+    press(@"\x1B", 0);
+    open();
+    EXPECT_EQ(told,
+              (Heard{"needs update", "will open", "needs update", "needs update", "did close"}));
+}
+
+TEST_F(Menus, a_command_key_is_matched_against_the_closed_menu_of_a_status_item) {
+    addItem(@"Wanted", @"w");
+    [NSApp sendEvent:key(@"w", NSCommandKeyMask)];
+    EXPECT_EQ(told, (Heard{"needs update", "chosen Wanted"}));
+    told.clear();
+    [NSApp sendEvent:key(@"w", 0)];
+    EXPECT_EQ(told, Heard{});
+}
+
+TEST_F(Menus, the_delegate_may_make_the_wanted_item_when_a_key_is_matched) {
+    rebuilding = [this](NSMenu* rebuilt) {
+        [rebuilt removeAllItems];
+        NSMenuItem* const made = [[[NSMenuItem alloc] initWithTitle:@"Made"
+                                                             action:@selector(choose:)
+                                                      keyEquivalent:@"m"] autorelease];
+        [made setTarget:listener.get()];
+        [rebuilt addItem:made];
+    };
+    EXPECT_TRUE([menu.get() performKeyEquivalent:key(@"m", NSCommandKeyMask)]);
+    EXPECT_FALSE([menu.get() performKeyEquivalent:key(@"n", NSCommandKeyMask)]);
+    EXPECT_EQ(told, (Heard{"needs update", "chosen Made", "needs update"}));
+    rebuilding = nullptr;
+}
+
+TEST_F(Menus, a_menu_that_is_rebuilt_while_it_is_open_shows_its_new_rows) {
+    NSView* const first = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 90, 20)] autorelease];
+    NSView* const second = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 90, 50)] autorelease];
+    rebuilding = [&](NSMenu* rebuilt) {
+        const bool isFirst = [rebuilt numberOfItems] == 0;
+        [rebuilt removeAllItems];
+        [addItem(@"", @"") setView:isFirst ? first : second];
+    };
+    press(@"x", NSCommandKeyMask);
+    whileOpen([&] {
+        EXPECT_EQ([first window], nil);
+        EXPECT_NE([second window], nil);
+        EXPECT_GT(NSHeight([[second window] frame]), 50);
+    });
+    rebuilding = nullptr;
+}
+
+TEST_F(Menus, an_items_row_has_the_size_of_its_views_frame) {
+    NSView* const view = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 310, 77)] autorelease];
+    [addItem(@"", @"") setView:view];
+    whileOpen([&] {
+        EXPECT_TRUE(NSEqualSizes([view frame].size, NSMakeSize(310, 77)));
+        EXPECT_EQ(NSMinX([view frame]),
+                  NSMinX([static_cast<RoundedPanel*>([view window]) panelRect]));
+        EXPECT_EQ(NSWidth([static_cast<RoundedPanel*>([view window]) panelRect]), 310);
+    });
+}
+
+TEST_F(Menus, cancelling_without_animation_takes_the_window_away_at_once) {
+    NSView* const view = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 90, 20)] autorelease];
+    [addItem(@"", @"") setView:view];
+    whileOpen([&] {
+        EXPECT_TRUE([[view window] isVisible]);
+        [menu.get() cancelTracking];
+        EXPECT_TRUE([[view window] isVisible]) << "it still fades";
+        [menu.get() cancelTrackingWithoutAnimation];
+        EXPECT_FALSE([[view window] isVisible]);
+    });
+    EXPECT_EQ(told.back(), "did close");
 }
 
 TEST_F(Menus, cancel_tracking_closes_an_open_menu_only) {
@@ -153,6 +271,93 @@ TEST_F(Menus, a_newer_item_stands_to_the_left_and_a_released_one_leaves_the_bar)
         EXPECT_EQ([[[[item.get() button] superview] subviews] count], 2U);
     }
     EXPECT_EQ([[[[item.get() button] superview] subviews] count], 1U);
+}
+
+class GestureRecognizers : public Menus {
+protected:
+    // Presses the mouse's button in the middle of the view and lets it go there or elsewhere.
+    static void click(NSView* view, NSPoint offset = NSZeroPoint) {
+        const NSRect bounds = [view bounds];
+        const NSPoint middle = [view convertPoint:NSMakePoint(NSMidX(bounds), NSMidY(bounds))
+                                           toView:nil];
+        postMouse(NSLeftMouseUp, [view window],
+                  NSMakePoint(middle.x + offset.x, middle.y + offset.y));
+        [[view window] sendEvent:mouse(NSLeftMouseDown, [view window], middle)];
+    }
+
+    static NSEvent* mouse(NSEventType type, NSWindow* window, NSPoint place) {
+        return [NSEvent mouseEventWithType:type
+                                  location:place
+                             modifierFlags:0
+                                 timestamp:0
+                              windowNumber:[window windowNumber]
+                                   context:nil
+                               eventNumber:0
+                                clickCount:1
+                                  pressure:0];
+    }
+
+    static void postMouse(NSEventType type, NSWindow* window, NSPoint place) {
+        [NSApp postEvent:mouse(type, window, place) atStart:NO];
+    }
+
+    // A view with a recognizer, in a row of the menu, and a label in the view.
+    NSView* addRecognizingRow() {
+        NSView* const view = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 200, 40)] autorelease];
+        [view addGestureRecognizer:recognizer.get()];
+        NSTextField* const label = [NSTextField labelWithString:@"label"];
+        [label setFrame:NSMakeRect(50, 10, 100, 20)];
+        [view addSubview:label];
+        [addItem(@"", @"") setView:view];
+        return view;
+    }
+
+    Retained<NSClickGestureRecognizer> recognizer = Retained<NSClickGestureRecognizer>::adopt(
+        [[NSClickGestureRecognizer alloc] initWithTarget:listener.get()
+                                                  action:@selector(recognize:)]);
+};
+
+TEST_F(GestureRecognizers, know_their_target_action_and_view) {
+    NSView* const view = addRecognizingRow();
+    EXPECT_EQ([recognizer.get() target], static_cast<id>(listener.get()));
+    EXPECT_EQ(text(NSStringFromSelector([recognizer.get() action])), "recognize:");
+    EXPECT_EQ([recognizer.get() view], view);
+    EXPECT_EQ([[view gestureRecognizers] count], 1U);
+    [view removeGestureRecognizer:recognizer.get()];
+    EXPECT_EQ([recognizer.get() view], nil);
+    EXPECT_EQ([[view gestureRecognizers] count], 0U);
+}
+
+TEST_F(GestureRecognizers, a_click_on_a_view_in_a_menu_or_on_a_label_in_it_sends_the_action) {
+    NSView* const view = addRecognizingRow();
+    whileOpen([&] {
+        told.clear();
+        click(view);
+        EXPECT_EQ(told, Heard{"recognized"});
+    });
+}
+
+TEST_F(GestureRecognizers, a_button_that_is_let_go_elsewhere_sends_nothing) {
+    NSView* const view = addRecognizingRow();
+    whileOpen([&] {
+        told.clear();
+        click(view, NSMakePoint(0, 60));
+        EXPECT_EQ(told, Heard{});
+    });
+}
+
+TEST_F(GestureRecognizers, a_control_with_an_action_gets_its_clicks_itself) {
+    NSView* const view = addRecognizingRow();
+    NSSwitch* const control = [[[NSSwitch alloc] initWithFrame:[view bounds]] autorelease];
+    [control setEnabled:YES];
+    [control setTarget:listener.get()];
+    [control setAction:@selector(flip:)];
+    [view addSubview:control];
+    whileOpen([&] {
+        told.clear();
+        click(control);
+        EXPECT_EQ(told, Heard{"flipped"});
+    });
 }
 
 class Images : public MenuBarTest {};

@@ -17,8 +17,11 @@ InternalCalls::~InternalCalls() {
     --internalDepth;
 }
 
+// In braces a single value that is JSON already stays that value instead of becoming a list of one.
 Call::Call(std::string name, nlohmann::json args)
-    : name_(std::move(name)), args_(std::move(args)), internal_(internalDepth > 0) {
+    : name_(std::move(name))
+    , args_(args.is_array() ? std::move(args) : nlohmann::json::array({std::move(args)}))
+    , internal_(internalDepth > 0) {
     if (internal_) {
         return;
     }

@@ -78,6 +78,9 @@ TEST(CoreFoundation, a_dictionary_owns_its_members) {
     EXPECT_EQ(textOf(static_cast<CFStringRef>(CFDictionaryGetValue(dictionary, CFSTR("key")))),
               "value");
     EXPECT_EQ(CFDictionaryGetValue(dictionary, CFSTR("other")), nullptr);
+    for (const LoggedCall& call : Mac::current().calls()) {
+        EXPECT_TRUE(call.args.is_array()) << call.call;
+    }
     CFRelease(dictionary);
     EXPECT_EQ(ledger::outstanding(), "");
 }

@@ -8,6 +8,7 @@
 #include "Veilpane/Menu/MenuText.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 #include "Veilpane/Menu/StatusIcon.h"
+#import "Veilpane/Menu/StatusMenu.h"
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
 #include "Veilpane/Power/DisplayPower.h"
@@ -33,6 +34,8 @@ NSString* nsString(const std::string& text) {
 }
 
 NSMenuItem* makeItem(NSView* view, bool enabled) {
+    // A menu's row is as large as its view's frame; that it heeds constraints is nowhere promised.
+    [view setFrameSize:[view fittingSize]];
     NSMenuItem* const item = [[[NSMenuItem alloc] initWithTitle:@""
                                                          action:nullptr
                                                   keyEquivalent:@""] autorelease];
@@ -84,6 +87,11 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     veilpane::BlackoutController::shared().restoreAll();
 }
 
+// AppKit warns on standard error of a delegate that does not say so.
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)__unused application {
+    return YES;
+}
+
 - (void)menuNeedsUpdate:(NSMenu*)menu {
     [menu removeAllItems];
     _powerRows.clear();
@@ -123,7 +131,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
 }
 
 - (NSMenu*)makeMenu {
-    NSMenu* const menu = [[[NSMenu alloc] init] autorelease];
+    NSMenu* const menu = [[[StatusMenu alloc] init] autorelease];
     [menu setDelegate:self];
     [menu setAutoenablesItems:NO];
     return menu;
@@ -198,6 +206,10 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
                color:[NSColor labelColor]
         trailingText:@"⌘Q"
               height:32]);
+    // AppKit sends an item's action for no click on its view.
+    const auto click = veilpane::NSRef<NSClickGestureRecognizer>::adopt(
+        [[NSClickGestureRecognizer alloc] initWithTarget:self action:@selector(quit)]);
+    [view.get() addGestureRecognizer:click.get()];
     NSMenuItem* const item = veilpane::makeItem(view.get(), true);
     [item setTarget:self];
     [item setAction:@selector(quit)];
@@ -218,6 +230,9 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     _lastMessage = (wantsOn ? "开： " : "关： ") + result.message;
     [self showDisplay:displayID asOn:veilpane::currentlyOn(displayID)];
     if (!result.success) {
+        // An alert that runs while the menu still waits may leave both dead. With the animation an
+        // invisible window may go on taking clicks.
+        [[_statusItem.get() menu] cancelTrackingWithoutAnimation];
         veilpane::showAlert(wantsOn, displayID, result);
     }
 }

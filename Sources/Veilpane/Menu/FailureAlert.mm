@@ -30,7 +30,9 @@ void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result) 
     [alert.get() setMessageText:on ? @"无法打开显示器" : @"无法关闭显示器"];
     [alert.get() setInformativeText:informativeText(displayID, result)];
     [alert.get() addButtonWithTitle:@"好"];
-    // An accessory application is not in front by itself.
+    // An accessory application is not in front by itself, and its activation may be refused: a
+    // window at the normal level would then open behind those of other applications.
+    [[alert.get() window] setLevel:NSFloatingWindowLevel];
     [NSApp activateIgnoringOtherApps:YES];
     [alert.get() runModal];
 }

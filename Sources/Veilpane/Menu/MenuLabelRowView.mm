@@ -58,6 +58,9 @@
     [trailing setFont:[NSFont systemFontOfSize:12]];
     [trailing setTextColor:[NSColor secondaryLabelColor]];
     [trailing setTranslatesAutoresizingMaskIntoConstraints:NO];
+    // Where both do not fit, the text is cut and not the trailing one.
+    [_label.get() setContentCompressionResistancePriority:NSLayoutPriorityDefaultLow
+                                           forOrientation:NSLayoutConstraintOrientationHorizontal];
     [self addSubview:trailing];
 }
 

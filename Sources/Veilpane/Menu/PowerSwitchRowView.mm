@@ -90,6 +90,11 @@ constexpr CGFloat iconSize = 18;
     [label setTextColor:[NSColor labelColor]];
     [label setLineBreakMode:NSLineBreakByTruncatingTail];
     [label setTranslatesAutoresizingMaskIntoConstraints:NO];
+    if (!_isMain) {
+        // Where both do not fit, the name is cut and not the switch.
+        [label setContentCompressionResistancePriority:NSLayoutPriorityDefaultLow
+                                        forOrientation:NSLayoutConstraintOrientationHorizontal];
+    }
 }
 
 - (void)setUpSwitch:(bool)isOn {

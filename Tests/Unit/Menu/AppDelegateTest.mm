@@ -77,10 +77,13 @@ struct ShownAlert {
     NSAlertStyle style;
     Lines buttons;
     bool wasActivatedBefore;
+    NSInteger level;
+    Lines before; ///< what the menu was told before
 };
 
 std::vector<ShownAlert>* shownAlerts = nullptr;
 bool isActivated = false;
+Lines toldMenu;
 
 NSInteger rememberAlert(NSAlert* alert, SEL) {
     Lines buttons;
@@ -88,7 +91,8 @@ NSInteger rememberAlert(NSAlert* alert, SEL) {
         buttons.push_back(text([button title]));
     }
     shownAlerts->push_back({text([alert messageText]), text([alert informativeText]),
-                            [alert alertStyle], buttons, isActivated});
+                            [alert alertStyle], buttons, isActivated,
+                            [static_cast<NSWindow*>([alert window]) level], toldMenu});
     return 1000;
 }
 
@@ -346,6 +350,7 @@ TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_r
     EXPECT_EQ(alerts[0].style, NSAlertStyleWarning);
     EXPECT_EQ(alerts[0].buttons, Lines{"好"});
     EXPECT_TRUE(alerts[0].wasActivatedBefore);
+    EXPECT_EQ(alerts[0].level, NSFloatingWindowLevel);
     EXPECT_EQ(alerts[0].information,
               "显示器 ID: 2\n"
               "方法: 断开显示器（SLS）\n"
@@ -405,6 +410,51 @@ TEST_F(AppDelegateTest, terminating_restores_every_display_under_blackout_and_no
     [delegate.get() applicationWillTerminate:nil];
     EXPECT_EQ(mac.display(2).gamma, "normal");
     EXPECT_FALSE(mac.display(3).enabled);
+}
+
+// A click on a view's row is the view's, and an item's view need not get the key equivalent.
+TEST_F(AppDelegateTest, a_click_on_the_quit_row_is_recognized_and_does_what_the_item_does) {
+    launch();
+    NSMenu* const menu = openMenu();
+    for (NSMenuItem* item in [menu itemArray]) {
+        NSArray* const recognizers = [[item view] gestureRecognizers];
+        const bool isQuit = [[item keyEquivalent] isEqualToString:@"q"];
+        ASSERT_EQ([recognizers count], isQuit ? 1U : 0U);
+        if (isQuit) {
+            NSClickGestureRecognizer* const click = [recognizers objectAtIndex:0];
+            EXPECT_TRUE([click isKindOfClass:[NSClickGestureRecognizer class]]);
+            EXPECT_EQ([click target], [item target]);
+            EXPECT_EQ([click action], [item action]);
+        }
+    }
+}
+
+TEST_F(AppDelegateTest, every_items_view_has_its_size_when_the_menu_is_built) {
+    boot(threeDisplays);
+    launch();
+    for (NSMenuItem* item in [openMenu() itemArray]) {
+        if (NSView* const view = [item view]) {
+            EXPECT_EQ(NSWidth([view frame]), 280);
+            EXPECT_EQ(NSHeight([view frame]), [view fittingSize].height);
+            EXPECT_GE(NSHeight([view frame]), 8);
+        }
+    }
+}
+
+TEST_F(AppDelegateTest, the_menu_is_cancelled_without_animation_before_an_alert) {
+    Mac& mac = boot(threeDisplays);
+    mac.failCall({.call = "CGGetActiveDisplayList", .nth = 0, .returns = 1001});
+    launch();
+    const ReplacedMethod cancel(
+        [NSMenu class], @selector(cancelTrackingWithoutAnimation),
+        implementationOf(+[](NSMenu*, SEL) { toldMenu.emplace_back("cancelled"); }));
+    flip(switchRow(openMenu(), 2));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_EQ(alerts[0].before, Lines{"cancelled"});
+}
+
+TEST_F(AppDelegateTest, restorable_state_is_said_to_be_secure) {
+    EXPECT_TRUE([delegate.get() applicationSupportsSecureRestorableState:NSApp]);
 }
 
 TEST_F(AppDelegateTest, quitting_terminates_the_application) {

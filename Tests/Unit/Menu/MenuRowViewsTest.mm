@@ -191,6 +191,19 @@ TEST_F(MenuRowViews, a_long_name_never_pushes_the_switch_out_of_the_row) {
     EXPECT_LE(NSMaxX([[row.get() titleLabel] frame]), NSMinX(powerSwitch) - 12);
 }
 
+TEST_F(MenuRowViews, what_stands_beside_a_switch_or_a_trailing_text_gives_way) {
+    const auto resistance = [](NSView* view) {
+        return [view contentCompressionResistancePriorityForOrientation:
+                         NSLayoutConstraintOrientationHorizontal];
+    };
+    EXPECT_EQ(resistance([row(false).get() titleLabel]), NSLayoutPriorityDefaultLow);
+    EXPECT_EQ(resistance([row(false).get() powerSwitch]), NSLayoutPriorityDefaultHigh);
+    EXPECT_EQ(resistance([row(true).get() titleLabel]), NSLayoutPriorityDefaultHigh);
+    EXPECT_EQ(resistance([label(@"退出", @"⌘Q").get() label]), NSLayoutPriorityDefaultLow);
+    EXPECT_EQ(resistance([label(@"退出", @"⌘Q").get() trailing]), NSLayoutPriorityDefaultHigh);
+    EXPECT_EQ(resistance([label(@"显示器").get() label]), NSLayoutPriorityDefaultHigh);
+}
+
 TEST_F(MenuRowViews, the_main_displays_name_has_the_whole_row) {
     const auto row =
         this->row(true, true, @"A name that is longer than the row, 比这一行还要长的名字");

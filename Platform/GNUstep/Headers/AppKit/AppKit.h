@@ -12,7 +12,11 @@ extern "C" void NSBeep(void);
 #define NSAlertStyleWarning NSWarningAlertStyle
 #define NSAlertStyleInformational NSInformationalAlertStyle
 #define NSAlertStyleCritical NSCriticalAlertStyle
+#define NSEventModifierFlagCapsLock NSAlphaShiftKeyMask
 #define NSEventModifierFlagCommand NSCommandKeyMask
+#define NSEventModifierFlagControl NSControlKeyMask
+#define NSEventModifierFlagOption NSAlternateKeyMask
+#define NSEventModifierFlagShift NSShiftKeyMask
 #define NSLineCapStyleButt NSButtLineCapStyle
 #define NSLineCapStyleRound NSRoundLineCapStyle
 #define NSLineCapStyleSquare NSSquareLineCapStyle
@@ -33,12 +37,24 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 
 @interface NSMenu (Items)
 - (void)removeAllItems;
-/// Closes the menu if it is open.
+/// Closes the menu if it is open: tracking ends at once, the menu's window goes when whoever
+/// handles an event now is done.
 - (void)cancelTracking;
+/// The same, and the window is gone at once.
+- (void)cancelTrackingWithoutAnimation;
+@end
+
+@interface NSMenu (KeyEquivalents)
+/// Chooses the enabled item that the key is the equivalent of; NO if there is none. The delegate
+/// gets menuNeedsUpdate: first, whether the menu is open or closed. An open menu gets this message
+/// for every key that is pressed together with Command; with no menu open the status items' menus
+/// get it.
+- (BOOL)performKeyEquivalent:(NSEvent*)event;
 @end
 
 @interface NSMenuItem (View)
-/// Drawn instead of the title. It gets the mouse; a click sends no action of the item's.
+/// Drawn instead of the title, in a row of its size. It gets the mouse; a click sends no action of
+/// the item's.
 @property (strong) NSView* view;
 @end
 
@@ -68,6 +84,12 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 /// The smallest size that satisfies the constraints.
 @property (readonly) NSSize fittingSize;
 
+/// How strongly the view resists being made smaller than its natural size; 750 unless set.
+- (NSLayoutPriority)contentCompressionResistancePriorityForOrientation:
+    (NSLayoutConstraintOrientation)orientation;
+- (void)setContentCompressionResistancePriority:(NSLayoutPriority)priority
+                                 forOrientation:(NSLayoutConstraintOrientation)orientation;
+
 - (void)addConstraint:(NSLayoutConstraint*)constraint;
 - (void)removeConstraint:(NSLayoutConstraint*)constraint;
 /// Gives this view and those in it the frames that their constraints ask for.
@@ -77,6 +99,33 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 @interface NSLayoutConstraint (Priority)
 /// Must be set before the constraint is activated.
 - (void)setPriority:(NSLayoutPriority)priority;
+@end
+
+@interface NSGestureRecognizer (TargetAndAction)
+- (instancetype)initWithTarget:(id)target action:(SEL)action;
+/// Not retained.
+@property (assign) id target;
+@property SEL action;
+/// nil as long as no view has it.
+@property (readonly) NSView* view;
+@end
+
+/// In the window of a menu or an alert, a click recognizer sends its action when the mouse's button
+/// is let go over the view in which it was pressed, in place of the mouse events. A control that
+/// has an action gets its clicks itself.
+@interface NSView (GestureRecognizers)
+@property (readonly, copy) NSArray* gestureRecognizers;
+- (void)addGestureRecognizer:(NSGestureRecognizer*)recognizer;
+- (void)removeGestureRecognizer:(NSGestureRecognizer*)recognizer;
+@end
+
+@interface NSWindow (KeyLook)
+/// Whether its controls are drawn as those of the key window.
+@property (readonly) BOOL looksKey;
+@end
+
+@interface NSObject (RestorableState)
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)application;
 @end
 
 @interface NSControl (Sizes)

@@ -5,9 +5,12 @@
 #include <AppKit/NSApplication.h>
 #include <AppKit/NSBezierPath.h>
 #include <AppKit/NSButton.h>
+#include <AppKit/NSClickGestureRecognizer.h>
 #include <AppKit/NSColor.h>
 #include <AppKit/NSControl.h>
+#include <AppKit/NSEvent.h>
 #include <AppKit/NSFont.h>
+#include <AppKit/NSGestureRecognizer.h>
 #include <AppKit/NSGraphics.h>
 #include <AppKit/NSImage.h>
 #include <AppKit/NSImageView.h>
@@ -21,4 +24,5 @@
 #include <AppKit/NSSwitch.h>
 #include <AppKit/NSTextField.h>
 #include <AppKit/NSView.h>
+#include <AppKit/NSWindow.h>
 #include <Foundation/Foundation.h>

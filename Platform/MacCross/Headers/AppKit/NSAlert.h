@@ -1,6 +1,7 @@
 #pragma once
 
 #include <AppKit/NSButton.h>
+#include <AppKit/NSWindow.h>
 
 NS_ASSUME_NONNULL_BEGIN
 
@@ -18,6 +19,7 @@ typedef NSInteger NSModalResponse;
 @property NSAlertStyle alertStyle;
 - (NSButton*)addButtonWithTitle:(NSString*)title;
 - (NSModalResponse)runModal;
+@property (readonly, strong) NSWindow* window;
 @end
 
 NS_ASSUME_NONNULL_END

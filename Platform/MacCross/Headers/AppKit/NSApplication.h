@@ -5,6 +5,8 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
+@class NSApplication;
+
 NS_ENUM(NSInteger, NSApplicationActivationPolicy){
     NSApplicationActivationPolicyRegular = 0,
     NSApplicationActivationPolicyAccessory = 1,
@@ -15,6 +17,7 @@ NS_ENUM(NSInteger, NSApplicationActivationPolicy){
 @optional
 - (void)applicationDidFinishLaunching:(NSNotification*)notification;
 - (void)applicationWillTerminate:(NSNotification*)notification;
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication*)app API_AVAILABLE(macos(12.0));
 @end
 
 @interface NSApplication : NSResponder
@@ -22,6 +25,7 @@ NS_ENUM(NSInteger, NSApplicationActivationPolicy){
 @property (nullable, weak) id<NSApplicationDelegate> delegate; // keep it alive elsewhere
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
 - (void)activateIgnoringOtherApps:(BOOL)ignoreOtherApps;
+- (BOOL)sendAction:(SEL)action to:(nullable id)target from:(nullable id)sender;
 - (void)run;
 - (void)terminate:(nullable id)sender;
 @end

@@ -2,6 +2,7 @@
 
 #include <Foundation/Foundation.h>
 
+@class NSEvent;
 @class NSMenu;
 @class NSMenuItem;
 
@@ -18,7 +19,11 @@ NS_ASSUME_NONNULL_BEGIN
 @property (nullable, weak) id<NSMenuDelegate> delegate;
 @property BOOL autoenablesItems;
 - (void)addItem:(NSMenuItem*)item;
-- (void)removeAllItems;
+- (void)removeAllItems API_AVAILABLE(macos(10.6));
+@property (copy) NSArray<NSMenuItem*>* itemArray;
+- (BOOL)performKeyEquivalent:(NSEvent*)event;
+- (void)cancelTracking API_AVAILABLE(macos(10.5));
+- (void)cancelTrackingWithoutAnimation API_AVAILABLE(macos(10.6));
 @end
 
 NS_ASSUME_NONNULL_END

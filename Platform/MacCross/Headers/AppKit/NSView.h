@@ -1,7 +1,9 @@
 #pragma once
 
+#include <AppKit/NSLayoutConstraint.h>
 #include <AppKit/NSResponder.h>
 
+@class NSGestureRecognizer;
 @class NSLayoutDimension;
 @class NSLayoutXAxisAnchor;
 @class NSLayoutYAxisAnchor;
@@ -14,6 +16,11 @@ NS_ASSUME_NONNULL_BEGIN
 @property NSRect frame;
 @property (nullable, copy) NSString* toolTip;
 - (void)addSubview:(NSView*)view;
+- (void)setFrameSize:(NSSize)newSize;
+@end
+
+@interface NSView (NSGestureRecognizer)
+- (void)addGestureRecognizer:(NSGestureRecognizer*)gestureRecognizer API_AVAILABLE(macos(10.10));
 @end
 
 @interface NSView (NSConstraintBasedLayout)
@@ -23,6 +30,11 @@ NS_ASSUME_NONNULL_BEGIN
 @property (readonly, strong) NSLayoutYAxisAnchor* centerYAnchor API_AVAILABLE(macos(10.11));
 @property (readonly, strong) NSLayoutDimension* widthAnchor API_AVAILABLE(macos(10.11));
 @property (readonly, strong) NSLayoutDimension* heightAnchor API_AVAILABLE(macos(10.11));
+// The smallest size that satisfies the constraints.
+@property (readonly) NSSize fittingSize API_AVAILABLE(macos(10.7));
+- (void)setContentCompressionResistancePriority:(NSLayoutPriority)priority
+                                 forOrientation:(NSLayoutConstraintOrientation)orientation
+    API_AVAILABLE(macos(10.7));
 @end
 
 NS_ASSUME_NONNULL_END

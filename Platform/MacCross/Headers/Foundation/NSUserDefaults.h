@@ -21,6 +21,8 @@ FOUNDATION_EXPORT NSString* const NSRegistrationDomain;
 // Takes effect in this process at once; it is stored some time later.
 - (void)setObject:(nullable id)value forKey:(NSString*)key;
 - (void)removeObjectForKey:(NSString*)key;
+// Registered values count where no other domain has one, and are never stored.
+- (void)registerDefaults:(NSDictionary<NSString*, id>*)registrationDictionary;
 - (BOOL)synchronize;
 @end
 

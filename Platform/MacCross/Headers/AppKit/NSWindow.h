@@ -1,0 +1,15 @@
+#pragma once
+
+#include <AppKit/NSResponder.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+typedef NSInteger NSWindowLevel;
+static const NSWindowLevel NSNormalWindowLevel = 0;
+static const NSWindowLevel NSFloatingWindowLevel = 3;
+
+@interface NSWindow : NSResponder
+@property NSWindowLevel level;
+@end
+
+NS_ASSUME_NONNULL_END

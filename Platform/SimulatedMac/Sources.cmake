@@ -15,6 +15,7 @@ set(SIMULATED_MAC_SOURCES
   World/AttendedMac.cpp
   World/CallLog.cpp
   World/Complaint.cpp
+  World/EventPlan.cpp
   World/FaultPlan.cpp
   World/Ledger.cpp
   World/Mac.cpp
@@ -22,5 +23,7 @@ set(SIMULATED_MAC_SOURCES
   World/ProcessIdentity.cpp
   World/RunningMac.cpp
   World/Scene.cpp
-  World/StateDirectory.cpp)
+  World/SceneEvents.cpp
+  World/StateDirectory.cpp
+  World/Verbs.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

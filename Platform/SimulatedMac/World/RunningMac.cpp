@@ -1,10 +1,13 @@
 #include "SimulatedMac/World/RunningMac.h"
 
+#include "SimulatedMac/World/AttendedMac.h"
 #include "SimulatedMac/World/CallLog.h"
 #include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/EventPlan.h"
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/MacState.h"
 #include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/Verbs.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -26,6 +29,7 @@ struct RunningMac::Internals {
         , directory(std::move(path))
         , callLog(directory)
         , faults(scene.faults)
+        , events(scene.events)
         , temporary(isTemporary)
         , owner(getpid())
         , state(scene) {}
@@ -44,6 +48,7 @@ struct RunningMac::Internals {
     StateDirectory directory;
     CallLog callLog;
     FaultPlan faults;
+    EventPlan events;
     bool temporary;
     int owner;
     MacState state;
@@ -109,6 +114,10 @@ const FaultPlan& RunningMac::faults() const {
     return internals_->faults;
 }
 
+EventPlan& RunningMac::events() {
+    return internals_->events;
+}
+
 const SceneDisplay* RunningMac::sceneDisplay(uint32_t id) const {
     const auto& displays = internals_->scene.displays;
     const auto found = std::ranges::find(displays, id, &SceneDisplay::id);
@@ -152,6 +161,19 @@ void RunningMac::storeDefaults(const nlohmann::json& defaults) {
 
 std::optional<SceneFault> RunningMac::beginCall(const std::string& function) {
     return faults().count(function);
+}
+
+std::vector<SceneEvent> RunningMac::eventsDue(SceneEvent::Moment moment,
+                                              const std::string& function) {
+    return events().count(moment, function);
+}
+
+void RunningMac::letHappen(const SceneEvent& event) {
+    try {
+        (void)parseVerb(wordsOf(event.line)).carryOut(AttendedMac::current());
+    } catch (const std::exception& error) {
+        complain(event.place + ": " + error.what());
+    }
 }
 
 void RunningMac::log(const LoggedCall& call) {

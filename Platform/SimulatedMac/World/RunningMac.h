@@ -7,10 +7,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace simulated_mac {
 
 class CallLog;
+class EventPlan;
 class FaultPlan;
 class MacState;
 struct LoggedCall;
@@ -44,6 +46,11 @@ public:
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
     void log(const LoggedCall& call);
+    /// Counts a call that begins or ends; what happens to the Mac at that moment.
+    [[nodiscard]] std::vector<SceneEvent> eventsDue(SceneEvent::Moment moment,
+                                                    const std::string& function);
+    /// Lets somebody else do it. An event that the Mac's state does not allow ends the process.
+    void letHappen(const SceneEvent& event);
 
 protected:
     /// A new state is made from the scene; one that the directory holds goes on. A temporary
@@ -56,6 +63,7 @@ protected:
     [[nodiscard]] CallLog& callLog();
     [[nodiscard]] FaultPlan& faults();
     [[nodiscard]] const FaultPlan& faults() const;
+    [[nodiscard]] EventPlan& events();
 
 private:
     struct Internals;

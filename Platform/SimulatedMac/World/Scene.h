@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SimulatedMac/World/SceneEvent.h"
+
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -71,6 +73,7 @@ struct Scene {
     std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
     bool profilerMissing = false;
     std::vector<SceneFault> faults;
+    std::vector<SceneEvent> events;
 
     /// Reads a scene file's text. Throws SceneError, which names `source` and the key.
     static Scene parse(const std::string& text, const std::string& source);

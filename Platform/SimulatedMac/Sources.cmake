@@ -1,6 +1,7 @@
 # The part of the simulated Mac that is the same on a real one.
 set(SIMULATED_MAC ${CMAKE_CURRENT_LIST_DIR})
 set(SIMULATED_MAC_SOURCES
+  Calls/Applications.mm
   Calls/Beep.cpp
   Calls/Call.cpp
   Calls/CoreGraphics.cpp
@@ -12,10 +13,12 @@ set(SIMULATED_MAC_SOURCES
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/UserDefaults.mm
+  World/AttachedProcesses.cpp
   World/AttendedMac.cpp
   World/CallLog.cpp
   World/Complaint.cpp
   World/EventPlan.cpp
+  World/HabitReaders.cpp
   World/FaultPlan.cpp
   World/Ledger.cpp
   World/Mac.cpp
@@ -24,6 +27,7 @@ set(SIMULATED_MAC_SOURCES
   World/RunningMac.cpp
   World/Scene.cpp
   World/SceneEvents.cpp
+  World/SceneNumbers.cpp
   World/StateDirectory.cpp
   World/Verbs.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

@@ -130,6 +130,10 @@ CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
+    // Over ssh there is no window server to configure.
+    if (!RunningMac::current().scene().habits.session) {
+        return call.returns(kCGErrorCannotComplete);
+    }
     if (call.yieldsNull()) {
         *config = nullptr;
         return call.returns(kCGErrorSuccess);

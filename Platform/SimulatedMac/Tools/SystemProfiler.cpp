@@ -40,8 +40,8 @@ ordered_json report(RunningMac& mac) {
     ordered_json card = {{"_name", "Apple M9"}};
     for (const SceneDisplay& display : mac.scene().displays) {
         // Assumed: a disabled display is not reported.
-        if (display.profilerName && mac.state().isOnline(display.id)) {
-            card["spdisplays_ndrvs"].push_back(entryFor(display, mac.state()));
+        if (display.profilerName && mac.lateState().isOnline(display.id)) {
+            card["spdisplays_ndrvs"].push_back(entryFor(display, mac.lateState()));
         }
     }
     card["spdisplays_vendor"] = "sppci_vendor_Apple";

@@ -21,8 +21,9 @@ using nlohmann::ordered_json;
 using Arguments = std::vector<std::string>;
 
 constexpr const char* usage =
-    "usage: macsim show [--json] | reset | logout | reboot | unplug ID | plug ID |\n"
-    "              calls [--json | --clear] | defaults [--json] | desk FILE.png\n";
+    "usage: macsim show [--json] | calls [--json | --clear] | defaults [--json] | desk FILE.png |\n"
+    "              unplug ID | plug ID [--as NEW] | main ID | mirror ID MASTER | sleep | wake |\n"
+    "              lid close | lid open | logout | reboot [--renumber] | reset\n";
 
 /// A command line that asks for nothing that macsim does.
 struct UsageError : std::runtime_error {
@@ -60,6 +61,9 @@ std::string arrangementOf(const DisplayStatus& display) {
     }
     if (!display.enabled) {
         return "disconnected";
+    }
+    if (display.asleep) {
+        return "asleep";
     }
     if (display.mirrors != 0) {
         return "mirrors " + std::to_string(display.mirrors);

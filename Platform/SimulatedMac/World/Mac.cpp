@@ -137,7 +137,7 @@ void Mac::clearEvents() {
 }
 
 void Mac::schedule(const SceneEvent& event) {
-    requirePossible(parseVerb(wordsOf(event.line)), scene());
+    requirePossible(parseVerb(wordsOf(event.line)), scene(), {});
     events().add(event);
 }
 

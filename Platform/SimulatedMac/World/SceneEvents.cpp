@@ -41,14 +41,25 @@ std::vector<SceneEvent> readEvents(const Field& field) {
     return events;
 }
 
+// An ID that one event gives to a display can be named by all of them: their order is that of the
+// calls.
 void checkEvents(const Scene& scene, const Field& events) {
-    for (std::size_t i = 0; i < scene.events.size(); ++i) {
-        try {
-            requirePossible(parseVerb(wordsOf(scene.events[i].line)), scene);
-        } catch (const VerbError& error) {
-            events.element(i).member("do").reject(error.what());
+    std::vector<OutsideAction> actions;
+    std::set<uint32_t> newIDs;
+    const auto eachEvent = [&](const std::function<void(std::size_t)>& check) {
+        for (std::size_t i = 0; i < scene.events.size(); ++i) {
+            try {
+                check(i);
+            } catch (const VerbError& error) {
+                events.element(i).member("do").reject(error.what());
+            }
         }
-    }
+    };
+    eachEvent([&](std::size_t i) {
+        actions.push_back(parseVerb(wordsOf(scene.events[i].line)));
+        newIDs.insert(actions.back().newID.value_or(0));
+    });
+    eachEvent([&](std::size_t i) { requirePossible(actions[i], scene, newIDs); });
 }
 
 } // namespace simulated_mac

@@ -207,6 +207,32 @@ TEST(BadInput, a_damaged_state_is_one_line) {
                     "simulated Mac: " + file + ": displays: not a state of a simulated Mac\n"}));
 }
 
+TEST(BadInput, a_damaged_list_of_processes_is_one_line) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/processes.json";
+    for (const char* const content : {"[ 1 ]", "7", R"([ { "pid": "all" } ])"}) {
+        std::ofstream(file) << content;
+        const ProgramRun expected{2, "", "simulated Mac: " + file + ": not a list of processes\n"};
+        EXPECT_EQ(mac.veilpane({"--list"}), expected) << content;
+        EXPECT_EQ(mac.macsim({"logout"}), expected) << content;
+    }
+}
+
+TEST(BadInput, a_damaged_change_of_the_slow_lists_is_one_line) {
+    const MacOnDisk mac(R"({ "displays": [ { "id": 1 }, { "id": 2 } ], "settleCalls": 3 })");
+    ASSERT_EQ(mac.macsim({"unplug", "2"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/state.json";
+    auto state = nlohmann::json::parse(contentOf(file));
+    ASSERT_EQ(state["settling"][0]["calls"], 3);
+    state["settling"][0]["calls"] = "three";
+    std::ofstream(file) << state;
+    EXPECT_EQ(
+        mac.macsim({"show"}),
+        (ProgramRun{2, "",
+                    "simulated Mac: " + file + ": displays: not a state of a simulated Mac\n"}));
+}
+
 TEST(BadInput, a_state_directory_that_cannot_be_made_is_one_line) {
     const MacOnDisk mac(twoDisplays);
     auto environment = mac.environment();

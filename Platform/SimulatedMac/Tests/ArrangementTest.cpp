@@ -114,6 +114,16 @@ TEST(DisplayIDs, are_permuted_by_a_restart_that_renumbers) {
     EXPECT_FALSE(state.isEnabled(3));
 }
 
+TEST(DisplayIDs, that_are_no_longer_in_use_can_be_configured_without_effect) {
+    MacState state = stateWith();
+    state.plugAs(2, 7);
+    const auto before = state.toJson();
+    state.setEnabled(2, false, true);
+    state.setMirrorMaster(2, 1, true);
+    state.setGamma(2, black(), thisProcess());
+    EXPECT_EQ(state.toJson(), before);
+}
+
 TEST(DisplayIDs, are_stored) {
     MacState state = stateWith(R"(, "gammaExitZeroes": 2)");
     state.setMirrorMaster(3, 2, true);

@@ -79,6 +79,19 @@ TEST(Events, the_display_of_a_configuration_can_vanish_before_its_completion) {
     EXPECT_EQ(mac.display(2).mirrors, 1u);
 }
 
+TEST(Events, a_configuration_leaves_a_display_alone_that_has_another_id_by_then) {
+    Mac& mac = Mac::boot(Scene::desk());
+    mac.during("CGCompleteDisplayConfiguration").before("plug 2 --as 7");
+    CGDisplayConfigRef config = nullptr;
+    ASSERT_EQ(CGBeginDisplayConfiguration(&config), 0);
+    ASSERT_EQ(CGConfigureDisplayMirrorOfDisplay(config, 2, 1), 0);
+    ASSERT_EQ(CGConfigureDisplayMirrorOfDisplay(config, 3, 2), 0);
+    ASSERT_EQ(CGCompleteDisplayConfiguration(config, kCGConfigureForSession), 0);
+    EXPECT_EQ(mac.display(7).mirrors, 0u);
+    EXPECT_EQ(mac.display(3).mirrors, 0u);
+    EXPECT_EQ(online(), (IDs{1, 7, 3}));
+}
+
 TEST(Events, are_told_in_the_log_line_of_their_call) {
     Mac& mac = Mac::boot(Scene::desk());
     mac.during("CGDisplayIsMain").before("unplug 3").before("unplug 2").after("plug 3");

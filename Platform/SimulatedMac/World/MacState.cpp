@@ -330,7 +330,11 @@ bool MacState::keeps(bool permanently) const {
 }
 
 void MacState::setEnabled(uint32_t id, bool enabled, bool permanently) {
-    Display& display = displays_.at(id);
+    const auto found = displays_.find(id);
+    if (found == displays_.end()) {
+        return;
+    }
+    Display& display = found->second;
     display.session.enabled = enabled;
     if (keeps(permanently)) {
         display.permanent.enabled = enabled;
@@ -509,7 +513,9 @@ std::string MacState::gammaKind(uint32_t id) const {
 }
 
 void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {
-    displays_.at(id).gamma = OwnedGamma{std::move(table), owner};
+    if (const auto found = displays_.find(id); found != displays_.end()) {
+        found->second.gamma = OwnedGamma{std::move(table), owner};
+    }
 }
 
 void MacState::resetGamma() {

@@ -55,7 +55,8 @@ public:
     [[nodiscard]] int droppedMessages(uint32_t id) const;
 
     // Configuration. A permanent change is the session's change as well. What belongs to one
-    // configuration ends with `finishConfiguration`.
+    // configuration ends with `finishConfiguration`. A display that has got another ID since the
+    // configuration named it is left alone.
     void setEnabled(uint32_t id, bool enabled, bool permanently);
     void setMirrorMaster(uint32_t id, uint32_t master, bool permanently);
     void setMain(uint32_t id, bool permanently);
@@ -76,7 +77,7 @@ public:
     /// Restarts the Mac, after which each display has the ID of the next one in the scene.
     void rebootRenumbered();
 
-    // Gamma.
+    // Gamma. What is set for an unknown display is lost.
     [[nodiscard]] GammaTable gamma(uint32_t id) const;
     [[nodiscard]] std::string gammaKind(uint32_t id) const; ///< "normal", "zero" or "other"
     void setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner);

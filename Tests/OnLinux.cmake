@@ -21,7 +21,11 @@ target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
 
 target_sources(SimulatedMacTests PRIVATE
   ${SIMULATED_MAC_TESTS}/DeskPictureTest.cpp
-  ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp)
+  ${SIMULATED_MAC_TESTS}/EventsTest.cpp
+  ${SIMULATED_MAC_TESTS}/HabitsTest.cpp
+  ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/SessionEndTest.cpp
+  ${SIMULATED_MAC_TESTS}/VerbsTest.cpp)
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
 
 add_executable(MenuBarTests

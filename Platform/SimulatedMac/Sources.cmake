@@ -1,6 +1,7 @@
 # The part of the simulated Mac that is the same on a real one.
 set(SIMULATED_MAC ${CMAKE_CURRENT_LIST_DIR})
 set(SIMULATED_MAC_SOURCES
+  Calls/Applications.mm
   Calls/Beep.cpp
   Calls/Call.cpp
   Calls/CoreGraphics.cpp
@@ -12,9 +13,12 @@ set(SIMULATED_MAC_SOURCES
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/UserDefaults.mm
+  World/AttachedProcesses.cpp
   World/AttendedMac.cpp
   World/CallLog.cpp
   World/Complaint.cpp
+  World/EventPlan.cpp
+  World/HabitReaders.cpp
   World/FaultPlan.cpp
   World/Field.cpp
   World/JsonText.cpp
@@ -25,8 +29,11 @@ set(SIMULATED_MAC_SOURCES
   World/ProcessIdentity.cpp
   World/RunningMac.cpp
   World/Scene.cpp
+  World/SceneEvents.cpp
+  World/SceneNumbers.cpp
   World/StateDirectory.cpp
   World/StoredDefaults.cpp
   World/StoredState.cpp
-  World/TextFile.cpp)
+  World/TextFile.cpp
+  World/Verbs.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

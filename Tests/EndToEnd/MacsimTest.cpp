@@ -55,6 +55,53 @@ TEST(Macsim, reset_puts_arrangement_defaults_and_log_back) {
     EXPECT_EQ(mac.macsim({"calls", "--json"}).output, "");
 }
 
+TEST(Macsim, new_ids_are_told_and_hold_for_the_programs_that_follow) {
+    const MacOnDisk mac(twoDisplays);
+    EXPECT_EQ(mac.macsim({"plug", "2", "--as", "9"}), (ProgramRun{0, "2 is now 9\n", ""}));
+    EXPECT_EQ(mac.veilpane({"--list"}).output, "4\t显示器\tmain,no-ddc\n9\tStudio\tddc\n");
+    EXPECT_EQ(mac.macsim({"reboot", "--renumber"}),
+              (ProgramRun{0, "4 is now 9\n9 is now 4\n", ""}));
+    EXPECT_EQ(mac.macsim({"reset"}), (ProgramRun{0, "", ""}));
+    EXPECT_EQ(mac.macsim({"unplug", "9"}), (ProgramRun{2, "", "macsim: no display 9\n"}));
+}
+
+TEST(Macsim, another_program_arranges_and_sleep_and_lid_darken) {
+    const MacOnDisk mac(R"({ "displays": [ { "id": 1, "builtin": true }, { "id": 2 } ] })");
+    const auto arrangement = [&mac] {
+        std::string texts;
+        std::istringstream lines(mac.macsim({"show"}).output);
+        for (std::string line; std::getline(lines, line);) {
+            std::istringstream words(line);
+            std::string id, text;
+            words >> id >> text;
+            texts += id == "ID" ? "" : text + " ";
+        }
+        return texts;
+    };
+    const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+        {{"main", "2"}, "active main "},
+        {{"mirror", "1", "2"}, "mirrors main "},
+        {{"mirror", "1", "0"}, "active main "},
+        {{"lid", "close"}, "asleep main "},
+        {{"lid", "open"}, "active main "},
+        {{"sleep"}, "asleep asleep "},
+        {{"wake"}, "active main "},
+    };
+    for (const auto& [verb, expected] : rows) {
+        EXPECT_EQ(mac.macsim(verb), (ProgramRun{0, "", ""}));
+        EXPECT_EQ(arrangement(), expected) << verb[0];
+    }
+}
+
+TEST(Macsim, a_scenes_events_change_the_mac_in_the_middle_of_a_command) {
+    const MacOnDisk mac(R"({ "displays": [ { "id": 1, "main": true }, { "id": 2 }, { "id": 3 } ],
+        "events": [ { "before": "CGCompleteDisplayConfiguration", "do": "unplug 3" } ] })");
+    ASSERT_EQ(mac.veilpane({"--power", "off", "2"}).status, 0);
+    const auto shown = nlohmann::json::parse(mac.macsim({"show", "--json"}).output)["displays"];
+    EXPECT_FALSE(shown[1]["enabled"]);
+    EXPECT_FALSE(shown[2]["connected"]);
+}
+
 TEST(Macsim, calls_are_one_object_a_line_with_the_bytes_of_ddc_messages) {
     const MacOnDisk mac(
         R"({ "skylight": false, "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {} } ] })");
@@ -107,6 +154,9 @@ TEST(Macsim, a_wrong_command_line_is_one_line_and_status_2) {
         {{"--help", "me"}, "macsim: --help: unknown option 'me'\n"},
         {{"desk", ""}, "macsim: desk: '' is no file name\n"},
         {{"desk", "a.png", "b.png"}, "macsim: desk: takes one file name\n"},
+        {{"plug", "2", "--as", "4"}, "macsim: display 4 is plugged in\n"},
+        {{"mirror", "2"}, "macsim: mirror: takes a display ID and its master's, or 0\n"},
+        {{"lid", "close"}, "macsim: no built-in display\n"},
     };
     for (const auto& [arguments, error] : rows) {
         EXPECT_EQ(mac.macsim(arguments), (ProgramRun{2, "", error}));
@@ -166,6 +216,38 @@ TEST(BadInput, a_damaged_state_is_one_line) {
     EXPECT_EQ(
         mac.macsim({"show"}),
         (ProgramRun{2, "", "simulated Mac: " + file + ": displays.2: connected is missing\n"}));
+}
+
+TEST(BadInput, a_damaged_list_of_processes_is_one_line) {
+    const MacOnDisk mac(twoDisplays);
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/processes.json";
+    const std::pair<const char*, const char*> rows[] = {
+        {"[ 1 ]", "must be an object"},
+        {"{}", "processes is missing"},
+        {R"({ "processes": 7 })", "processes: must be an array"},
+        {R"({ "processes": [ { "pid": "all" } ] })", "processes[0].pid: must be a whole number"},
+    };
+    for (const auto& [content, problem] : rows) {
+        std::ofstream(file) << content;
+        const ProgramRun expected{2, "", "simulated Mac: " + file + ": " + problem + "\n"};
+        EXPECT_EQ(mac.veilpane({"--list"}), expected) << content;
+        EXPECT_EQ(mac.macsim({"logout"}), expected) << content;
+    }
+}
+
+TEST(BadInput, a_damaged_change_of_the_slow_lists_is_one_line) {
+    const MacOnDisk mac(R"({ "displays": [ { "id": 1 }, { "id": 2 } ], "settleCalls": 3 })");
+    ASSERT_EQ(mac.macsim({"unplug", "2"}).status, 0);
+    const std::string file = mac.stateDirectory() + "/state.json";
+    auto state = nlohmann::json::parse(contentOf(file));
+    ASSERT_EQ(state["settling"][0]["calls"], 3);
+    state["settling"][0]["calls"] = "three";
+    std::ofstream(file) << state;
+    EXPECT_EQ(
+        mac.macsim({"show"}),
+        (ProgramRun{2, "",
+                    "simulated Mac: " + file + ": settling[0].calls: must be a whole number\n"}));
 }
 
 TEST(BadInput, a_state_directory_that_cannot_be_made_is_one_line) {

@@ -295,6 +295,13 @@ TEST_F(MenuBarApplication, the_next_opening_shows_the_present_displays) {
     EXPECT_FALSE(isShownOn(2)) << "no row";
 }
 
+TEST_F(MenuBarApplication, a_logout_ends_it_before_its_menu_was_ever_opened) {
+    start(threeDisplays);
+    ASSERT_EQ(mac->macsim({"logout"}), (ProgramRun{0, "", ""}));
+    EXPECT_FALSE(application->isRunning());
+    EXPECT_EQ(finish().status, 0) << "it quits as it does by its menu";
+}
+
 TEST_F(MenuBarApplication, unknown_options_start_it) {
     for (const char* option : {"--help", "-list", "--List", "--list=1"}) {
         start(threeDisplays, {option});

@@ -25,6 +25,9 @@ Call::Call(std::string name, nlohmann::json args)
     if (internal_) {
         return;
     }
+    for (const SceneEvent& event : eventsDue(SceneEvent::Moment::before, "before")) {
+        RunningMac::current().letHappen(event);
+    }
     if (const auto fault = RunningMac::current().beginCall(name_)) {
         failure_ = fault->returns;
         null_ = fault->null;
@@ -39,9 +42,22 @@ Call::~Call() {
 
 void Call::write(nlohmann::json result) {
     written_ = true;
-    if (!internal_) {
-        RunningMac::current().log({0, name_, args_, std::move(result), notes_});
+    if (internal_) {
+        return;
     }
+    const auto events = eventsDue(SceneEvent::Moment::after, "after");
+    RunningMac::current().log({0, name_, args_, std::move(result), notes_});
+    for (const SceneEvent& event : events) {
+        RunningMac::current().letHappen(event);
+    }
+}
+
+std::vector<SceneEvent> Call::eventsDue(SceneEvent::Moment moment, const char* key) {
+    auto due = RunningMac::current().eventsDue(moment, name_);
+    for (const SceneEvent& event : due) {
+        notes_[key].push_back(event.line);
+    }
+    return due;
 }
 
 } // namespace simulated_mac

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "SimulatedMac/World/SceneEvent.h"
+
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace simulated_mac {
 
@@ -52,6 +55,8 @@ public:
 
 private:
     void write(nlohmann::json result);
+    /// What happens to the Mac at this moment; the log line tells it as member `key`.
+    [[nodiscard]] std::vector<SceneEvent> eventsDue(SceneEvent::Moment moment, const char* key);
 
     std::string name_;
     nlohmann::json args_;

@@ -39,20 +39,23 @@ CGError list(const char* name, std::vector<uint32_t> (MacState::*query)() const,
     return answerWithList(call, std::move(all), capacity, displays, count);
 }
 
-template <class Answer>
-Answer question(const char* name, CGDirectDisplayID display, Answer answer) {
+/// The answer is looked for when the call has begun: the Mac may change just before.
+template <class Answer, class LookUp>
+Answer question(const char* name, CGDirectDisplayID display, const LookUp& answer) {
     Call call(name, {display});
     if (call.failed()) {
         return call.returns(call.failure<Answer>());
     }
-    return call.returns(call.yieldsNull() ? Answer(0) : answer);
+    return call.returns(call.yieldsNull() ? Answer(0) : Answer(answer()));
 }
 
 // Documented values for a display without a monitor.
 uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDisplay::* member) {
-    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
-    const bool present = described != nullptr && state().isConnected(display);
-    return question<uint32_t>(name, display, present ? described->*member : 0xFFFFFFFF);
+    return question<uint32_t>(name, display, [=] {
+        const bool present = state().isConnected(display);
+        const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
+        return present ? described->*member : 0xFFFFFFFF;
+    });
 }
 
 bool canReadGamma(CGDirectDisplayID display) {
@@ -87,26 +90,25 @@ CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* onlineDi
 }
 
 boolean_t CGDisplayIsActive(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, state().isActive(display));
+    return question<boolean_t>(__func__, display, [=] { return state().isActive(display); });
 }
 
 boolean_t CGDisplayIsOnline(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, state().isOnline(display));
+    return question<boolean_t>(__func__, display, [=] { return state().isOnline(display); });
 }
 
 boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, state().main() == display);
+    return question<boolean_t>(__func__, display, [=] { return state().main() == display; });
 }
 
 boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
-    const SceneDisplay* const described = RunningMac::current().sceneDisplay(display);
-    return question<boolean_t>(__func__, display,
-                               described != nullptr && described->builtin &&
-                                   state().isConnected(display));
+    return question<boolean_t>(__func__, display, [=] {
+        return state().isConnected(display) && RunningMac::current().sceneDisplay(display)->builtin;
+    });
 }
 
 boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, state().isInMirrorSet(display));
+    return question<boolean_t>(__func__, display, [=] { return state().isInMirrorSet(display); });
 }
 
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
@@ -127,6 +129,10 @@ CGError CGBeginDisplayConfiguration(CGDisplayConfigRef* config) {
     Call call(__func__, nlohmann::json::array());
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
+    }
+    // Over ssh there is no window server to configure.
+    if (!RunningMac::current().scene().habits.session) {
+        return call.returns(kCGErrorCannotComplete);
     }
     if (call.yieldsNull()) {
         *config = nullptr;

@@ -69,10 +69,12 @@ CGError completeConfiguration(CGDisplayConfigRef config, CGConfigureOption optio
     if (!supported) {
         return kCGErrorIllegalArgument;
     }
+    const bool permanently = option == kCGConfigurePermanently;
     RunningMac::current().change([&](MacState& state) {
         for (const auto& change : config->changes) {
-            change(state, option == kCGConfigurePermanently);
+            change(state, permanently);
         }
+        state.finishConfiguration(permanently);
     });
     return kCGErrorSuccess;
 }

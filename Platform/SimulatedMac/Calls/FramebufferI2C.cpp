@@ -86,7 +86,7 @@ std::string hex(std::span<const uint8_t> bytes) {
 /// Transfers the message; the result is what the request's own field tells.
 IOReturn transfer(const IOI2CConnect& connect, uint32_t address, std::span<const uint8_t> bytes) {
     const MonitorDDC* const monitor = monitorOf(connect);
-    if (monitor == nullptr) {
+    if (monitor == nullptr || !RunningMac::current().state().isConnected(*connect.display)) {
         return kIOReturnNoDevice;
     }
     if (monitor->result == kIOReturnSuccess) {

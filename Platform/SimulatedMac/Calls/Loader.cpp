@@ -68,7 +68,8 @@ CGError SLSGetDisplayList(uint32_t capacity, CGDirectDisplayID* displays, uint32
     if (call.failed()) {
         return call.returns(call.failure<CGError>());
     }
-    auto all = call.yieldsNull() ? std::vector<uint32_t>() : RunningMac::current().state().known();
+    auto all =
+        call.yieldsNull() ? std::vector<uint32_t>() : RunningMac::current().lateState().known();
     return answerWithList(call, std::move(all), capacity, displays, count);
 }
 

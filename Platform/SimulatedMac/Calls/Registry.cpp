@@ -6,6 +6,7 @@
 #include "SimulatedMac/Calls/OwnedCF.h"
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/MacState.h"
 #include "SimulatedMac/World/RunningMac.h"
 
 #include <algorithm>
@@ -28,6 +29,7 @@ constexpr io_object_t firstIterator = 0x100003;
 
 struct Iterator {
     std::vector<const RegistryNode*> nodes;
+    int pluggings = 0; ///< MacState::pluggings when it was made
     std::size_t next = 0;
 };
 
@@ -67,9 +69,20 @@ std::string describe(const RegistryNode& node) {
     return node.className + " entry";
 }
 
+// Documented for Intel: the nodes of a monitor vanish with it. Those of the connector stay.
+bool hasVanished(const RegistryNode* node) {
+    return node->display && !RunningMac::current().state().isConnected(*node->display);
+}
+
+// Documented: an iterator becomes invalid when the registry changes, and then yields nothing.
+bool isInvalid(const Iterator& iterator) {
+    return iterator.pluggings != RunningMac::current().state().pluggings();
+}
+
 io_iterator_t newIterator(std::vector<const RegistryNode*> nodes, const std::string& what) {
     auto& iterators = registry().iterators;
-    iterators.push_back({std::move(nodes)});
+    std::erase_if(nodes, hasVanished);
+    iterators.push_back({std::move(nodes), RunningMac::current().state().pluggings()});
     const auto handle = firstIterator + static_cast<io_object_t>(iterators.size()) - 1;
     ledger::opened(Resource::ioObject, handle, "iterator over " + what);
     return handle;
@@ -300,7 +313,7 @@ io_object_t IOIteratorNext(io_iterator_t iterator) {
     if (position == nullptr) {
         crash(__func__, "a registry entry is no iterator");
     }
-    const bool ended = position->next == position->nodes.size();
+    const bool ended = position->next == position->nodes.size() || isInvalid(*position);
     if (call.failed() || call.yieldsNull() || ended) {
         return call.returns(IO_OBJECT_NULL);
     }

@@ -51,21 +51,16 @@ namespace {
 
 NSArray* (*originalScreens)(id, SEL);
 
-// Reported: a display that mirrors another has no screen of its own.
-bool hasScreen(uint32_t display) {
-    const MacState& state = RunningMac::current().state();
-    return state.isActive(display) && state.mirrorMaster(display) == 0;
-}
-
 NSArray* screens(id self, SEL selector) {
     if (isInSystemLibrary(__builtin_return_address(0))) {
         return originalScreens(self, selector);
     }
     Call call("NSScreen.screens", nlohmann::json::array());
     NSMutableArray* const list = [NSMutableArray array];
-    for (const uint32_t display : RunningMac::current().state().active()) {
-        if (hasScreen(display) && !call.failed() && !call.yieldsNull()) {
-            const auto* const described = RunningMac::current().sceneDisplay(display);
+    for (const uint32_t display : RunningMac::current().lateState().screens()) {
+        // One that has another ID by now is described no more.
+        const auto* const described = RunningMac::current().sceneDisplay(display);
+        if (described != nullptr && !call.failed() && !call.yieldsNull()) {
             [list addObject:[[[SimulatedScreen alloc] initWithDisplay:*described] autorelease]];
         }
     }

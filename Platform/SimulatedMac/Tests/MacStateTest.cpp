@@ -250,7 +250,7 @@ TEST(MacStateTest, every_mistake_in_a_stored_state_names_the_key) {
         {R"([ { "op": "replace", "path": "/2/gamma/table/1/0", "value": 1e39 } ])",
          "displays.2.gamma.table[1][0]: number out of range"},
         {R"([ { "op": "replace", "path": "/2/gamma/pid", "value": -1 } ])",
-         "displays.2.gamma.pid: not within 1 and 2147483647"},
+         "displays.2.gamma.pid: not within 0 and 2147483647"},
     };
     for (const auto& [patch, error] : rows) {
         MacState state(scene);

@@ -145,6 +145,9 @@ std::string captionOf(const DisplayStatus& display) {
     if (!display.enabled) {
         return "disconnected from the system";
     }
+    if (display.asleep) {
+        return "asleep";
+    }
     if (display.power == "standby") {
         return "in standby";
     }

@@ -38,10 +38,11 @@ ordered_json entryFor(const SceneDisplay& display, const MacState& state) {
 
 ordered_json report(RunningMac& mac) {
     ordered_json card = {{"_name", "Apple M9"}};
+    const MacState& state = mac.lateState();
     for (const SceneDisplay& display : mac.scene().displays) {
         // Assumed: a disabled display is not reported.
-        if (display.profilerName && mac.state().isOnline(display.id)) {
-            card["spdisplays_ndrvs"].push_back(entryFor(display, mac.state()));
+        if (display.profilerName && state.isOnline(display.id)) {
+            card["spdisplays_ndrvs"].push_back(entryFor(display, state));
         }
     }
     card["spdisplays_vendor"] = "sppci_vendor_Apple";

@@ -3,8 +3,9 @@
 #include "SimulatedMac/Tools/DeskPicture.h"
 #include "SimulatedMac/World/AttendedMac.h"
 #include "SimulatedMac/World/Message.h"
+#include "SimulatedMac/World/Verbs.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
@@ -23,8 +24,9 @@ using nlohmann::ordered_json;
 using Arguments = std::vector<std::string>;
 
 constexpr const char* usage =
-    "usage: macsim show [--json] | reset | logout | reboot | unplug ID | plug ID |\n"
-    "              calls [--json | --clear] | defaults [--json] | desk FILE.png\n";
+    "usage: macsim show [--json] | calls [--json | --clear] | defaults [--json] | desk FILE.png |\n"
+    "              unplug ID | plug ID [--as NEW] | main ID | mirror ID MASTER | sleep | wake |\n"
+    "              lid close | lid open | logout | reboot [--renumber] | reset\n";
 
 /// A command line that asks for nothing that macsim does.
 struct UsageError : std::runtime_error {
@@ -62,6 +64,9 @@ std::string arrangementOf(const DisplayStatus& display) {
     }
     if (!display.enabled) {
         return "disconnected";
+    }
+    if (display.asleep) {
+        return "asleep";
     }
     if (display.mirrors != 0) {
         return "mirrors " + std::to_string(display.mirrors);
@@ -131,16 +136,6 @@ std::string operand(const Arguments& arguments, const std::string& what) {
     return arguments[1];
 }
 
-uint32_t displayOperand(const Arguments& arguments) {
-    const std::string text = operand(arguments, "display ID");
-    uint32_t id = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        throw UsageError(arguments[0] + ": '" + shown(text) + "' is no display ID");
-    }
-    return id;
-}
-
 /// The one option of a verb that takes at most one of `allowed`.
 std::string option(const Arguments& arguments, const std::vector<std::string>& allowed) {
     if (arguments.size() == 1) {
@@ -173,28 +168,6 @@ void defaults(const Arguments& arguments) {
     std::cout << AttendedMac::current().storedDefaults().dump(asJson ? -1 : 2) << '\n';
 }
 
-void unplug(const Arguments& arguments) {
-    AttendedMac::current().unplug(displayOperand(arguments));
-}
-void plug(const Arguments& arguments) {
-    AttendedMac::current().plug(displayOperand(arguments));
-}
-
-void reset(const Arguments& arguments) {
-    option(arguments, {});
-    AttendedMac::current().reset();
-}
-
-void logOut(const Arguments& arguments) {
-    option(arguments, {});
-    AttendedMac::current().logOut();
-}
-
-void reboot(const Arguments& arguments) {
-    option(arguments, {});
-    AttendedMac::current().reboot();
-}
-
 void desk(const Arguments& arguments) {
     const std::string file = operand(arguments, "file name");
     drawDesk(AttendedMac::current().displays(), AttendedMac::current().scene(), file);
@@ -206,14 +179,20 @@ void help(const Arguments& arguments) {
 }
 
 const std::map<std::string, std::function<void(const Arguments&)>> verbs = {
-    {"show", show},     {"reset", reset}, {"logout", logOut}, {"reboot", reboot},
-    {"unplug", unplug}, {"plug", plug},   {"calls", calls},   {"defaults", defaults},
-    {"desk", desk},     {"--help", help},
+    {"show", show}, {"calls", calls}, {"defaults", defaults}, {"desk", desk}, {"--help", help},
 };
+
+/// What is done to the Mac, rather than asked of it.
+void act(const Arguments& arguments) {
+    std::cout << parseVerb(arguments).carryOut(AttendedMac::current());
+}
 
 void run(const Arguments& arguments) {
     if (arguments.empty()) {
         throw UsageError("no verb; 'macsim --help' lists them");
+    }
+    if (isVerb(arguments[0])) {
+        return act(arguments);
     }
     const auto verb = verbs.find(arguments[0]);
     if (verb == verbs.end()) {

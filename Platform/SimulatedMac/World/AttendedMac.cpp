@@ -1,5 +1,6 @@
 #include "SimulatedMac/World/AttendedMac.h"
 
+#include "SimulatedMac/World/AttachedProcesses.h"
 #include "SimulatedMac/World/MacState.h"
 
 #include <algorithm>
@@ -17,12 +18,29 @@ std::string nameOf(const SceneDisplay& display) {
     return {};
 }
 
-const SceneDisplay& displayOf(const RunningMac& mac, uint32_t id) {
+const SceneDisplay& displayOf(RunningMac& mac, uint32_t id) {
+    (void)mac.state(); // so that the scene has the current IDs
     const SceneDisplay* const display = mac.sceneDisplay(id);
     if (display == nullptr) {
         throw std::invalid_argument("no display " + std::to_string(id));
     }
     return *display;
+}
+
+uint32_t builtinDisplay(RunningMac& mac) {
+    (void)mac.state();
+    const auto& displays = mac.scene().displays;
+    const auto builtin = std::ranges::find(displays, true, &SceneDisplay::builtin);
+    if (builtin == displays.end()) {
+        throw std::invalid_argument("no built-in display");
+    }
+    return builtin->id;
+}
+
+void requireOnline(const MacState& state, uint32_t id) {
+    if (!state.isOnline(id)) {
+        throw std::invalid_argument("display " + std::to_string(id) + " is not online");
+    }
 }
 
 } // namespace
@@ -37,12 +55,74 @@ void AttendedMac::plug(uint32_t id) {
     change([id](MacState& state) { state.plug(id); });
 }
 
+void AttendedMac::plugAs(uint32_t id, uint32_t newID) {
+    (void)displayOf(*this, id);
+    change([=](MacState& state) { state.plugAs(id, newID); });
+}
+
+void AttendedMac::sleep() {
+    change([](MacState& state) { state.sleep(); });
+}
+
+void AttendedMac::wake() {
+    change([](MacState& state) { state.wake(); });
+}
+
+void AttendedMac::closeLid() {
+    change([id = builtinDisplay(*this)](MacState& state) { state.closeLid(id); });
+}
+
+void AttendedMac::openLid() {
+    change([id = builtinDisplay(*this)](MacState& state) { state.openLid(id); });
+}
+
+void AttendedMac::makeMain(uint32_t id) {
+    (void)displayOf(*this, id);
+    change([id](MacState& state) {
+        requireOnline(state, id);
+        state.setMain(id, true);
+        state.finishConfiguration(true);
+    });
+}
+
+void AttendedMac::mirror(uint32_t id, uint32_t master) {
+    if (id == master) {
+        throw std::invalid_argument("display " + std::to_string(id) + " cannot mirror itself");
+    }
+    (void)displayOf(*this, id);
+    if (master != 0) {
+        (void)displayOf(*this, master);
+    }
+    change([=](MacState& state) {
+        requireOnline(state, id);
+        if (master != 0) {
+            requireOnline(state, master);
+        }
+        state.setMirrorMaster(id, master, true);
+        state.finishConfiguration(true);
+    });
+}
+
+// A program in whose call this happens cannot wait for its own end.
+void AttendedMac::endSession(const std::function<void(MacState&)>& apply) {
+    if (!isWithinCall()) {
+        processes().endOthers();
+        return changeAtOnce(apply);
+    }
+    callLog().flush();
+    processes().endAll([&] { changeAtOnce(apply); });
+}
+
 void AttendedMac::logOut() {
-    change([](MacState& state) { state.logOut(); });
+    endSession([](MacState& state) { state.logOut(); });
 }
 
 void AttendedMac::reboot() {
-    change([](MacState& state) { state.reboot(); });
+    endSession([](MacState& state) { state.reboot(); });
+}
+
+void AttendedMac::rebootRenumbered() {
+    endSession([](MacState& state) { state.rebootRenumbered(); });
 }
 
 void AttendedMac::reset() {
@@ -66,12 +146,15 @@ DisplayStatus AttendedMac::display(uint32_t id) {
     if (described.ddc) {
         status.brightness = current.brightness(id);
     }
-    status.lit = status.online && status.power == "on" && status.gamma != "zero";
+    status.asleep = current.isAsleep(id);
+    status.lit = status.connected && status.enabled && !status.asleep && status.power == "on" &&
+                 status.gamma != "zero";
     return status;
 }
 
 std::vector<DisplayStatus> AttendedMac::displays() {
     std::vector<DisplayStatus> all;
+    (void)state(); // so that the scene has the current IDs
     for (const SceneDisplay& described : scene().displays) {
         all.push_back(display(described.id));
     }

@@ -19,8 +19,12 @@ bool isTooLarge(const json& value) {
 
 } // namespace
 
+std::string Field::place() const {
+    return source_ + (place_.empty() ? "" : ": " + place_);
+}
+
 void Field::reject(const std::string& problem) const {
-    throw InputError(source_ + ": " + (place_.empty() ? "" : place_ + ": ") + problem);
+    throw InputError(place() + ": " + problem);
 }
 
 void Field::require(bool condition, const char* expected) const {

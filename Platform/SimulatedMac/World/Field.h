@@ -21,6 +21,8 @@ public:
     void require(bool condition, const char* expected) const;
 
     [[nodiscard]] const nlohmann::json& value() const { return value_; }
+    /// The file and the key, for messages: "desk.json: displays[0].id".
+    [[nodiscard]] std::string place() const;
     /// A member that is there.
     [[nodiscard]] Field member(const std::string& key) const;
     /// A member of what must be an object with it.

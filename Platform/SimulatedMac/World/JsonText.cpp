@@ -25,9 +25,7 @@ public:
     bool number_float(number_float_t value, const string_t&) override { return add(value); }
     bool binary(binary_t&) override { return false; }
 
-    bool string(string_t& text) override {
-        return add(std::move(text));
-    }
+    bool string(string_t& text) override { return add(std::move(text)); }
 
     bool key(string_t& key) override {
         open_.back().key = key;

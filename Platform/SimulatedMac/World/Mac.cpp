@@ -1,11 +1,13 @@
 #include "SimulatedMac/World/Mac.h"
 
 #include "SimulatedMac/World/Complaint.h"
+#include "SimulatedMac/World/EventPlan.h"
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/StateDirectory.h"
 #include "SimulatedMac/World/StoredState.h"
 #include "SimulatedMac/World/TextFile.h"
+#include "SimulatedMac/World/Verbs.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -117,6 +119,28 @@ void Mac::clearFaults() {
 }
 bool Mac::faultFired() const {
     return faults().fired();
+}
+
+CallMoment Mac::during(const std::string& call, int nth) {
+    return {*this, call, nth};
+}
+void Mac::clearEvents() {
+    events().clear();
+}
+
+void Mac::schedule(const SceneEvent& event) {
+    requirePossible(parseVerb(wordsOf(event.line)), scene(), {});
+    events().add(event);
+}
+
+const CallMoment& CallMoment::before(const std::string& line) const {
+    mac_.schedule({call_, SceneEvent::Moment::before, nth_, line, line});
+    return *this;
+}
+
+const CallMoment& CallMoment::after(const std::string& line) const {
+    mac_.schedule({call_, SceneEvent::Moment::after, nth_, line, line});
+    return *this;
 }
 
 } // namespace simulated_mac

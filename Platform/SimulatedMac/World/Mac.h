@@ -6,6 +6,24 @@
 
 namespace simulated_mac {
 
+class Mac;
+
+/// A call that is still to come, for saying what happens around it. The lines are verbs, as in
+/// "unplug 3"; bad ones throw VerbError.
+class CallMoment {
+public:
+    CallMoment(Mac& mac, std::string call, int nth)
+        : mac_(mac), call_(std::move(call)), nth_(nth) {}
+    const CallMoment&
+    before(const std::string& line) const;                  ///< the call answers from the new state
+    const CallMoment& after(const std::string& line) const; ///< only later calls do
+
+private:
+    Mac& mac_;
+    std::string call_;
+    int nth_;
+};
+
 /// The Mac that this process runs on, in the hands of a test, which boots it and plans its faults.
 class Mac final : public AttendedMac {
 public:
@@ -26,7 +44,16 @@ public:
     void clearFaults();
     [[nodiscard]] bool faultFired() const;
 
+    // Events, beside those of the scene.
+    /// What happens around the `nth` call of the function from now on; 0 is every call, "*" any
+    /// function.
+    [[nodiscard]] CallMoment during(const std::string& call, int nth = 1);
+    void clearEvents();
+
 private:
+    friend class CallMoment;
+    void schedule(const SceneEvent& event);
+
     using AttendedMac::AttendedMac;
 };
 

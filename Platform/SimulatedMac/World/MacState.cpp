@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <set>
+#include <stdexcept>
 
 namespace simulated_mac {
 namespace {
@@ -22,6 +24,11 @@ GammaTable linearGamma() {
         ramp[i] = static_cast<float>(i) / static_cast<float>(gammaSize - 1);
     }
     return {ramp, ramp, ramp};
+}
+
+GammaTable zeroGamma() {
+    const std::vector<float> channel(gammaSize, 0.0F);
+    return {channel, channel, channel};
 }
 
 bool isZero(const GammaTable& table) {
@@ -53,6 +60,10 @@ uint32_t storedID(const std::string& key, const Field& display) {
     return id;
 }
 
+bool storedFlag(const Field& stored, const char* key) {
+    return stored.value().contains(key) && stored.at(key).boolean();
+}
+
 // What is no number has no place in JSON, nor in a table (assumed).
 void replaceNonNumbers(GammaTable& table) {
     for (std::vector<float>& channel : table) {
@@ -75,7 +86,8 @@ bool isValidSetVCP(uint32_t address, std::span<const uint8_t> bytes) {
 
 } // namespace
 
-MacState::MacState(const Scene& scene) : softwareMirroring_(scene.softwareMirroring) {
+MacState::MacState(const Scene& scene)
+    : softwareMirroring_(scene.softwareMirroring), habits_(scene.habits) {
     for (const SceneDisplay& display : scene.displays) {
         order_.push_back(display.id);
         displays_[display.id] = initialDisplay(display);
@@ -86,36 +98,39 @@ MacState::MacState(const Scene& scene) : softwareMirroring_(scene.softwareMirror
 }
 
 MacState::MacState(const Scene& scene, const nlohmann::json& stored, const std::string& source)
-    : MacState(scene) {
-    Field(stored, source, "displays").eachKey([this](const std::string& key, const Field& display) {
-        const uint32_t id = storedID(key, display);
-        const Display state = storedDisplay(display);
-        if (displays_.contains(id)) {
-            displays_[id] = state;
-        }
+    : MacState(scene, Field(stored, source, "displays")) {}
+
+MacState::MacState(const Scene& scene, const Field& stored) : MacState(scene) {
+    stored.eachKey([this](const std::string& key, const Field& display) {
+        const auto known = displays_.find(storedID(key, display));
+        Display unknown;
+        restore(known == displays_.end() ? unknown : known->second, display);
     });
+    giveStoredIDs(stored.value());
 }
 
 MacState::Display MacState::initialDisplay(const SceneDisplay& display) {
     Display state;
+    state.sceneID = display.id;
+    state.pixels = display.pixels;
     state.connected = display.connected;
-    state.session = state.permanent = {display.enabled, display.mirrors};
+    state.session = state.permanent = {display.enabled, display.mirrors, false};
     state.brightness = display.ddc ? display.ddc->brightness : 0;
     return state;
 }
 
 MacState::Layer MacState::storedLayer(const Field& stored) {
-    return {stored.at("enabled").boolean(), stored.at("mirrors").word()};
+    return {stored.at("enabled").boolean(), stored.at("mirrors").word(),
+            storedFlag(stored, "main")};
 }
 
 MacState::OwnedGamma MacState::storedGamma(const Field& stored) {
-    const auto pid = static_cast<int>(stored.at("pid").integer(1, INT32_MAX));
+    const auto pid = static_cast<int>(stored.at("pid").integer(0, INT32_MAX));
     const auto start = static_cast<uint64_t>(stored.at("start").integer(0, INT64_MAX));
     return {storedTable(stored.at("table")), {pid, start}};
 }
 
-MacState::Display MacState::storedDisplay(const Field& stored) {
-    Display display;
+void MacState::restore(Display& display, const Field& stored) {
     display.connected = stored.at("connected").boolean();
     display.session = storedLayer(stored.at("session"));
     display.permanent = storedLayer(stored.at("permanent"));
@@ -123,21 +138,50 @@ MacState::Display MacState::storedDisplay(const Field& stored) {
     display.standby = stored.at("standby").boolean();
     display.droppedMessages =
         static_cast<int>(stored.at("droppedMessages").integer(0, mostDroppedMessages));
+    if (stored.value().contains("id")) {
+        (void)stored.at("id").word();
+    }
+    if (stored.value().contains("pluggings")) {
+        display.pluggings = static_cast<int>(stored.at("pluggings").integer(0, INT32_MAX));
+    }
+    display.asleep = storedFlag(stored, "asleep");
+    display.lidClosed = storedFlag(stored, "lidClosed");
     if (stored.value().contains("gamma")) {
         display.gamma = storedGamma(stored.at("gamma"));
     }
-    return display;
 }
 
-nlohmann::json MacState::toJson(const Display& display) {
-    nlohmann::json stored = {
-        {"connected", display.connected},
-        {"session", {{"enabled", display.session.enabled}, {"mirrors", display.session.mirrors}}},
-        {"permanent",
-         {{"enabled", display.permanent.enabled}, {"mirrors", display.permanent.mirrors}}},
-        {"brightness", display.brightness},
-        {"standby", display.standby},
-        {"droppedMessages", display.droppedMessages}};
+// IDs are stored as the scene has them, except for the one that a display has now.
+nlohmann::json MacState::toJson(const Layer& layer) const {
+    const Display* const master = find(layer.mirrors);
+    nlohmann::json stored = {{"enabled", layer.enabled},
+                             {"mirrors", master == nullptr ? layer.mirrors : master->sceneID}};
+    if (layer.main) {
+        stored["main"] = true;
+    }
+    return stored;
+}
+
+// What few Macs ever have is stored only where it is so.
+nlohmann::json MacState::toJson(uint32_t id, const Display& display) const {
+    nlohmann::json stored = {{"connected", display.connected},
+                             {"session", toJson(display.session)},
+                             {"permanent", toJson(display.permanent)},
+                             {"brightness", display.brightness},
+                             {"standby", display.standby},
+                             {"droppedMessages", display.droppedMessages}};
+    if (id != display.sceneID) {
+        stored["id"] = id;
+    }
+    if (display.pluggings != 0) {
+        stored["pluggings"] = display.pluggings;
+    }
+    if (display.asleep) {
+        stored["asleep"] = true;
+    }
+    if (display.lidClosed) {
+        stored["lidClosed"] = true;
+    }
     if (display.gamma) {
         stored["gamma"] = {{"table", display.gamma->table},
                            {"pid", display.gamma->owner.pid},
@@ -149,9 +193,41 @@ nlohmann::json MacState::toJson(const Display& display) {
 nlohmann::json MacState::toJson() const {
     auto stored = nlohmann::json::object();
     for (const auto& [id, display] : displays_) {
-        stored[std::to_string(id)] = toJson(display);
+        stored[std::to_string(display.sceneID)] = toJson(id, display);
     }
     return stored;
+}
+
+// A scene that has gained a display of an ID that another one has got gives back all of its own.
+void MacState::giveStoredIDs(const nlohmann::json& stored) {
+    std::map<uint32_t, uint32_t> newIDs;
+    std::set<uint32_t> taken;
+    for (const uint32_t id : order_) {
+        const auto found = stored.find(std::to_string(id));
+        newIDs[id] = found == stored.end() ? id : found->value("id", id);
+        if (newIDs[id] == 0 || !taken.insert(newIDs[id]).second) {
+            return;
+        }
+    }
+    renumber(newIDs);
+}
+
+void MacState::renumber(const std::map<uint32_t, uint32_t>& newIDs) {
+    const auto renumbered = [&newIDs](uint32_t id) {
+        const auto found = newIDs.find(id);
+        return found == newIDs.end() ? id : found->second;
+    };
+    std::ranges::transform(order_, order_.begin(), renumbered);
+    for (std::optional<uint32_t>* const id : {&sceneMain_, &habits_.gammaExitZeroes}) {
+        *id = *id ? std::optional(renumbered(**id)) : std::nullopt;
+    }
+    std::map<uint32_t, Display> displays;
+    for (auto& [id, display] : displays_) {
+        display.session.mirrors = renumbered(display.session.mirrors);
+        display.permanent.mirrors = renumbered(display.permanent.mirrors);
+        displays[renumbered(id)] = std::move(display);
+    }
+    displays_ = std::move(displays);
 }
 
 const MacState::Display* MacState::find(uint32_t id) const {
@@ -174,20 +250,59 @@ std::vector<uint32_t> MacState::online() const {
 }
 
 // Documented: the first entry is the main display.
-std::vector<uint32_t> MacState::active() const {
-    std::vector<uint32_t> ids = displaysThat(&MacState::isActive);
+std::vector<uint32_t> MacState::mainFirst(std::vector<uint32_t> ids) const {
     const auto isMain = [this](uint32_t id) { return main() == id; };
     std::ranges::stable_partition(ids, isMain);
     return ids;
 }
 
+std::vector<uint32_t> MacState::active() const {
+    return mainFirst(displaysThat(&MacState::isActive));
+}
+
+// Documented: a sleeping display stays part of the desktop.
+std::vector<uint32_t> MacState::screens() const {
+    return mainFirst(displaysThat(&MacState::hasDesktop));
+}
+
 // Assumed: the display that the user made the main one gets the menu bar back when it returns.
 std::optional<uint32_t> MacState::main() const {
-    if (sceneMain_ && isDrawable(*sceneMain_)) {
-        return sceneMain_;
+    const auto made =
+        std::ranges::find_if(order_, [this](uint32_t id) { return displays_.at(id).session.main; });
+    const auto wanted = made == order_.end() ? sceneMain_ : std::optional(*made);
+    if (wanted && isOnline(*wanted)) {
+        return mainOfSet(*wanted);
     }
-    const auto first = std::ranges::find_if(order_, [this](uint32_t id) { return isDrawable(id); });
-    return first == order_.end() ? std::nullopt : std::optional(*first);
+    const auto first = std::ranges::find_if(order_, [this](uint32_t id) { return hasDesktop(id); });
+    return first == order_.end() ? std::nullopt : std::optional(mainOfSet(*first));
+}
+
+// Documented: of a hardware mirror set the drawable display, its master, is main; of a software set
+// typically the largest. Without sizes to compare that is the master, too.
+uint32_t MacState::mainOfSet(uint32_t id) const {
+    const uint32_t master = mirrorMaster(id) == 0 ? id : mirrorMaster(id);
+    uint32_t largest = master;
+    for (const uint32_t other : order_) {
+        if (softwareMirroring_ && mirrorMaster(other) == master &&
+            displays_.at(other).pixels > displays_.at(largest).pixels) {
+            largest = other;
+        }
+    }
+    return largest;
+}
+
+int MacState::pluggings() const {
+    int sum = 0;
+    for (const auto& [id, display] : displays_) {
+        sum += display.pluggings;
+    }
+    return sum;
+}
+
+bool MacState::looksLike(const MacState& other) const {
+    const auto sameMaster = [&](uint32_t id) { return mirrorMaster(id) == other.mirrorMaster(id); };
+    return known() == other.known() && online() == other.online() && screens() == other.screens() &&
+           main() == other.main() && std::ranges::all_of(order_, sameMaster);
 }
 
 bool MacState::isConnected(uint32_t id) const {
@@ -200,20 +315,37 @@ bool MacState::isEnabled(uint32_t id) const {
     return display != nullptr && display->session.enabled;
 }
 
+// Without a session there is no window server to know of any display.
 bool MacState::isKnown(uint32_t id) const {
-    return isConnected(id);
+    return habits_.session && isConnected(id);
 }
 
 bool MacState::isOnline(uint32_t id) const {
-    return isConnected(id) && isEnabled(id);
+    return isKnown(id) && isEnabled(id) && !isOffBehindClosedLid(id);
 }
 
-// Documented: a display that hardware mirrors another is online but not drawable.
+// Documented: a laptop with its lid closed may report no built-in display. While it has no other
+// one it is asleep instead.
+bool MacState::isOffBehindClosedLid(uint32_t id) const {
+    const auto isInUse = [](const Display& display) {
+        return display.connected && display.session.enabled && !display.lidClosed;
+    };
+    return displays_.at(id).lidClosed &&
+           std::ranges::any_of(displays_, [&](const auto& other) { return isInUse(other.second); });
+}
+
+bool MacState::isAsleep(uint32_t id) const {
+    const Display* const display = find(id);
+    return display != nullptr && (display->asleep || display->lidClosed);
+}
+
+// Documented: a display that hardware mirrors another is online but not drawable, like one that
+// sleeps.
 bool MacState::isActive(uint32_t id) const {
-    return isOnline(id) && (softwareMirroring_ || mirrorMaster(id) == 0);
+    return isOnline(id) && !isAsleep(id) && (softwareMirroring_ || mirrorMaster(id) == 0);
 }
 
-bool MacState::isDrawable(uint32_t id) const {
+bool MacState::hasDesktop(uint32_t id) const {
     return isOnline(id) && mirrorMaster(id) == 0;
 }
 
@@ -243,10 +375,18 @@ int MacState::droppedMessages(uint32_t id) const {
     return displays_.at(id).droppedMessages;
 }
 
+bool MacState::keeps(bool permanently) const {
+    return permanently && !habits_.permanentIsSession;
+}
+
 void MacState::setEnabled(uint32_t id, bool enabled, bool permanently) {
-    Display& display = displays_.at(id);
+    const auto found = displays_.find(id);
+    if (found == displays_.end()) {
+        return;
+    }
+    Display& display = found->second;
     display.session.enabled = enabled;
-    if (permanently) {
+    if (keeps(permanently)) {
         display.permanent.enabled = enabled;
     }
     if (!enabled) {
@@ -263,24 +403,88 @@ void MacState::setMirrorMaster(uint32_t id, uint32_t master, bool permanently) {
             continue;
         }
         display.session.mirrors = other == root ? 0 : root;
-        if (permanently) {
+        if (keeps(permanently)) {
             display.permanent.mirrors = display.session.mirrors;
         }
     }
 }
 
+void MacState::setMain(uint32_t id, bool permanently) {
+    for (auto& [other, display] : displays_) {
+        display.session.main = other == id;
+        if (keeps(permanently)) {
+            display.permanent.main = other == id;
+        }
+    }
+}
+
+void MacState::finishConfiguration(bool permanently) {
+    for (auto& [id, display] : displays_) {
+        if (keeps(permanently) && habits_.permanentKeepsAll) {
+            display.permanent = display.session;
+        }
+    }
+    reloadGamma();
+}
+
+void MacState::setConnected(Display& display, bool connected) {
+    display.pluggings += display.connected != connected ? 1 : 0;
+    display.connected = connected;
+    reloadGamma();
+}
+
 // Without power over the cable the picture and its settings are gone; the monitor keeps its own.
 void MacState::unplug(uint32_t id) {
-    displays_.at(id).connected = false;
+    setConnected(displays_.at(id), false);
     displays_.at(id).gamma.reset();
 }
 
 // Reported by Mac users: a display that was disabled comes back enabled when it is plugged in anew.
 void MacState::plug(uint32_t id) {
     Display& display = displays_.at(id);
-    display.connected = true;
+    setConnected(display, true);
     display.standby = false;
+    display.asleep = false;
     display.session.enabled = display.permanent.enabled = true;
+}
+
+// Reported of Apple silicon: numbers are given out when a monitor is found, and used again.
+void MacState::plugAs(uint32_t id, uint32_t newID) {
+    if (newID == 0) {
+        throw std::invalid_argument("0 is no display");
+    }
+    if (newID != id && isConnected(newID)) {
+        throw std::invalid_argument("display " + std::to_string(newID) + " is plugged in");
+    }
+    unplug(id);
+    if (newID != id) {
+        find(newID) == nullptr ? renumber({{id, newID}}) : renumber({{id, newID}, {newID, id}});
+    }
+    plug(newID);
+}
+
+void MacState::sleep() {
+    for (auto& [id, display] : displays_) {
+        display.asleep = true;
+    }
+    reloadGamma();
+}
+
+void MacState::wake() {
+    for (auto& [id, display] : displays_) {
+        display.asleep = false;
+    }
+    reloadGamma();
+}
+
+void MacState::closeLid(uint32_t builtin) {
+    displays_.at(builtin).lidClosed = true;
+    reloadGamma();
+}
+
+void MacState::openLid(uint32_t builtin) {
+    displays_.at(builtin).lidClosed = false;
+    reloadGamma();
 }
 
 // Documented: what was configured for the session reverts to the last permanent settings.
@@ -294,22 +498,60 @@ void MacState::endSession() {
 void MacState::logOut() {
     endSession();
 }
+
 void MacState::reboot() {
     endSession();
+    wake();
+}
+
+void MacState::rebootRenumbered() {
+    reboot();
+    std::map<uint32_t, uint32_t> newIDs;
+    for (std::size_t i = 0; i < order_.size(); ++i) {
+        newIDs[order_[i]] = order_[(i + 1) % order_.size()];
+    }
+    renumber(newIDs);
 }
 
 // Widely reported: the window server drops a table when the process that set it ends.
 const MacState::OwnedGamma* MacState::liveGamma(uint32_t id) const {
     const Display* const display = find(id);
-    if (display == nullptr || !display->gamma || !isRunning(display->gamma->owner)) {
+    if (display == nullptr || !display->gamma || hasEndedOwner(*display)) {
         return nullptr;
     }
     return &*display->gamma;
 }
 
+bool MacState::hasEndedOwner(const Display& display) {
+    return display.gamma && display.gamma->owner.pid != 0 && !isRunning(display.gamma->owner);
+}
+
+// Seen by others: the end of a process that has set a table leaves some display with a black one.
+bool MacState::isZeroedByAnEnd(uint32_t id) const {
+    return habits_.gammaExitZeroes == id && std::ranges::any_of(displays_, [](const auto& display) {
+               return hasEndedOwner(display.second);
+           });
+}
+
 GammaTable MacState::gamma(uint32_t id) const {
+    if (isZeroedByAnEnd(id)) {
+        return zeroGamma();
+    }
     const OwnedGamma* const owned = liveGamma(id);
     return owned != nullptr ? owned->table : linearGamma();
+}
+
+void MacState::forgetEndedOwners() {
+    const auto zeroed = habits_.gammaExitZeroes;
+    const bool zeroes = zeroed && isZeroedByAnEnd(*zeroed);
+    for (auto& [id, display] : displays_) {
+        if (hasEndedOwner(display)) {
+            display.gamma.reset();
+        }
+    }
+    if (zeroes) {
+        displays_.at(*zeroed).gamma = OwnedGamma{zeroGamma(), {}};
+    }
 }
 
 std::string MacState::gammaKind(uint32_t id) const {
@@ -322,12 +564,22 @@ std::string MacState::gammaKind(uint32_t id) const {
 
 void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {
     replaceNonNumbers(table);
-    displays_.at(id).gamma = OwnedGamma{std::move(table), owner};
+    if (const auto found = displays_.find(id); found != displays_.end()) {
+        found->second.gamma = OwnedGamma{std::move(table), owner};
+    }
 }
 
 void MacState::resetGamma() {
     for (auto& [id, display] : displays_) {
         display.gamma.reset();
+    }
+}
+
+// Reported: tables are read anew from the colour profiles when the arrangement changes, and at
+// sleep and wake.
+void MacState::reloadGamma() {
+    if (habits_.gammaReloads) {
+        resetGamma();
     }
 }
 

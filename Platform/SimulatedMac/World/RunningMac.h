@@ -7,10 +7,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace simulated_mac {
 
+class AttachedProcesses;
 class CallLog;
+class EventPlan;
 class FaultPlan;
 class MacState;
 struct LoggedCall;
@@ -29,21 +32,33 @@ public:
     RunningMac& operator=(const RunningMac&) = delete;
 
     [[nodiscard]] int serial() const; ///< tells the Macs of one process apart; from 1
+    /// The Mac's hardware. The displays have the IDs that they had when the state was last asked
+    /// for or a call began.
     [[nodiscard]] const Scene& scene() const;
     [[nodiscard]] const SceneDisplay* sceneDisplay(uint32_t id) const; ///< null for an unknown ID
     [[nodiscard]] const std::string& stateDirectory() const;
 
     /// The arrangement as last published by any process.
     [[nodiscard]] const MacState& state();
-    /// Changes the arrangement and publishes it, in one step for other processes.
+    /// The arrangement as the slow ones see it: SkyLight, the screen list and the profiler.
+    [[nodiscard]] const MacState& lateState();
+    /// Changes the arrangement and publishes it, in one step for other processes. What `apply`
+    /// throws leaves it as it was.
     void change(const std::function<void(MacState&)>& apply);
 
     [[nodiscard]] nlohmann::json storedDefaults();
     void storeDefaults(const nlohmann::json& defaults);
 
+    /// Makes this process one that runs on the Mac, which a logout ends. The first call does, too.
+    void attachThisProcess();
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
     void log(const LoggedCall& call);
+    /// Counts a call that begins or ends; what happens to the Mac at that moment.
+    [[nodiscard]] std::vector<SceneEvent> eventsDue(SceneEvent::Moment moment,
+                                                    const std::string& function);
+    /// Lets somebody else do it. An event that the Mac's state does not allow ends the process.
+    void letHappen(const SceneEvent& event);
 
 protected:
     /// A new state is made from the scene; one that the directory holds goes on. A temporary
@@ -51,11 +66,17 @@ protected:
     RunningMac(Scene scene, std::string directory, bool temporary);
     ~RunningMac();
 
+    /// Like `change`, and nobody sees the old arrangement any more.
+    void changeAtOnce(const std::function<void(MacState&)>& apply);
+    /// Whether what is going on happens while a call of this process's program runs.
+    [[nodiscard]] bool isWithinCall() const;
+    [[nodiscard]] AttachedProcesses& processes();
     /// Puts everything back to the scene: arrangement, user defaults, call log.
     void restoreScene();
     [[nodiscard]] CallLog& callLog();
     [[nodiscard]] FaultPlan& faults();
     [[nodiscard]] const FaultPlan& faults() const;
+    [[nodiscard]] EventPlan& events();
 
 private:
     /// At the first call, so that a program on a Mac that is damaged has done nothing yet.

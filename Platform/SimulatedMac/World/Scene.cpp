@@ -1,7 +1,9 @@
 #include "SimulatedMac/World/Scene.h"
 
 #include "SimulatedMac/World/Field.h"
+#include "SimulatedMac/World/HabitReaders.h"
 #include "SimulatedMac/World/JsonText.h"
+#include "SimulatedMac/World/SceneEvents.h"
 #include "SimulatedMac/World/StoredDefaults.h"
 
 #include <algorithm>
@@ -35,6 +37,14 @@ std::optional<MonitorDDC> readDDC(const Field& field) {
     return readMonitor(field);
 }
 
+/// Width and height, as their product.
+uint64_t readPixels(const Field& field) {
+    field.require(field.value().is_array() && field.value().size() == 2, "[width, height]");
+    constexpr int64_t longestSide = 1 << 20;
+    return static_cast<uint64_t>(field.element(0).integer(1, longestSide)) *
+           static_cast<uint64_t>(field.element(1).integer(1, longestSide));
+}
+
 SceneDisplay readDisplay(const Field& field) {
     SceneDisplay display;
     field.eachMember({
@@ -46,6 +56,7 @@ SceneDisplay readDisplay(const Field& field) {
         {"connected", [&](const Field& f) { display.connected = f.boolean(); }},
         {"enabled", [&](const Field& f) { display.enabled = f.boolean(); }},
         {"mirrors", [&](const Field& f) { display.mirrors = f.word(); }},
+        {"pixels", [&](const Field& f) { display.pixels = readPixels(f); }},
         {"profilerName", [&](const Field& f) { display.profilerName = f.text(); }},
         {"screenName", [&](const Field& f) { display.screenName = f.text(); }},
         {"registryName", [&](const Field& f) { display.registryName = f.text(); }},
@@ -197,15 +208,16 @@ json monitorProperties(const SceneDisplay& display) {
 /// Intel's tree: a framebuffer for each connector, with an I2C interface where DDC works and, where
 /// the monitor has told its name, a node with it.
 RegistryNode impliedNode(const SceneDisplay& display) {
-    RegistryNode framebuffer{"IOFramebuffer", {{"DisplayID", display.id}}, 0, std::nullopt, {}};
+    RegistryNode framebuffer{
+        "IOFramebuffer", {{"DisplayID", display.id}}, 0, std::nullopt, std::nullopt, {}};
     if (display.ddc) {
         framebuffer.i2cBuses = 1;
         framebuffer.children.push_back(
-            {"IOFramebufferI2CInterface", json::object(), 0, std::nullopt, {}});
+            {"IOFramebufferI2CInterface", json::object(), 0, std::nullopt, std::nullopt, {}});
     }
     if (display.registryName) {
         framebuffer.children.push_back(
-            {"IODisplayConnect", monitorProperties(display), 0, std::nullopt, {}});
+            {"IODisplayConnect", monitorProperties(display), 0, std::nullopt, std::nullopt, {}});
     }
     return framebuffer;
 }
@@ -261,6 +273,32 @@ void connectBuses(RegistryNode& node, const Scene& scene) {
     }
 }
 
+bool isMonitorNode(const RegistryNode& node) {
+    return node.className == "IODisplayConnect" || node.className == "AppleDisplay" ||
+           node.className == "AppleBacklightDisplay" || node.className == "IOBacklightDisplay" ||
+           node.className == "IODisplay";
+}
+
+std::optional<uint32_t> displayInTree(const RegistryNode& node, const Scene& scene) {
+    auto display = displayNamedBy(node.properties, scene);
+    for (const RegistryNode& child : node.children) {
+        display = display ? display : displayInTree(child, scene);
+    }
+    return display;
+}
+
+/// Intel's nodes that stand for a monitor. The connector above is surer to tell which one than the
+/// vendor and product that two monitors may share.
+void connectMonitors(RegistryNode& node, std::optional<uint32_t> above, const Scene& scene) {
+    const auto display = above ? above : displayNamedBy(node.properties, scene);
+    if (isMonitorNode(node)) {
+        node.display = display ? display : displayInTree(node, scene);
+    }
+    for (RegistryNode& child : node.children) {
+        connectMonitors(child, display, scene);
+    }
+}
+
 constexpr const char* deskText = R"({
   "skylight": true,
   "displays": [
@@ -281,7 +319,7 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
     scene.text = text;
     scene.skyLight = {"SLSConfigureDisplayEnabled", "SLSGetDisplayList"};
     bool registryGiven = false;
-    root.eachMember({
+    Field::Readers readers = {
         {"skylight", [&](const Field& f) { scene.skyLight = readSkyLight(f); }},
         {"mirroring",
          [&](const Field& f) {
@@ -314,15 +352,23 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
          [&](const Field& f) {
              f.eachElement([&](const Field& fault) { scene.faults.push_back(readFault(fault)); });
          }},
-    });
+        {"events", [&](const Field& f) { scene.events = readEvents(f); }},
+    };
+    readers.merge(habitReaders(scene.habits));
+    root.eachMember(readers);
     if (document.contains("displays")) {
         checkDisplays(scene, root.member("displays"));
+    }
+    checkHabits(scene, root);
+    if (document.contains("events")) {
+        checkEvents(scene, root.member("events"));
     }
     if (!registryGiven) {
         scene.registry = impliedRegistry(scene);
     }
     for (RegistryNode& node : scene.registry) {
         connectBuses(node, scene);
+        connectMonitors(node, std::nullopt, scene);
     }
     return scene;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "SimulatedMac/World/InputError.h"
+#include "SimulatedMac/World/SceneEvent.h"
+#include "SimulatedMac/World/SceneHabits.h"
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -31,6 +33,7 @@ struct SceneDisplay {
     bool connected = true;
     bool enabled = true;
     uint32_t mirrors = 0; ///< the ID of the mirror master, 0 for none
+    uint64_t pixels = 0;  ///< width times height; 0 when the scene does not tell
     std::optional<std::string> profilerName;
     std::optional<std::string> screenName;
     std::optional<std::string> registryName;
@@ -49,6 +52,8 @@ struct RegistryNode {
     /// The display whose monitor hangs on the buses, if any: the one of the node's or a child's
     /// DisplayID, else of its vendor and product, else the only one with DDC.
     std::optional<uint32_t> busDisplay;
+    /// Set for nodes that come and go with a monitor: the display that they describe.
+    std::optional<uint32_t> display;
     std::vector<RegistryNode> children;
 };
 
@@ -71,6 +76,8 @@ struct Scene {
     bool profilerMissing = false;
     std::optional<std::string> profilerExecutable; ///< what is launched instead of the stand-in
     std::vector<SceneFault> faults;
+    std::vector<SceneEvent> events;
+    SceneHabits habits;
 
     /// Reads a scene file's text. Throws SceneError, which names `source` and the key.
     static Scene parse(const std::string& text, const std::string& source);

@@ -17,8 +17,14 @@ find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
 
 target_sources(SimulatedMacTests PRIVATE
+  ${SIMULATED_MAC_TESTS}/CallHabitsTest.cpp
   ${SIMULATED_MAC_TESTS}/DeskPictureTest.cpp
-  ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp)
+  ${SIMULATED_MAC_TESTS}/FaultKindsTest.cpp
+  ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/SimulatedCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/TransferToMonitor.cpp)
+target_compile_definitions(SimulatedMacTests PRIVATE
+  SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac")
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
 
 add_executable(MenuBarTests

@@ -16,11 +16,14 @@ set(SIMULATED_MAC_SOURCES
   World/CallLog.cpp
   World/Complaint.cpp
   World/FaultPlan.cpp
+  World/GammaTable.cpp
   World/Ledger.cpp
   World/Mac.cpp
   World/MacState.cpp
   World/ProcessIdentity.cpp
   World/RunningMac.cpp
   World/Scene.cpp
+  World/SceneFaults.cpp
+  World/SimulatedCalls.cpp
   World/StateDirectory.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

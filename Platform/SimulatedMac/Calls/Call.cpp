@@ -19,12 +19,8 @@ InternalCalls::~InternalCalls() {
 
 Call::Call(std::string name, nlohmann::json args)
     : name_(std::move(name)), args_(std::move(args)), internal_(internalDepth > 0) {
-    if (internal_) {
-        return;
-    }
-    if (const auto fault = RunningMac::current().beginCall(name_)) {
-        failure_ = fault->returns;
-        null_ = fault->null;
+    if (!internal_) {
+        fault_ = RunningMac::current().beginCall(name_);
     }
 }
 

@@ -16,6 +16,7 @@ void FaultPlan::clear() {
 }
 
 std::optional<SceneFault> FaultPlan::count(const std::string& function) {
+    ++calls_;
     std::optional<SceneFault> due;
     for (Entry& entry : entries_) {
         if (entry.fault.call != "*" && entry.fault.call != function) {

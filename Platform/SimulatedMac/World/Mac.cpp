@@ -3,6 +3,7 @@
 #include "SimulatedMac/World/Complaint.h"
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/SceneFaults.h"
 #include "SimulatedMac/World/StateDirectory.h"
 
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace simulated_mac {
@@ -118,6 +120,9 @@ void Mac::shutDown() {
 }
 
 void Mac::failCall(const SceneFault& fault) {
+    if (const auto wrong = problemOf(fault)) {
+        throw std::invalid_argument(fault.call + ": " + wrong->key + ": " + wrong->problem);
+    }
     faults().add(fault);
 }
 void Mac::clearFaults() {

@@ -5,27 +5,11 @@
 namespace simulated_mac {
 namespace {
 
-constexpr std::size_t gammaSize = 256;
-
 constexpr uint32_t monitorAddress = 0x6E;
 constexpr uint8_t vcpBrightness = 0x10;
 constexpr uint8_t vcpPower = 0x0C; // this system's power code, not the standard's
 constexpr uint16_t powerOn = 1;
 constexpr uint16_t powerStandby = 5;
-
-GammaTable linearGamma() {
-    std::vector<float> ramp(gammaSize);
-    for (std::size_t i = 0; i < gammaSize; ++i) {
-        ramp[i] = static_cast<float>(i) / static_cast<float>(gammaSize - 1);
-    }
-    return {ramp, ramp, ramp};
-}
-
-bool isZero(const GammaTable& table) {
-    return std::ranges::all_of(table, [](const std::vector<float>& channel) {
-        return std::ranges::all_of(channel, [](float entry) { return entry == 0; });
-    });
-}
 
 // The XOR of the destination address and all bytes, the checksum included, is 0.
 bool isValidSetVCP(uint32_t address, std::span<const uint8_t> bytes) {
@@ -46,6 +30,7 @@ MacState::MacState(const Scene& scene) : softwareMirroring_(scene.softwareMirror
     for (const SceneDisplay& display : scene.displays) {
         order_.push_back(display.id);
         displays_[display.id] = initialDisplay(display);
+        gammaCapacities_[display.id] = display.gammaCapacity;
         if (display.main) {
             sceneMain_ = display.id;
         }
@@ -266,7 +251,8 @@ const MacState::OwnedGamma* MacState::liveGamma(uint32_t id) const {
 
 GammaTable MacState::gamma(uint32_t id) const {
     const OwnedGamma* const owned = liveGamma(id);
-    return owned != nullptr ? owned->table : linearGamma();
+    const std::size_t capacity = gammaCapacities_.at(id);
+    return owned != nullptr ? resampled(owned->table, capacity) : linearGamma(capacity);
 }
 
 std::string MacState::gammaKind(uint32_t id) const {
@@ -274,11 +260,11 @@ std::string MacState::gammaKind(uint32_t id) const {
     if (isZero(table)) {
         return "zero";
     }
-    return table == linearGamma() ? "normal" : "other";
+    return isLinear(table) ? "normal" : "other";
 }
 
-void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {
-    displays_.at(id).gamma = OwnedGamma{std::move(table), owner};
+void MacState::setGamma(uint32_t id, const GammaTable& table, const ProcessIdentity& owner) {
+    displays_.at(id).gamma = OwnedGamma{resampled(table, gammaCapacities_.at(id)), owner};
 }
 
 void MacState::resetGamma() {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "SimulatedMac/World/GammaTable.h"
 #include "SimulatedMac/World/ProcessIdentity.h"
 #include "SimulatedMac/World/Scene.h"
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -12,9 +12,6 @@
 #include <vector>
 
 namespace simulated_mac {
-
-/// Red, green and blue, 256 entries each.
-using GammaTable = std::array<std::vector<float>, 3>;
 
 /// The arrangement of displays at one moment, and the rules by which it changes. It knows nothing
 /// of files or calls.
@@ -57,9 +54,10 @@ public:
     void reboot();
 
     // Gamma.
-    [[nodiscard]] GammaTable gamma(uint32_t id) const;
+    [[nodiscard]] GammaTable gamma(uint32_t id) const;      ///< of the display's capacity
     [[nodiscard]] std::string gammaKind(uint32_t id) const; ///< "normal", "zero" or "other"
-    void setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner);
+    /// A table of another size than the display's is resampled.
+    void setGamma(uint32_t id, const GammaTable& table, const ProcessIdentity& owner);
     void resetGamma();
 
     void monitorReceives(uint32_t id, uint32_t address, std::span<const uint8_t> bytes);
@@ -97,6 +95,7 @@ private:
     std::optional<uint32_t> sceneMain_;
     bool softwareMirroring_;
     std::map<uint32_t, Display> displays_;
+    std::map<uint32_t, uint32_t> gammaCapacities_; // the hardware's, not stored
 };
 
 } // namespace simulated_mac

@@ -154,6 +154,10 @@ std::optional<SceneFault> RunningMac::beginCall(const std::string& function) {
     return faults().count(function);
 }
 
+uint64_t RunningMac::callCount() const {
+    return faults().calls();
+}
+
 void RunningMac::log(const LoggedCall& call) {
     callLog().add(call);
 }

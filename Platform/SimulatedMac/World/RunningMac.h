@@ -43,6 +43,7 @@ public:
 
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
+    [[nodiscard]] uint64_t callCount() const; ///< calls of this process that began
     void log(const LoggedCall& call);
 
 protected:

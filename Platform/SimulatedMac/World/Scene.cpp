@@ -1,87 +1,16 @@
 #include "SimulatedMac/World/Scene.h"
 
+#include "SimulatedMac/World/SceneFaults.h"
+#include "SimulatedMac/World/SceneField.h"
+
 #include <algorithm>
-#include <charconv>
-#include <functional>
-#include <map>
 #include <set>
 
 namespace simulated_mac {
 namespace {
 
 using nlohmann::json;
-
-/// A JSON value together with its place in the scene, for messages that name it.
-class Field {
-public:
-    Field(const json& value, std::string source, std::string place = {})
-        : value_(value), source_(std::move(source)), place_(std::move(place)) {}
-
-    [[noreturn]] void reject(const std::string& problem) const {
-        throw SceneError(source_ + ": " + (place_.empty() ? "" : place_ + ": ") + problem);
-    }
-
-    [[nodiscard]] const json& value() const { return value_; }
-    [[nodiscard]] Field member(const std::string& key) const {
-        return {value_.at(key), source_, place_.empty() ? key : place_ + "." + key};
-    }
-    [[nodiscard]] Field element(std::size_t index) const {
-        return {value_.at(index), source_, place_ + "[" + std::to_string(index) + "]"};
-    }
-
-    [[nodiscard]] bool boolean() const {
-        require(value_.is_boolean(), "true or false");
-        return value_.get<bool>();
-    }
-    [[nodiscard]] std::string text() const {
-        require(value_.is_string(), "a text");
-        return value_.get<std::string>();
-    }
-    [[nodiscard]] int64_t integer(int64_t least, int64_t most) const {
-        require(value_.is_number_integer(), "a whole number");
-        const bool tooLarge = value_.is_number_unsigned() && value_.get<uint64_t>() > INT64_MAX;
-        if (tooLarge || value_.get<int64_t>() < least || value_.get<int64_t>() > most) {
-            reject("not within " + std::to_string(least) + " and " + std::to_string(most));
-        }
-        return value_.get<int64_t>();
-    }
-    [[nodiscard]] uint32_t word() const { return static_cast<uint32_t>(integer(0, UINT32_MAX)); }
-    /// An IOReturn, as a signed or an unsigned number.
-    [[nodiscard]] int32_t status() const {
-        return static_cast<int32_t>(integer(INT32_MIN, UINT32_MAX));
-    }
-
-    void eachElement(const std::function<void(const Field&)>& read) const {
-        require(value_.is_array(), "an array");
-        for (std::size_t i = 0; i < value_.size(); ++i) {
-            read(element(i));
-        }
-    }
-
-    using Readers = std::map<std::string, std::function<void(const Field&)>>;
-    /// Reads an object's members; one without a reader is an error.
-    void eachMember(const Readers& readers) const {
-        require(value_.is_object(), "an object");
-        for (const auto& [key, value] : value_.items()) {
-            const auto reader = readers.find(key);
-            if (reader == readers.end()) {
-                member(key).reject("unknown key");
-            }
-            reader->second(member(key));
-        }
-    }
-
-    void require(bool condition, const char* expected) const {
-        if (!condition) {
-            reject(std::string("must be ") + expected);
-        }
-    }
-
-private:
-    const json& value_;
-    std::string source_;
-    std::string place_;
-};
+using Field = SceneField;
 
 MonitorDDC readMonitor(const Field& field) {
     MonitorDDC monitor;
@@ -91,6 +20,8 @@ MonitorDDC readMonitor(const Field& field) {
         {"open", [&](const Field& f) { monitor.open = f.status(); }},
         {"send", [&](const Field& f) { monitor.send = f.status(); }},
         {"result", [&](const Field& f) { monitor.result = f.status(); }},
+        {"minGapCalls", [&](const Field& f) { monitor.minGapCalls = f.word(); }},
+        {"deafInStandby", [&](const Field& f) { monitor.deafInStandby = f.boolean(); }},
     });
     return monitor;
 }
@@ -100,6 +31,12 @@ std::optional<MonitorDDC> readDDC(const Field& field) {
         return field.value().get<bool>() ? std::optional(MonitorDDC()) : std::nullopt;
     }
     return readMonitor(field);
+}
+
+GammaReading readGammaReading(const Field& field) {
+    field.require(field.value() == "resample" || field.value() == "truncate",
+                  "\"resample\" or \"truncate\"");
+    return field.value() == "truncate" ? GammaReading::truncate : GammaReading::resample;
 }
 
 SceneDisplay readDisplay(const Field& field) {
@@ -117,6 +54,11 @@ SceneDisplay readDisplay(const Field& field) {
         {"screenName", [&](const Field& f) { display.screenName = f.text(); }},
         {"registryName", [&](const Field& f) { display.registryName = f.text(); }},
         {"gamma", [&](const Field& f) { display.gamma = f.boolean(); }},
+        {"gammaCapacity",
+         [&](const Field& f) {
+             display.gammaCapacity = static_cast<uint32_t>(f.integer(2, 65536));
+         }},
+        {"gammaReading", [&](const Field& f) { display.gammaReading = readGammaReading(f); }},
         {"ddc", [&](const Field& f) { display.ddc = readDDC(f); }},
         {"servicePort", [&](const Field& f) { display.servicePort = f.boolean(); }},
     });
@@ -176,23 +118,6 @@ RegistryNode readNode(const Field& field) {
         field.reject("class is missing");
     }
     return node;
-}
-
-SceneFault readFault(const Field& field) {
-    SceneFault fault;
-    field.eachMember({
-        {"call", [&](const Field& f) { fault.call = f.text(); }},
-        {"nth", [&](const Field& f) { fault.nth = static_cast<int>(f.integer(0, INT32_MAX)); }},
-        {"returns", [&](const Field& f) { fault.returns = f.integer(INT64_MIN, INT64_MAX); }},
-        {"null", [&](const Field& f) { fault.null = f.boolean(); }},
-    });
-    if (fault.call.empty()) {
-        field.reject("call is missing");
-    }
-    if (fault.null == fault.returns.has_value()) {
-        field.reject("needs either returns or \"null\": true");
-    }
-    return fault;
 }
 
 std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
@@ -357,6 +282,11 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
              f.require(f.value() == "software" || f.value() == "hardware",
                        "\"software\" or \"hardware\"");
              scene.softwareMirroring = f.value() == "software";
+         }},
+        {"gammaReading", [&](const Field& f) { scene.gammaReading = readGammaReading(f); }},
+        {"unknownDisplayAnswers",
+         [&](const Field& f) {
+             scene.unknownDisplayAnswers = static_cast<int32_t>(f.integer(INT32_MIN, INT32_MAX));
          }},
         {"displays",
          [&](const Field& f) {

@@ -20,9 +20,12 @@ target_sources(SimulatedMacTests PRIVATE
   ${SIMULATED_MAC_TESTS}/CallHabitsTest.cpp
   ${SIMULATED_MAC_TESTS}/DeskPictureTest.cpp
   ${SIMULATED_MAC_TESTS}/FaultKindsTest.cpp
+  ${SIMULATED_MAC_TESTS}/HardwareTest.cpp
   ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/ProfilerTest.cpp
   ${SIMULATED_MAC_TESTS}/SimulatedCallsTest.cpp
-  ${SIMULATED_MAC_TESTS}/TransferToMonitor.cpp)
+  ${SIMULATED_MAC_TESTS}/TransferToMonitor.cpp
+  ${SIMULATED_MAC_TESTS}/UserDefaultsTest.mm)
 target_compile_definitions(SimulatedMacTests PRIVATE
   SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac")
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)

@@ -9,6 +9,7 @@ set(SIMULATED_MAC_SOURCES
   Calls/FramebufferI2C.cpp
   Calls/Loader.cpp
   Calls/ProcessLaunch.cpp
+  Calls/ProfilerPipe.cpp
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/UserDefaults.mm
@@ -17,6 +18,7 @@ set(SIMULATED_MAC_SOURCES
   World/Complaint.cpp
   World/FaultPlan.cpp
   World/GammaTable.cpp
+  World/HardwareRegistry.cpp
   World/Ledger.cpp
   World/Mac.cpp
   World/MacState.cpp
@@ -24,6 +26,7 @@ set(SIMULATED_MAC_SOURCES
   World/RunningMac.cpp
   World/Scene.cpp
   World/SceneFaults.cpp
+  World/SceneProfiler.cpp
   World/SimulatedCalls.cpp
   World/StateDirectory.cpp)
 list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)

@@ -2,6 +2,7 @@
 // /usr/sbin/system_profiler. The linker redirects the program's own posix_spawn (--wrap).
 
 #include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/ProfilerPipe.h"
 #include "SimulatedMac/World/RunningMac.h"
 
 #include <cerrno>
@@ -68,8 +69,12 @@ int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* 
         return call.returns(ENOENT);
     }
     std::vector<std::string> environment = childEnvironment(envp);
-    return call.returns(__real_posix_spawn(pid, SYSTEM_PROFILER_EXECUTABLE, actions, attributes,
-                                           argv, pointersTo(environment).data()));
+    const int error = __real_posix_spawn(pid, SYSTEM_PROFILER_EXECUTABLE, actions, attributes, argv,
+                                         pointersTo(environment).data());
+    if (error == 0) {
+        watchProfiler(*pid);
+    }
+    return call.returns(error);
 }
 
 } // namespace

@@ -104,6 +104,10 @@ AttendedMac& AttendedMac::current() {
 RunningMac& RunningMac::current() {
     return Mac::current();
 }
+bool RunningMac::isChosen() {
+    return currentMac() || !environment("SIMULATED_MAC_SCENE").empty() ||
+           !environment("SIMULATED_MAC_STATE").empty();
+}
 
 Mac& Mac::boot(const Scene& scene) {
     ledger::clear();

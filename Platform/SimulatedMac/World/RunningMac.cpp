@@ -154,6 +154,10 @@ std::optional<SceneFault> RunningMac::beginCall(const std::string& function) {
     return faults().count(function);
 }
 
+bool RunningMac::hasFaultFor(const std::string& function) const {
+    return faults().names(function);
+}
+
 uint64_t RunningMac::callCount() const {
     return faults().calls();
 }

@@ -24,6 +24,8 @@ struct LoggedCall;
 class RunningMac {
 public:
     static RunningMac& current();
+    /// Whether this process is on a Mac already, or has been told which one to be on.
+    [[nodiscard]] static bool isChosen();
 
     RunningMac(const RunningMac&) = delete;
     RunningMac& operator=(const RunningMac&) = delete;
@@ -43,6 +45,8 @@ public:
 
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
+    /// Whether a fault is for calls of this very name.
+    [[nodiscard]] bool hasFaultFor(const std::string& function) const;
     [[nodiscard]] uint64_t callCount() const; ///< calls of this process that began
     void log(const LoggedCall& call);
 

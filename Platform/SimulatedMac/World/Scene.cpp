@@ -1,5 +1,6 @@
 #include "SimulatedMac/World/Scene.h"
 
+#include "SimulatedMac/World/HardwareRegistry.h"
 #include "SimulatedMac/World/SceneFaults.h"
 #include "SimulatedMac/World/SceneField.h"
 
@@ -82,17 +83,18 @@ void checkData(const Field& field) {
                        }}});
 }
 
+/// Whatever JSON can say but null, which is no object of the registry.
 void checkProperty(const Field& field) {
     const json& value = field.value();
-    if (value.is_object() && value.contains("data") && value.size() == 1) {
+    field.require(!value.is_null(), "a number, a text, true, false, an array or an object");
+    if (value.is_array()) {
+        field.eachElement(checkProperty);
+    } else if (value.is_object() && value.contains("data") && value.size() == 1) {
         checkData(field);
     } else if (value.is_object()) {
         for (const auto& [key, member] : value.items()) {
-            field.member(key).require(member.is_string(), "a text");
+            checkProperty(field.member(key));
         }
-    } else {
-        field.require(value.is_number() || value.is_string() || value.is_boolean(),
-                      "a number, a text, true, false, {\"data\": …} or an object of texts");
     }
 }
 
@@ -135,11 +137,10 @@ std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
     return exported;
 }
 
-void readProfiler(const Field& field, Scene& scene) {
-    field.eachMember({
-        {"output", [&](const Field& f) { scene.profilerOutput = f.text(); }},
-        {"missing", [&](const Field& f) { scene.profilerMissing = f.boolean(); }},
-    });
+Hardware readHardware(const Field& field) {
+    field.require(field.value() == "intel" || field.value() == "apple-silicon",
+                  "\"intel\" or \"apple-silicon\"");
+    return field.value() == "intel" ? Hardware::intel : Hardware::appleSilicon;
 }
 
 const SceneDisplay* findDisplay(const Scene& scene, uint32_t id) {
@@ -247,6 +248,15 @@ void connectBuses(RegistryNode& node, const Scene& scene) {
     }
 }
 
+/// On an Intel Mac CoreGraphics knows the framebuffer of a display, unless the scene says
+/// otherwise.
+void addServicePorts(Scene& scene, const json& displays) {
+    for (std::size_t i = 0; i < scene.displays.size(); ++i) {
+        scene.displays[i].servicePort =
+            scene.displays[i].servicePort || !displays[i].contains("servicePort");
+    }
+}
+
 json parseJson(const std::string& text, const std::string& source) {
     try {
         return json::parse(text);
@@ -302,6 +312,7 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
              f.require(f.value().is_object(), "an object");
              scene.defaults = f.value();
          }},
+        {"hardware", [&](const Field& f) { scene.hardware = readHardware(f); }},
         {"profiler", [&](const Field& f) { readProfiler(f, scene); }},
         {"faults",
          [&](const Field& f) {
@@ -310,6 +321,13 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
     });
     if (document.contains("displays")) {
         checkDisplays(scene, root.member("displays"));
+    }
+    if (scene.hardware == Hardware::intel && document.contains("displays")) {
+        addServicePorts(scene, document["displays"]);
+    }
+    if (!registryGiven && scene.hardware != Hardware::mixture) {
+        scene.registry = hardwareRegistry(scene.hardware, scene.displays);
+        return scene;
     }
     if (!registryGiven) {
         scene.registry = impliedRegistry(scene);

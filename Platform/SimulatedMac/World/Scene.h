@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SimulatedMac/World/SceneFault.h"
+#include "SimulatedMac/World/SceneProfiler.h"
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -66,6 +67,13 @@ struct RegistryNode {
     std::vector<RegistryNode> children;
 };
 
+/// What the registry that the displays imply is shaped like.
+enum class Hardware {
+    mixture, ///< of both kinds, for demonstration
+    intel,
+    appleSilicon,
+};
+
 struct Scene {
     std::string text; ///< what it was read from
     bool softwareMirroring = false;
@@ -75,10 +83,12 @@ struct Scene {
     /// What the CGDisplayIs… questions answer about a display that is in no list.
     int32_t unknownDisplayAnswers = 0;
     std::vector<SceneDisplay> displays;
+    Hardware hardware = Hardware::mixture;
     std::vector<RegistryNode> registry; ///< as given, or what the displays imply
     nlohmann::json defaults = nlohmann::json::object();
     std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
     bool profilerMissing = false;
+    ProfilerManners profilerManners;
     std::vector<SceneFault> faults;
 
     /// Reads a scene file's text. Throws SceneError, which names `source` and the key.

@@ -10,6 +10,8 @@ namespace {
 using enum CallResult;
 
 constexpr auto calls = std::to_array<SimulatedCall>({
+    {"CFArrayGetCount", number},
+    {"CFArrayGetValueAtIndex", object},
     {"CFBooleanGetValue", byte},
     {"CFDataGetBytes", nothing},
     {"CFDataGetLength", number},
@@ -60,7 +62,11 @@ constexpr auto calls = std::to_array<SimulatedCall>({
     {"dlclose", status},
     {"dlopen", object},
     {"dlsym", object},
+    {"fcntl", number, errorNumbers},
+    {"pipe", number, errorNumbers},
     {"posix_spawn", status},
+    {"read", number, errorNumbers},
+    {"waitpid", number, errorNumbers | failuresWithEffect},
 });
 static_assert(std::ranges::is_sorted(calls, {}, &SimulatedCall::name));
 

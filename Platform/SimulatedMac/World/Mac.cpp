@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <unistd.h>
@@ -72,6 +73,15 @@ std::unique_ptr<Mac>& currentMac() {
     return mac;
 }
 
+bool macIsBeingOpened = false;
+
+/// Makes a Mac the current one.
+void open(const std::function<Mac*()>& make) {
+    macIsBeingOpened = true;
+    currentMac().reset(make());
+    macIsBeingOpened = false;
+}
+
 // A Mac's process ends with everything given back; what is left is a leak in the program.
 void endWithStatusOfLedger() {
     if (const std::string leaked = ledger::outstanding(); !leaked.empty()) {
@@ -88,7 +98,7 @@ Mac& Mac::current() {
     if (!mac) {
         const std::string given = environment("SIMULATED_MAC_STATE");
         const std::string path = given.empty() ? defaultStateDirectory() : given;
-        mac.reset(new Mac(chosenScene(StateDirectory(path)), path, false));
+        open([&] { return new Mac(chosenScene(StateDirectory(path)), path, false); });
         std::atexit([] {
             current().callLog().flush();
             endWithStatusOfLedger();
@@ -105,13 +115,16 @@ RunningMac& RunningMac::current() {
     return Mac::current();
 }
 bool RunningMac::isChosen() {
+    if (macIsBeingOpened) {
+        return false;
+    }
     return currentMac() || !environment("SIMULATED_MAC_SCENE").empty() ||
            !environment("SIMULATED_MAC_STATE").empty();
 }
 
 Mac& Mac::boot(const Scene& scene) {
     ledger::clear();
-    currentMac().reset(new Mac(scene, newTemporaryDirectory(), true));
+    open([&] { return new Mac(scene, newTemporaryDirectory(), true); });
     return *currentMac();
 }
 

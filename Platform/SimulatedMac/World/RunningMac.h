@@ -24,7 +24,8 @@ struct LoggedCall;
 class RunningMac {
 public:
     static RunningMac& current();
-    /// Whether this process is on a Mac already, or has been told which one to be on.
+    /// Whether this process is on a Mac already, or has been told which one to be on. No while it is
+    /// being opened, as a sanitizer's own calls then would open another.
     [[nodiscard]] static bool isChosen();
 
     RunningMac(const RunningMac&) = delete;

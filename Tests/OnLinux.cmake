@@ -20,12 +20,21 @@ find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
 
 target_sources(SimulatedMacTests PRIVATE
+  ${SIMULATED_MAC_TESTS}/CallHabitsTest.cpp
   ${SIMULATED_MAC_TESTS}/DeskPictureTest.cpp
   ${SIMULATED_MAC_TESTS}/EventsTest.cpp
+  ${SIMULATED_MAC_TESTS}/FaultKindsTest.cpp
   ${SIMULATED_MAC_TESTS}/HabitsTest.cpp
+  ${SIMULATED_MAC_TESTS}/HardwareTest.cpp
   ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/ProfilerTest.cpp
   ${SIMULATED_MAC_TESTS}/SessionEndTest.cpp
+  ${SIMULATED_MAC_TESTS}/SimulatedCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/TransferToMonitor.cpp
+  ${SIMULATED_MAC_TESTS}/UserDefaultsTest.mm
   ${SIMULATED_MAC_TESTS}/VerbsTest.cpp)
+target_compile_definitions(SimulatedMacTests PRIVATE
+  SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac")
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
 
 add_executable(MenuBarTests

@@ -10,6 +10,7 @@ set(SIMULATED_MAC_SOURCES
   Calls/FramebufferI2C.cpp
   Calls/Loader.cpp
   Calls/ProcessLaunch.cpp
+  Calls/ProfilerPipe.cpp
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/UserDefaults.mm
@@ -22,6 +23,8 @@ set(SIMULATED_MAC_SOURCES
   World/FaultPlan.cpp
   World/Field.cpp
   World/JsonText.cpp
+  World/GammaTable.cpp
+  World/HardwareRegistry.cpp
   World/Ledger.cpp
   World/Mac.cpp
   World/MacState.cpp
@@ -30,7 +33,10 @@ set(SIMULATED_MAC_SOURCES
   World/RunningMac.cpp
   World/Scene.cpp
   World/SceneEvents.cpp
+  World/SceneFaults.cpp
   World/SceneNumbers.cpp
+  World/SceneProfiler.cpp
+  World/SimulatedCalls.cpp
   World/StateDirectory.cpp
   World/StoredDefaults.cpp
   World/StoredState.cpp

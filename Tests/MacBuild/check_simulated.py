@@ -10,7 +10,8 @@ import subprocess
 import sys
 
 DISPLAY_LIBRARIES = ("CoreGraphics", "IOKit", "SkyLight")
-REPLACED_FUNCTIONS = ("_dlopen", "_dlsym", "_dlclose", "_posix_spawn", "_NSBeep")
+REPLACED_FUNCTIONS = ("_dlopen", "_dlsym", "_dlclose", "_posix_spawn", "_pipe", "_fcntl",
+                      "_read", "_waitpid", "_NSBeep")
 
 
 def real_calls(nm, program):

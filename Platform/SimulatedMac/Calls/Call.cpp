@@ -28,10 +28,7 @@ Call::Call(std::string name, nlohmann::json args)
     for (const SceneEvent& event : eventsDue(SceneEvent::Moment::before, "before")) {
         RunningMac::current().letHappen(event);
     }
-    if (const auto fault = RunningMac::current().beginCall(name_)) {
-        failure_ = fault->returns;
-        null_ = fault->null;
-    }
+    fault_ = RunningMac::current().beginCall(name_);
 }
 
 Call::~Call() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SimulatedMac/World/SceneEvent.h"
+#include "SimulatedMac/World/SceneFault.h"
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -30,19 +31,26 @@ public:
     Call& operator=(const Call&) = delete;
 
     /// The fault plan replaces this call's answer by a value.
-    [[nodiscard]] bool failed() const { return failure_.has_value(); }
+    [[nodiscard]] bool failed() const { return fault_ && fault_->returns && !fault_->effect; }
     template <class Result>
     [[nodiscard]] Result failure() const {
-        return static_cast<Result>(*failure_);
+        return static_cast<Result>(*fault_->returns);
     }
     /// The fault plan makes this call succeed with a null or zero result.
-    [[nodiscard]] bool yieldsNull() const { return null_; }
+    [[nodiscard]] bool yieldsNull() const { return fault_ && fault_->null; }
+    /// The fault plan lets this call take effect and then report an error, which `returns` does.
+    [[nodiscard]] bool failsWithEffect() const {
+        return fault_ && fault_->returns && fault_->effect;
+    }
+    /// What applies to this call, for the kinds of faults that few calls know.
+    [[nodiscard]] const std::optional<SceneFault>& fault() const { return fault_; }
 
     /// Adds a member to the log line, beside "call", "args" and "result".
     void note(const std::string& key, nlohmann::json value) { notes_[key] = std::move(value); }
 
     template <class Result>
     Result returns(Result result) {
+        result = failsWithEffect() ? failure<Result>() : result;
         write(nlohmann::json(static_cast<int64_t>(result)));
         return result;
     }
@@ -61,8 +69,7 @@ private:
     std::string name_;
     nlohmann::json args_;
     nlohmann::json notes_ = nlohmann::json::object();
-    std::optional<int64_t> failure_;
-    bool null_ = false;
+    std::optional<SceneFault> fault_;
     bool written_ = false;
     bool internal_;
 };

@@ -26,6 +26,7 @@ namespace {
 enum Type : CFTypeID {
     stringType = 7,
     dictionaryType = 18,
+    arrayType = 19,
     dataType = 20,
     booleanType = 21,
     numberType = 22
@@ -39,12 +40,13 @@ struct ConstantString {
 };
 constexpr int utf16Flags = 0x7D0;
 
+using Elements = std::vector<CFTypeRef>;
 using Entries = std::vector<std::pair<CFTypeRef, CFTypeRef>>;
 
 struct Object {
     const void* isa;
     Type type;
-    std::variant<bool, int64_t, double, std::string, std::vector<UInt8>, Entries> value;
+    std::variant<bool, int64_t, double, std::string, std::vector<UInt8>, Elements, Entries> value;
 };
 
 const char objectClass = 0;
@@ -61,6 +63,8 @@ const char* nameOf(Type type) {
         return "CFString";
     case dictionaryType:
         return "CFDictionary";
+    case arrayType:
+        return "CFArray";
     case dataType:
         return "CFData";
     case booleanType:
@@ -240,6 +244,7 @@ extern "C" {
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
 const CFBooleanRef kCFBooleanTrue = reinterpret_cast<CFBooleanRef>(&trueObject);
 const CFBooleanRef kCFBooleanFalse = reinterpret_cast<CFBooleanRef>(&falseObject);
+const CFArrayCallBacks kCFTypeArrayCallBacks = {};
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {};
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {};
 
@@ -261,6 +266,11 @@ void CFRelease(CFTypeRef object) {
         return;
     }
     auto& released = *const_cast<Object*>(static_cast<const Object*>(object));
+    if (const auto* const elements = std::get_if<Elements>(&released.value)) {
+        for (const CFTypeRef element : *elements) {
+            CFRelease(element);
+        }
+    }
     if (const auto* const entries = std::get_if<Entries>(&released.value)) {
         for (const auto& [key, value] : *entries) {
             CFRelease(key);
@@ -287,6 +297,9 @@ CFTypeID CFDataGetTypeID() {
 }
 CFTypeID CFStringGetTypeID() {
     return stringType;
+}
+CFTypeID CFArrayGetTypeID() {
+    return arrayType;
 }
 CFTypeID CFDictionaryGetTypeID() {
     return dictionaryType;
@@ -398,6 +411,15 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef, const UInt8* bytes, CFIndex 
                : nullptr;
 }
 
+CFArrayRef CFArrayCreate(CFAllocatorRef, const void** values, CFIndex count,
+                         const CFArrayCallBacks*) {
+    Elements elements;
+    for (CFIndex i = 0; i < count; ++i) {
+        elements.push_back(CFRetain(values[i]));
+    }
+    return make<CFArrayRef>(arrayType, std::move(elements));
+}
+
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void** values,
                                    CFIndex count, const CFDictionaryKeyCallBacks*,
                                    const CFDictionaryValueCallBacks*) {
@@ -406,6 +428,24 @@ CFDictionaryRef CFDictionaryCreate(CFAllocatorRef, const void** keys, const void
         entries.emplace_back(CFRetain(keys[i]), CFRetain(values[i]));
     }
     return make<CFDictionaryRef>(dictionaryType, std::move(entries));
+}
+
+CFIndex CFArrayGetCount(CFArrayRef array) {
+    Call call(__func__, nlohmann::json::array());
+    return call.returns(static_cast<CFIndex>(valueOf<Elements>(array, __func__).size()));
+}
+
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
+    Call call(__func__, {index});
+    const auto& elements = valueOf<Elements>(array, __func__);
+    if (index < 0 || static_cast<std::size_t>(index) >= elements.size()) {
+        crash(__func__, "index beyond the array");
+    }
+    if (call.failed() || call.yieldsNull()) {
+        return call.returns<const void*>(nullptr, nullptr);
+    }
+    const void* const element = elements[static_cast<std::size_t>(index)];
+    return call.returns<const void*>(element, shown(element));
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {

@@ -49,6 +49,16 @@ Answer question(const char* name, CGDirectDisplayID display, const LookUp& answe
     return call.returns(call.yieldsNull() ? Answer(0) : Answer(answer()));
 }
 
+// Reported of current macOS: questions about a display that is in no list can answer otherwise than
+// no.
+template <class Answer>
+boolean_t stateOf(const char* name, CGDirectDisplayID display, Answer answer) {
+    return question<boolean_t>(name, display, [=] {
+        return state().isKnown(display) ? boolean_t(answer())
+                                        : RunningMac::current().scene().unknownDisplayAnswers;
+    });
+}
+
 // Documented values for a display without a monitor.
 uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDisplay::* member) {
     return question<uint32_t>(name, display, [=] {
@@ -62,17 +72,26 @@ bool canReadGamma(CGDirectDisplayID display) {
     return state().isOnline(display) && RunningMac::current().sceneDisplay(display)->gamma;
 }
 
-void copyChannel(const std::vector<float>& channel, uint32_t capacity, CGGammaValue* table) {
-    std::copy_n(channel.begin(), std::min<std::size_t>(channel.size(), capacity), table);
+/// What a caller with room for `capacity` entries gets of a display's tables.
+GammaTable readableGamma(CGDirectDisplayID display, uint32_t capacity) {
+    const SceneDisplay& described = *RunningMac::current().sceneDisplay(display);
+    const GammaReading reading =
+        described.gammaReading.value_or(RunningMac::current().scene().gammaReading);
+    GammaTable table = state().gamma(display);
+    return capacity < described.gammaCapacity && reading == GammaReading::resample
+               ? resampled(table, capacity)
+               : table;
 }
 
-// Documented: tables are interpolated to the hardware's size; the nearest entry serves here.
-std::vector<float> resampled(const CGGammaValue* table, uint32_t size) {
-    std::vector<float> channel(256);
-    for (std::size_t i = 0; i < channel.size(); ++i) {
-        channel[i] = table[i * size / channel.size()];
-    }
-    return channel;
+// A table that is shorter than the caller's leaves the rest of it as it was.
+uint32_t copyChannel(const std::vector<float>& channel, uint32_t capacity, CGGammaValue* table) {
+    const auto count = static_cast<uint32_t>(std::min<std::size_t>(channel.size(), capacity));
+    std::copy_n(channel.begin(), count, table);
+    return count;
+}
+
+std::vector<float> channelFrom(const CGGammaValue* table, uint32_t size) {
+    return {table, table + size};
 }
 
 } // namespace
@@ -90,25 +109,25 @@ CGError CGGetOnlineDisplayList(uint32_t maxDisplays, CGDirectDisplayID* onlineDi
 }
 
 boolean_t CGDisplayIsActive(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, [=] { return state().isActive(display); });
+    return stateOf(__func__, display, [=] { return state().isActive(display); });
 }
 
 boolean_t CGDisplayIsOnline(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, [=] { return state().isOnline(display); });
+    return stateOf(__func__, display, [=] { return state().isOnline(display); });
 }
 
 boolean_t CGDisplayIsMain(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, [=] { return state().main() == display; });
+    return stateOf(__func__, display, [=] { return state().main() == display; });
 }
 
 boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, [=] {
+    return stateOf(__func__, display, [=] {
         return state().isConnected(display) && RunningMac::current().sceneDisplay(display)->builtin;
     });
 }
 
 boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display) {
-    return question<boolean_t>(__func__, display, [=] { return state().isInMirrorSet(display); });
+    return stateOf(__func__, display, [=] { return state().isInMirrorSet(display); });
 }
 
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
@@ -173,7 +192,11 @@ CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOpt
         spendConfiguration(config, __func__);
         return call.returns(call.failure<CGError>());
     }
-    return call.returns(completeConfiguration(config, option, __func__));
+    const CGError error = completeConfiguration(config, option, __func__);
+    if (call.failsWithEffect()) {
+        markFailed(config);
+    }
+    return call.returns(error);
 }
 
 CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,
@@ -189,12 +212,14 @@ CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity
     if (call.yieldsNull()) {
         return call.returns(kCGErrorSuccess);
     }
-    const GammaTable table = state().gamma(display);
-    copyChannel(table[0], capacity, redTable);
-    copyChannel(table[1], capacity, greenTable);
-    copyChannel(table[2], capacity, blueTable);
+    const GammaTable table = readableGamma(display, capacity);
+    const uint32_t room =
+        call.fault() ? std::min(capacity, call.fault()->samples.value_or(capacity)) : capacity;
+    const uint32_t count = copyChannel(table[0], room, redTable);
+    copyChannel(table[1], room, greenTable);
+    copyChannel(table[2], room, blueTable);
     if (sampleCount != nullptr) {
-        *sampleCount = std::min<uint32_t>(256, capacity);
+        *sampleCount = count;
     }
     return call.returns(kCGErrorSuccess);
 }
@@ -209,10 +234,10 @@ CGError CGSetDisplayTransferByTable(CGDirectDisplayID display, uint32_t tableSiz
     if (!state().isOnline(display) || tableSize == 0) {
         return call.returns(kCGErrorIllegalArgument);
     }
-    GammaTable table = {resampled(redTable, tableSize), resampled(greenTable, tableSize),
-                        resampled(blueTable, tableSize)};
+    const GammaTable table = {channelFrom(redTable, tableSize), channelFrom(greenTable, tableSize),
+                              channelFrom(blueTable, tableSize)};
     RunningMac::current().change(
-        [&](MacState& changed) { changed.setGamma(display, std::move(table), thisProcess()); });
+        [&](MacState& changed) { changed.setGamma(display, table, thisProcess()); });
     call.note("gamma", state().gammaKind(display));
     return call.returns(kCGErrorSuccess);
 }

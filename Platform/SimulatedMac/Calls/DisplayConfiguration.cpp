@@ -83,6 +83,10 @@ void spendConfiguration(CGDisplayConfigRef config, const char* call) {
     end(config, Phase::failed, call);
 }
 
+void markFailed(CGDisplayConfigRef config) {
+    config->phase = Phase::failed;
+}
+
 CGError cancelConfiguration(CGDisplayConfigRef config, const char* call) {
     if (config != nullptr && config->phase == Phase::failed) {
         return kCGErrorIllegalArgument;

@@ -23,6 +23,8 @@ void addChange(CGDisplayConfigRef config, std::function<void(MacState&, bool per
                                             const char* call);
 /// Ends it as a failed completion does: nothing is changed, and the reference is dead.
 void spendConfiguration(CGDisplayConfigRef config, const char* call);
+/// Lets a completed configuration count as one whose completion failed.
+void markFailed(CGDisplayConfigRef config);
 [[nodiscard]] CGError cancelConfiguration(CGDisplayConfigRef config, const char* call);
 
 } // namespace simulated_mac

@@ -10,6 +10,7 @@
 #include <IOKit/IOKitLib.h>
 
 #include <deque>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -83,17 +84,90 @@ std::string hex(std::span<const uint8_t> bytes) {
     return text;
 }
 
+/// When each monitor last took a message, in platform calls of this process. A monitor of a process
+/// that has just begun has had time enough.
+struct Hearing {
+    int mac = 0; // RunningMac::serial
+    std::map<uint32_t, uint64_t> last;
+};
+
+std::map<uint32_t, uint64_t>& lastHeard() {
+    static Hearing hearing;
+    if (const int mac = RunningMac::current().serial(); hearing.mac != mac) {
+        hearing = {mac, {}};
+    }
+    return hearing.last;
+}
+
+bool comesTooEarly(const MonitorDDC& monitor, uint32_t display) {
+    const auto last = lastHeard().find(display);
+    return last != lastHeard().end() &&
+           RunningMac::current().callCount() <= last->second + monitor.minGapCalls;
+}
+
+/// Why a monitor does not take a message that reaches it; null when it does.
+const char* reasonForDeafness(const MonitorDDC& monitor, uint32_t display) {
+    if (monitor.deafInStandby && RunningMac::current().state().isInStandby(display)) {
+        return "deaf in standby";
+    }
+    return comesTooEarly(monitor, display) ? "too early" : nullptr;
+}
+
+void noteUnlessZero(Call& call, const char* field, uint64_t value) {
+    if (value != 0) {
+        call.note(field, value);
+    }
+}
+
+/// Tells what makes a request other than a plain write.
+void noteFields(Call& call, const IOI2CRequest& request) {
+    if (request.sendTransactionType != kIOI2CSimpleTransactionType) {
+        call.note("sendTransactionType", uint32_t(request.sendTransactionType));
+    }
+    noteUnlessZero(call, "replyTransactionType", request.replyTransactionType);
+    noteUnlessZero(call, "replyAddress", request.replyAddress);
+    noteUnlessZero(call, "replyBytes", request.replyBytes);
+    noteUnlessZero(call, "minReplyDelay", request.minReplyDelay);
+    noteUnlessZero(call, "commFlags", request.commFlags);
+}
+
+// The fields for replies count only when a reply is asked for.
+bool isSupported(const IOI2CRequest& request) {
+    return request.sendTransactionType <= kIOI2CSimpleTransactionType &&
+           request.replyTransactionType == kIOI2CNoTransactionType && request.commFlags == 0;
+}
+
 /// Transfers the message; the result is what the request's own field tells.
-IOReturn transfer(const IOI2CConnect& connect, uint32_t address, std::span<const uint8_t> bytes) {
+IOReturn transfer(Call& call, const IOI2CConnect& connect, uint32_t address,
+                  std::span<const uint8_t> bytes) {
     const MonitorDDC* const monitor = monitorOf(connect);
     if (monitor == nullptr || !RunningMac::current().state().isConnected(*connect.display)) {
         return kIOReturnNoDevice;
     }
-    if (monitor->result == kIOReturnSuccess) {
+    if (const char* const deaf = reasonForDeafness(*monitor, *connect.display)) {
+        call.note("lost", deaf);
+    } else if (monitor->result == kIOReturnSuccess) {
+        lastHeard()[*connect.display] = RunningMac::current().callCount();
         RunningMac::current().change(
             [&](MacState& state) { state.monitorReceives(*connect.display, address, bytes); });
     }
     return monitor->result;
+}
+
+/// What becomes of a request that is taken up.
+IOReturn outcomeOf(Call& call, const IOI2CConnect& connect, const IOI2CRequest& request,
+                   std::span<const uint8_t> bytes) {
+    const auto given = call.fault() ? call.fault()->result : std::nullopt;
+    if (given && !call.fault()->effect) {
+        return *given;
+    }
+    if (!isSupported(request)) {
+        return kIOReturnUnsupportedMode;
+    }
+    const bool sends = request.sendTransactionType != kIOI2CNoTransactionType;
+    const IOReturn result =
+        sends ? transfer(call, connect, request.sendAddress, bytes) : kIOReturnSuccess;
+    return given.value_or(result);
 }
 
 } // namespace
@@ -171,6 +245,7 @@ IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRe
     const std::vector<uint8_t> bytes(buffer, buffer + request->sendBytes);
     call.note("address", uint32_t(request->sendAddress));
     call.note("bytes", hex(bytes));
+    noteFields(call, *request);
     if (request->sendBytes > longestTransfer) {
         return call.returns(kIOReturnOverrun);
     }
@@ -181,7 +256,7 @@ IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRe
     if (monitor != nullptr && monitor->send != kIOReturnSuccess) {
         return call.returns(monitor->send);
     }
-    request->result = transfer(*connect, request->sendAddress, bytes);
+    request->result = outcomeOf(call, *connect, *request, bytes);
     // Published source: the buffer fields come back zeroed.
     request->sendBuffer = 0;
     request->replyBuffer = 0;

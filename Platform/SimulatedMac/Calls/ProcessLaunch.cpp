@@ -2,6 +2,7 @@
 // /usr/sbin/system_profiler. The linker redirects the program's own posix_spawn (--wrap).
 
 #include "SimulatedMac/Calls/Call.h"
+#include "SimulatedMac/Calls/ProfilerPipe.h"
 #include "SimulatedMac/World/RunningMac.h"
 
 #include <cerrno>
@@ -70,8 +71,12 @@ int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* 
     std::vector<std::string> environment = childEnvironment(envp);
     const std::string executable =
         RunningMac::current().scene().profilerExecutable.value_or(SYSTEM_PROFILER_EXECUTABLE);
-    return call.returns(__real_posix_spawn(pid, executable.c_str(), actions, attributes, argv,
-                                           pointersTo(environment).data()));
+    const int error = __real_posix_spawn(pid, executable.c_str(), actions, attributes, argv,
+                                         pointersTo(environment).data());
+    if (error == 0) {
+        watchProfiler(*pid);
+    }
+    return call.returns(error);
 }
 
 } // namespace

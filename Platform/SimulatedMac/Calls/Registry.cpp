@@ -140,25 +140,34 @@ OwnedCF dataObject(const std::string& hex) {
     return OwnedCF(CFDataCreate(nullptr, bytes.data(), static_cast<CFIndex>(bytes.size())));
 }
 
-// The dictionary has references of its own.
-CFDictionaryRef dictionaryOf(const std::vector<OwnedCF>& keys, const std::vector<OwnedCF>& values) {
-    std::vector<const void*> rawKeys(keys.size());
-    std::vector<const void*> rawValues(values.size());
-    std::ranges::transform(keys, rawKeys.begin(), &OwnedCF::get);
-    std::ranges::transform(values, rawValues.begin(), &OwnedCF::get);
-    return CFDictionaryCreate(nullptr, rawKeys.data(), rawValues.data(),
-                              static_cast<CFIndex>(keys.size()), &kCFTypeDictionaryKeyCallBacks,
-                              &kCFTypeDictionaryValueCallBacks);
+std::vector<const void*> pointersTo(const std::vector<OwnedCF>& objects) {
+    std::vector<const void*> pointers(objects.size());
+    std::ranges::transform(objects, pointers.begin(), &OwnedCF::get);
+    return pointers;
 }
 
-OwnedCF tableObject(const json& members) {
+OwnedCF propertyObject(const json& property);
+
+// Arrays and dictionaries have references of their own to what they hold.
+
+OwnedCF arrayObject(const json& elements) {
+    std::vector<OwnedCF> values;
+    std::ranges::transform(elements, std::back_inserter(values), propertyObject);
+    return OwnedCF(CFArrayCreate(nullptr, pointersTo(values).data(),
+                                 static_cast<CFIndex>(values.size()), &kCFTypeArrayCallBacks));
+}
+
+OwnedCF dictionaryObject(const json& members) {
     std::vector<OwnedCF> keys;
     std::vector<OwnedCF> values;
     for (const auto& [key, value] : members.items()) {
         keys.push_back(stringObject(key));
-        values.push_back(stringObject(value.get<std::string>()));
+        values.push_back(propertyObject(value));
     }
-    return OwnedCF(dictionaryOf(keys, values));
+    return OwnedCF(CFDictionaryCreate(nullptr, pointersTo(keys).data(), pointersTo(values).data(),
+                                      static_cast<CFIndex>(keys.size()),
+                                      &kCFTypeDictionaryKeyCallBacks,
+                                      &kCFTypeDictionaryValueCallBacks));
 }
 
 OwnedCF numberObject(const json& number) {
@@ -180,10 +189,13 @@ OwnedCF propertyObject(const json& property) {
     if (property.is_number()) {
         return numberObject(property);
     }
+    if (property.is_array()) {
+        return arrayObject(property);
+    }
     if (property.size() == 1 && property.contains("data")) {
         return dataObject(property["data"].get<std::string>());
     }
-    return tableObject(property);
+    return dictionaryObject(property);
 }
 
 std::string textOf(CFStringRef string) {
@@ -201,6 +213,16 @@ std::vector<const RegistryNode*> nodesOfClass(const std::string& className) {
         registry().entries, std::back_inserter(found),
         [&](const RegistryNode* node) { return conformsTo(node->className, className); });
     return found;
+}
+
+// The graphics system of an Intel Mac knows which connector a display is on, although no property
+// says so.
+bool isPortOf(const RegistryNode& node, uint32_t displayID) {
+    if (RunningMac::current().scene().hardware == Hardware::intel && node.busDisplay == displayID) {
+        return true;
+    }
+    const auto property = node.properties.find("DisplayID");
+    return property != node.properties.end() && *property == displayID;
 }
 
 // A port that the graphics system handed out although its own last reference was given back. It is
@@ -252,10 +274,8 @@ io_service_t servicePortForDisplay(uint32_t displayID) {
         return IO_OBJECT_NULL;
     }
     const auto& entries = registry().entries;
-    const auto node = std::ranges::find_if(entries, [&](const RegistryNode* entry) {
-        const auto property = entry->properties.find("DisplayID");
-        return property != entry->properties.end() && *property == displayID;
-    });
+    const auto node = std::ranges::find_if(
+        entries, [&](const RegistryNode* entry) { return isPortOf(*entry, displayID); });
     if (node == entries.end()) {
         return IO_OBJECT_NULL;
     }

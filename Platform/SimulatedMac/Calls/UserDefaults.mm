@@ -125,6 +125,9 @@ void setObjectForKey(NSUserDefaults* self, SEL selector, id object, NSString* ke
         return originalSetObjectForKey(self, selector, object, key);
     }
     Call call("NSUserDefaults.setObject", {jsonFrom(object), text(key)});
+    if (call.failed()) {
+        return;
+    }
     json stored = RunningMac::current().storedDefaults();
     stored[text(key)] = jsonFrom(object);
     RunningMac::current().storeDefaults(stored);

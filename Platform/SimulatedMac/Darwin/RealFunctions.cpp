@@ -1,7 +1,11 @@
 // The real functions under the names that the simulated Mac calls them by.
 
+#include <cstdarg>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 extern "C" {
 
@@ -10,6 +14,10 @@ void* __real_dlsym(void* library, const char* symbol);
 int __real_dlclose(void* library);
 int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                        const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]);
+int __real_pipe(int ends[2]);
+int __real_fcntl(int descriptor, int command, ...);
+ssize_t __real_read(int descriptor, void* buffer, size_t size);
+pid_t __real_waitpid(pid_t pid, int* status, int options);
 
 void* __real_dlopen(const char* path, int mode) {
     return dlopen(path, mode);
@@ -27,6 +35,27 @@ int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_acti
                        const posix_spawnattr_t* attributes, char* const argv[],
                        char* const envp[]) {
     return posix_spawn(pid, path, actions, attributes, argv, envp);
+}
+
+int __real_pipe(int ends[2]) {
+    return pipe(ends);
+}
+
+// Every command takes at most one argument, of the size of a pointer or less.
+int __real_fcntl(int descriptor, int command, ...) {
+    va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return fcntl(descriptor, command, argument);
+}
+
+ssize_t __real_read(int descriptor, void* buffer, size_t size) {
+    return read(descriptor, buffer, size);
+}
+
+pid_t __real_waitpid(pid_t pid, int* status, int options) {
+    return waitpid(pid, status, options);
 }
 
 } // extern "C"

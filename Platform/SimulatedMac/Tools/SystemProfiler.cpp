@@ -3,9 +3,15 @@
 #include "SimulatedMac/World/MacState.h"
 #include "SimulatedMac/World/RunningMac.h"
 
+#include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <poll.h>
 #include <string>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -50,6 +56,40 @@ ordered_json report(RunningMac& mac) {
     return {{"SPDisplaysDataType", ordered_json::array({card})}};
 }
 
+constexpr int secondsBetweenLooks = 1;
+constexpr int mostLooks = 600;
+
+/// Waits in a process of its own, which holds the standard output, until nobody reads that any
+/// more.
+void keepOutputOpen() {
+    if (fork() != 0) {
+        return;
+    }
+    pollfd output = {STDOUT_FILENO, 0, 0};
+    for (int looks = 0; looks < mostLooks && output.revents == 0; ++looks) {
+        poll(&output, 1, secondsBetweenLooks * 1000);
+    }
+    _exit(0);
+}
+
+void dieBySignal(int number) {
+    const rlimit noDump = {0, 0};
+    setrlimit(RLIMIT_CORE, &noDump);
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+}
+
+int endAs(const ProfilerManners& manners) {
+    std::fflush(stdout);
+    if (manners.keepOpen) {
+        keepOutputOpen();
+    }
+    if (manners.signal != 0) {
+        dieBySignal(manners.signal);
+    }
+    return manners.exit;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -59,8 +99,14 @@ int main(int argc, char** argv) {
         return 1;
     }
     RunningMac& mac = RunningMac::current();
+    const ProfilerManners& manners = mac.scene().profilerManners;
+    std::fputs(manners.standardError.c_str(), stderr);
+    std::this_thread::sleep_for(std::chrono::duration<double>(manners.delay));
     const auto& output = mac.scene().profilerOutput;
     const std::string text = output ? *output : report(mac).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
-    return std::fflush(stdout) == 0 ? 0 : 2;
+    if (std::fflush(stdout) != 0) {
+        return 2;
+    }
+    return endAs(manners);
 }

@@ -15,7 +15,13 @@ void FaultPlan::clear() {
     entries_.clear();
 }
 
+bool FaultPlan::names(const std::string& function) const {
+    return std::ranges::any_of(entries_,
+                               [&](const Entry& entry) { return entry.fault.call == function; });
+}
+
 std::optional<SceneFault> FaultPlan::count(const std::string& function) {
+    ++calls_;
     std::optional<SceneFault> due;
     for (Entry& entry : entries_) {
         if (entry.fault.call != "*" && entry.fault.call != function) {

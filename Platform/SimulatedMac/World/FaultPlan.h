@@ -17,6 +17,10 @@ public:
     void clear();
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> count(const std::string& function);
+    /// Whether a fault is for calls of this very name.
+    [[nodiscard]] bool names(const std::string& function) const;
+    /// How many calls were counted.
+    [[nodiscard]] uint64_t calls() const { return calls_; }
     /// Whether one has applied to a call so far, also one that was cleared since.
     [[nodiscard]] bool fired() const { return fired_; }
 
@@ -26,6 +30,7 @@ private:
         int calls;
     };
     std::vector<Entry> entries_;
+    uint64_t calls_ = 0;
     bool fired_ = false;
 };
 

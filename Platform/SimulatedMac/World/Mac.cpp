@@ -4,6 +4,7 @@
 #include "SimulatedMac/World/EventPlan.h"
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/Ledger.h"
+#include "SimulatedMac/World/SceneFaults.h"
 #include "SimulatedMac/World/StateDirectory.h"
 #include "SimulatedMac/World/StoredState.h"
 #include "SimulatedMac/World/TextFile.h"
@@ -12,6 +13,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace simulated_mac {
@@ -62,6 +65,15 @@ std::unique_ptr<Mac>& currentMac() {
     return mac;
 }
 
+bool macIsBeingOpened = false;
+
+/// Makes a Mac the current one.
+void open(const std::function<Mac*()>& make) {
+    macIsBeingOpened = true;
+    currentMac().reset(make());
+    macIsBeingOpened = false;
+}
+
 // A Mac's process ends with everything given back; what is left is a leak in the program.
 void endWithStatusOfLedger() {
     if (const std::string leaked = ledger::outstanding(); !leaked.empty()) {
@@ -76,10 +88,12 @@ void endWithStatusOfLedger() {
 Mac& Mac::current() {
     auto& mac = currentMac();
     if (!mac) {
-        mac = orComplain([] {
-            const std::string given = environment("SIMULATED_MAC_STATE");
-            const std::string path = given.empty() ? defaultStateDirectory() : given;
-            return std::unique_ptr<Mac>(new Mac(chosenScene(StateDirectory(path)), path, false));
+        open([] {
+            return orComplain([] {
+                const std::string given = environment("SIMULATED_MAC_STATE");
+                const std::string path = given.empty() ? defaultStateDirectory() : given;
+                return new Mac(chosenScene(StateDirectory(path)), path, false);
+            });
         });
         std::atexit([] {
             current().callLog().flush();
@@ -96,10 +110,17 @@ AttendedMac& AttendedMac::current() {
 RunningMac& RunningMac::current() {
     return Mac::current();
 }
+bool RunningMac::isChosen() {
+    if (macIsBeingOpened) {
+        return false;
+    }
+    return currentMac() || !environment("SIMULATED_MAC_SCENE").empty() ||
+           !environment("SIMULATED_MAC_STATE").empty();
+}
 
 Mac& Mac::boot(const Scene& scene) {
     ledger::clear();
-    currentMac().reset(new Mac(scene, newTemporaryDirectory(), true));
+    open([&] { return new Mac(scene, newTemporaryDirectory(), true); });
     return *currentMac();
 }
 
@@ -112,6 +133,9 @@ void Mac::shutDown() {
 }
 
 void Mac::failCall(const SceneFault& fault) {
+    if (const auto wrong = problemOf(fault)) {
+        throw std::invalid_argument(fault.call + ": " + wrong->key + ": " + wrong->problem);
+    }
     faults().add(fault);
 }
 void Mac::clearFaults() {

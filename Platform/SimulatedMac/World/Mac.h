@@ -40,7 +40,8 @@ public:
     static void shutDown();
 
     // Faults, beside those of the scene.
-    void failCall(const SceneFault& fault); ///< counts from now on
+    /// Counts from now on. Throws std::invalid_argument for a fault that a scene may not have.
+    void failCall(const SceneFault& fault);
     void clearFaults();
     [[nodiscard]] bool faultFired() const;
 

@@ -9,7 +9,7 @@
 namespace simulated_mac {
 namespace {
 
-constexpr std::size_t gammaSize = 256;
+constexpr std::size_t usualCapacity = 256;
 constexpr int mostDroppedMessages = 1'000'000'000;
 
 constexpr uint32_t monitorAddress = 0x6E;
@@ -18,36 +18,22 @@ constexpr uint8_t vcpPower = 0x0C; // this system's power code, not the standard
 constexpr uint16_t powerOn = 1;
 constexpr uint16_t powerStandby = 5;
 
-GammaTable linearGamma() {
-    std::vector<float> ramp(gammaSize);
-    for (std::size_t i = 0; i < gammaSize; ++i) {
-        ramp[i] = static_cast<float>(i) / static_cast<float>(gammaSize - 1);
-    }
-    return {ramp, ramp, ramp};
-}
-
-GammaTable zeroGamma() {
-    const std::vector<float> channel(gammaSize, 0.0F);
+GammaTable zeroGamma(std::size_t entries) {
+    const std::vector<float> channel(entries, 0.0F);
     return {channel, channel, channel};
 }
 
-bool isZero(const GammaTable& table) {
-    return std::ranges::all_of(table, [](const std::vector<float>& channel) {
-        return std::ranges::all_of(channel, [](float entry) { return entry == 0; });
-    });
-}
-
-std::vector<float> storedChannel(const Field& stored) {
+std::vector<float> storedChannel(const Field& stored, std::size_t entries) {
     std::vector<float> channel;
     stored.eachElement([&channel](const Field& entry) { channel.push_back(entry.real()); });
-    stored.require(channel.size() == gammaSize, "256 numbers");
+    stored.require(channel.size() == entries, (std::to_string(entries) + " numbers").c_str());
     return channel;
 }
 
-GammaTable storedTable(const Field& stored) {
+GammaTable storedTable(const Field& stored, std::size_t entries) {
     stored.require(stored.value().is_array() && stored.value().size() == 3, "3 arrays");
-    return {storedChannel(stored.element(0)), storedChannel(stored.element(1)),
-            storedChannel(stored.element(2))};
+    return {storedChannel(stored.element(0), entries), storedChannel(stored.element(1), entries),
+            storedChannel(stored.element(2), entries)};
 }
 
 // One display has one spelling, so that none is there twice.
@@ -113,6 +99,7 @@ MacState::Display MacState::initialDisplay(const SceneDisplay& display) {
     Display state;
     state.sceneID = display.id;
     state.pixels = display.pixels;
+    state.gammaCapacity = display.gammaCapacity;
     state.connected = display.connected;
     state.session = state.permanent = {display.enabled, display.mirrors, false};
     state.brightness = display.ddc ? display.ddc->brightness : 0;
@@ -124,10 +111,10 @@ MacState::Layer MacState::storedLayer(const Field& stored) {
             storedFlag(stored, "main")};
 }
 
-MacState::OwnedGamma MacState::storedGamma(const Field& stored) {
+MacState::OwnedGamma MacState::storedGamma(const Field& stored, std::size_t entries) {
     const auto pid = static_cast<int>(stored.at("pid").integer(0, INT32_MAX));
     const auto start = static_cast<uint64_t>(stored.at("start").integer(0, INT64_MAX));
-    return {storedTable(stored.at("table")), {pid, start}};
+    return {storedTable(stored.at("table"), entries), {pid, start}};
 }
 
 void MacState::restore(Display& display, const Field& stored) {
@@ -147,7 +134,7 @@ void MacState::restore(Display& display, const Field& stored) {
     display.asleep = storedFlag(stored, "asleep");
     display.lidClosed = storedFlag(stored, "lidClosed");
     if (stored.value().contains("gamma")) {
-        display.gamma = storedGamma(stored.at("gamma"));
+        display.gamma = storedGamma(stored.at("gamma"), display.gammaCapacity);
     }
 }
 
@@ -534,11 +521,13 @@ bool MacState::isZeroedByAnEnd(uint32_t id) const {
 }
 
 GammaTable MacState::gamma(uint32_t id) const {
+    const Display* const display = find(id);
+    const std::size_t capacity = display == nullptr ? usualCapacity : display->gammaCapacity;
     if (isZeroedByAnEnd(id)) {
-        return zeroGamma();
+        return zeroGamma(capacity);
     }
     const OwnedGamma* const owned = liveGamma(id);
-    return owned != nullptr ? owned->table : linearGamma();
+    return owned != nullptr ? resampled(owned->table, capacity) : linearGamma(capacity);
 }
 
 void MacState::forgetEndedOwners() {
@@ -550,7 +539,8 @@ void MacState::forgetEndedOwners() {
         }
     }
     if (zeroes) {
-        displays_.at(*zeroed).gamma = OwnedGamma{zeroGamma(), {}};
+        Display& display = displays_.at(*zeroed);
+        display.gamma = OwnedGamma{zeroGamma(display.gammaCapacity), {}};
     }
 }
 
@@ -559,13 +549,14 @@ std::string MacState::gammaKind(uint32_t id) const {
     if (isZero(table)) {
         return "zero";
     }
-    return table == linearGamma() ? "normal" : "other";
+    return isLinear(table) ? "normal" : "other";
 }
 
 void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {
     replaceNonNumbers(table);
     if (const auto found = displays_.find(id); found != displays_.end()) {
-        found->second.gamma = OwnedGamma{std::move(table), owner};
+        Display& display = found->second;
+        display.gamma = OwnedGamma{resampled(table, display.gammaCapacity), owner};
     }
 }
 

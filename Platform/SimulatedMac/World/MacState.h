@@ -1,10 +1,10 @@
 #pragma once
 
 #include "SimulatedMac/World/Field.h"
+#include "SimulatedMac/World/GammaTable.h"
 #include "SimulatedMac/World/ProcessIdentity.h"
 #include "SimulatedMac/World/Scene.h"
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -13,9 +13,6 @@
 #include <vector>
 
 namespace simulated_mac {
-
-/// Red, green and blue, 256 entries each.
-using GammaTable = std::array<std::vector<float>, 3>;
 
 /// The arrangement of displays at one moment, and the rules by which it changes. It knows nothing
 /// of files or calls.
@@ -81,8 +78,9 @@ public:
     void rebootRenumbered();
 
     // Gamma. What is set for an unknown display is lost.
-    [[nodiscard]] GammaTable gamma(uint32_t id) const;
+    [[nodiscard]] GammaTable gamma(uint32_t id) const;      ///< of the display's capacity
     [[nodiscard]] std::string gammaKind(uint32_t id) const; ///< "normal", "zero" or "other"
+    /// A table of another size than the display's is resampled.
     void setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner);
     void resetGamma();
     /// Forgets the tables of processes that have ended, and does what their end does.
@@ -103,6 +101,7 @@ private:
     struct Display {
         uint32_t sceneID = 0;
         uint64_t pixels = 0;
+        uint32_t gammaCapacity = 256;
         bool connected = true;
         int pluggings = 0;
         bool asleep = false;
@@ -117,7 +116,7 @@ private:
 
     static Display initialDisplay(const SceneDisplay& display);
     static Layer storedLayer(const Field& stored);
-    static OwnedGamma storedGamma(const Field& stored);
+    static OwnedGamma storedGamma(const Field& stored, std::size_t entries);
     static void restore(Display& display, const Field& stored);
     [[nodiscard]] nlohmann::json toJson(uint32_t id, const Display& display) const;
     [[nodiscard]] nlohmann::json toJson(const Layer& layer) const;

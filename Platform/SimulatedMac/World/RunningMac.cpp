@@ -276,6 +276,14 @@ void RunningMac::letHappen(const SceneEvent& event) {
     internals_->withinCall = false;
 }
 
+bool RunningMac::hasFaultFor(const std::string& function) const {
+    return faults().names(function);
+}
+
+uint64_t RunningMac::callCount() const {
+    return faults().calls();
+}
+
 void RunningMac::log(const LoggedCall& call) {
     callLog().add(call);
 }

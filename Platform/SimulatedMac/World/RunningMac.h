@@ -27,6 +27,9 @@ struct LoggedCall;
 class RunningMac {
 public:
     static RunningMac& current();
+    /// Whether this process is on a Mac already, or has been told which one to be on. No while it
+    /// is being opened, as a sanitizer's own calls then would open another.
+    [[nodiscard]] static bool isChosen();
 
     RunningMac(const RunningMac&) = delete;
     RunningMac& operator=(const RunningMac&) = delete;
@@ -53,6 +56,9 @@ public:
     void attachThisProcess();
     /// Counts a call; the fault that applies to it, if any.
     [[nodiscard]] std::optional<SceneFault> beginCall(const std::string& function);
+    /// Whether a fault is for calls of this very name.
+    [[nodiscard]] bool hasFaultFor(const std::string& function) const;
+    [[nodiscard]] uint64_t callCount() const; ///< calls of this process that began
     void log(const LoggedCall& call);
     /// Counts a call that begins or ends; what happens to the Mac at that moment.
     [[nodiscard]] std::vector<SceneEvent> eventsDue(SceneEvent::Moment moment,

@@ -2,8 +2,10 @@
 
 #include "SimulatedMac/World/Field.h"
 #include "SimulatedMac/World/HabitReaders.h"
+#include "SimulatedMac/World/HardwareRegistry.h"
 #include "SimulatedMac/World/JsonText.h"
 #include "SimulatedMac/World/SceneEvents.h"
+#include "SimulatedMac/World/SceneFaults.h"
 #include "SimulatedMac/World/StoredDefaults.h"
 
 #include <algorithm>
@@ -26,6 +28,8 @@ MonitorDDC readMonitor(const Field& field) {
         {"open", [&](const Field& f) { monitor.open = f.status(); }},
         {"send", [&](const Field& f) { monitor.send = f.status(); }},
         {"result", [&](const Field& f) { monitor.result = f.status(); }},
+        {"minGapCalls", [&](const Field& f) { monitor.minGapCalls = f.word(); }},
+        {"deafInStandby", [&](const Field& f) { monitor.deafInStandby = f.boolean(); }},
     });
     return monitor;
 }
@@ -45,6 +49,12 @@ uint64_t readPixels(const Field& field) {
            static_cast<uint64_t>(field.element(1).integer(1, longestSide));
 }
 
+GammaReading readGammaReading(const Field& field) {
+    field.require(field.value() == "resample" || field.value() == "truncate",
+                  "\"resample\" or \"truncate\"");
+    return field.value() == "truncate" ? GammaReading::truncate : GammaReading::resample;
+}
+
 SceneDisplay readDisplay(const Field& field) {
     SceneDisplay display;
     field.eachMember({
@@ -61,6 +71,11 @@ SceneDisplay readDisplay(const Field& field) {
         {"screenName", [&](const Field& f) { display.screenName = f.text(); }},
         {"registryName", [&](const Field& f) { display.registryName = f.text(); }},
         {"gamma", [&](const Field& f) { display.gamma = f.boolean(); }},
+        {"gammaCapacity",
+         [&](const Field& f) {
+             display.gammaCapacity = static_cast<uint32_t>(f.integer(2, 65536));
+         }},
+        {"gammaReading", [&](const Field& f) { display.gammaReading = readGammaReading(f); }},
         {"ddc", [&](const Field& f) { display.ddc = readDDC(f); }},
         {"servicePort", [&](const Field& f) { display.servicePort = f.boolean(); }},
     });
@@ -84,17 +99,16 @@ void checkData(const Field& field) {
                        }}});
 }
 
+/// Whatever JSON can say but null, which is no object of the registry.
 void checkProperty(const Field& field) {
     const json& value = field.value();
-    if (value.is_object() && value.contains("data") && value.size() == 1) {
+    field.require(!value.is_null(), "a number, a text, true, false, an array or an object");
+    if (value.is_array()) {
+        field.eachElement(checkProperty);
+    } else if (value.is_object() && value.contains("data") && value.size() == 1) {
         checkData(field);
     } else if (value.is_object()) {
-        field.eachKey([](const std::string&, const Field& member) { (void)member.text(); });
-    } else if (value.is_number() && !value.is_number_float()) {
-        (void)field.integer(INT64_MIN, INT64_MAX);
-    } else {
-        field.require(value.is_number() || value.is_string() || value.is_boolean(),
-                      "a number, a text, true, false, {\"data\": …} or an object of texts");
+        field.eachKey([](const std::string&, const Field& member) { checkProperty(member); });
     }
 }
 
@@ -117,23 +131,6 @@ RegistryNode readNode(const Field& field) {
         field.reject("class is missing");
     }
     return node;
-}
-
-SceneFault readFault(const Field& field) {
-    SceneFault fault;
-    field.eachMember({
-        {"call", [&](const Field& f) { fault.call = f.text(); }},
-        {"nth", [&](const Field& f) { fault.nth = static_cast<int>(f.integer(0, INT32_MAX)); }},
-        {"returns", [&](const Field& f) { fault.returns = f.integer(INT64_MIN, INT64_MAX); }},
-        {"null", [&](const Field& f) { fault.null = f.boolean(); }},
-    });
-    if (fault.call.empty()) {
-        field.reject("call is missing");
-    }
-    if (fault.null == fault.returns.has_value()) {
-        field.reject("needs either returns or \"null\": true");
-    }
-    return fault;
 }
 
 std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
@@ -159,12 +156,10 @@ std::size_t countOf(const std::vector<RegistryNode>& nodes) {
     return count;
 }
 
-void readProfiler(const Field& field, Scene& scene) {
-    field.eachMember({
-        {"output", [&](const Field& f) { scene.profilerOutput = f.text(); }},
-        {"missing", [&](const Field& f) { scene.profilerMissing = f.boolean(); }},
-        {"executable", [&](const Field& f) { scene.profilerExecutable = f.text(); }},
-    });
+Hardware readHardware(const Field& field) {
+    field.require(field.value() == "intel" || field.value() == "apple-silicon",
+                  "\"intel\" or \"apple-silicon\"");
+    return field.value() == "intel" ? Hardware::intel : Hardware::appleSilicon;
 }
 
 const SceneDisplay* findDisplay(const Scene& scene, uint32_t id) {
@@ -299,6 +294,15 @@ void connectMonitors(RegistryNode& node, std::optional<uint32_t> above, const Sc
     }
 }
 
+/// On an Intel Mac CoreGraphics knows the framebuffer of a display, unless the scene says
+/// otherwise.
+void addServicePorts(Scene& scene, const json& displays) {
+    for (std::size_t i = 0; i < scene.displays.size(); ++i) {
+        scene.displays[i].servicePort =
+            scene.displays[i].servicePort || !displays[i].contains("servicePort");
+    }
+}
+
 constexpr const char* deskText = R"({
   "skylight": true,
   "displays": [
@@ -327,6 +331,11 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
                        "\"software\" or \"hardware\"");
              scene.softwareMirroring = f.value() == "software";
          }},
+        {"gammaReading", [&](const Field& f) { scene.gammaReading = readGammaReading(f); }},
+        {"unknownDisplayAnswers",
+         [&](const Field& f) {
+             scene.unknownDisplayAnswers = static_cast<int32_t>(f.integer(INT32_MIN, INT32_MAX));
+         }},
         {"displays",
          [&](const Field& f) {
              f.eachElement([&](const Field& d) { scene.displays.push_back(readDisplay(d)); });
@@ -347,6 +356,7 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
              checkDefaults(f);
              scene.defaults = f.value();
          }},
+        {"hardware", [&](const Field& f) { scene.hardware = readHardware(f); }},
         {"profiler", [&](const Field& f) { readProfiler(f, scene); }},
         {"faults",
          [&](const Field& f) {
@@ -362,6 +372,13 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
     checkHabits(scene, root);
     if (document.contains("events")) {
         checkEvents(scene, root.member("events"));
+    }
+    if (scene.hardware == Hardware::intel && document.contains("displays")) {
+        addServicePorts(scene, document["displays"]);
+    }
+    if (!registryGiven && scene.hardware != Hardware::mixture) {
+        scene.registry = hardwareRegistry(scene.hardware, scene.displays);
+        return scene;
     }
     if (!registryGiven) {
         scene.registry = impliedRegistry(scene);

@@ -2,7 +2,9 @@
 
 #include "SimulatedMac/World/InputError.h"
 #include "SimulatedMac/World/SceneEvent.h"
+#include "SimulatedMac/World/SceneFault.h"
 #include "SimulatedMac/World/SceneHabits.h"
+#include "SimulatedMac/World/SceneProfiler.h"
 
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -22,6 +24,15 @@ struct MonitorDDC {
     int32_t open = 0;    ///< what IOI2CInterfaceOpen returns
     int32_t send = 0;    ///< what IOI2CSendRequest returns
     int32_t result = 0;  ///< what the request's result field holds afterwards
+    /// How many other platform calls must lie between two messages that it takes.
+    uint32_t minGapCalls = 0;
+    bool deafInStandby = false; ///< it takes no message in standby, also not to wake up
+};
+
+/// What a caller gets whose gamma tables are shorter than the display's.
+enum class GammaReading {
+    resample, ///< the whole curve in fewer entries
+    truncate, ///< the first entries
 };
 
 struct SceneDisplay {
@@ -37,7 +48,9 @@ struct SceneDisplay {
     std::optional<std::string> profilerName;
     std::optional<std::string> screenName;
     std::optional<std::string> registryName;
-    bool gamma = true; ///< false: its tables cannot be read
+    bool gamma = true;                        ///< false: its tables cannot be read
+    uint32_t gammaCapacity = 256;             ///< how many entries its tables have
+    std::optional<GammaReading> gammaReading; ///< the scene's if not given
     std::optional<MonitorDDC> ddc;
     /// CGDisplayIOServicePort answers the first registry node with this display's DisplayID, as on
     /// Intel Macs; otherwise 0, as on Apple silicon.
@@ -57,11 +70,11 @@ struct RegistryNode {
     std::vector<RegistryNode> children;
 };
 
-struct SceneFault {
-    std::string call; ///< a C function's name, or "*" for every call
-    int nth = 1;      ///< 1 for the first call in the process; 0 for every call
-    std::optional<int64_t> returns;
-    bool null = false; ///< instead of `returns`: success with a null or zero result
+/// What the registry that the displays imply is shaped like.
+enum class Hardware {
+    mixture, ///< of both kinds, for demonstration
+    intel,
+    appleSilicon,
 };
 
 struct Scene {
@@ -69,12 +82,17 @@ struct Scene {
     bool softwareMirroring = false;
     /// The functions that SkyLight exports; absent when there is no SkyLight at all.
     std::optional<std::vector<std::string>> skyLight;
+    GammaReading gammaReading = GammaReading::resample;
+    /// What the CGDisplayIs… questions answer about a display that is in no list.
+    int32_t unknownDisplayAnswers = 0;
     std::vector<SceneDisplay> displays;
+    Hardware hardware = Hardware::mixture;
     std::vector<RegistryNode> registry; ///< as given, or what the displays imply
     nlohmann::json defaults = nlohmann::json::object();
     std::optional<std::string> profilerOutput; ///< instead of the JSON made from the names
     bool profilerMissing = false;
     std::optional<std::string> profilerExecutable; ///< what is launched instead of the stand-in
+    ProfilerManners profilerManners;
     std::vector<SceneFault> faults;
     std::vector<SceneEvent> events;
     SceneHabits habits;

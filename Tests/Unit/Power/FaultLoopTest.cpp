@@ -169,7 +169,7 @@ private:
         if (below(3) == 0) {
             const auto call =
                 static_cast<std::size_t>(below(static_cast<int>(faultyCalls_.size())));
-            mac_.failCall(fails(faultyCalls_[call]).nth(1 + below(3)).with(1001));
+            mac_.failCall(failureOf(faultyCalls_[call], 1 + below(3)));
         }
         switch (below(8)) {
         case 0:
@@ -190,6 +190,11 @@ private:
             below(2) == 0 ? mac_.logOut() : mac_.reboot();
             return "end of session";
         }
+    }
+
+    // A function that answers an object can only answer none.
+    static SceneFault failureOf(const std::string& call, int nth) {
+        return {call, nth, call == "dlopen" ? 0 : 1001, false};
     }
 
     static std::string switchDisplay(bool on, CGDirectDisplayID display) {

@@ -8,6 +8,7 @@ CF_EXTERN_C_BEGIN
 typedef const struct __CFBoolean* CFBooleanRef;
 typedef const struct __CFNumber* CFNumberRef;
 typedef const struct __CFData* CFDataRef;
+typedef const struct __CFArray* CFArrayRef;
 typedef const struct __CFDictionary* CFDictionaryRef;
 typedef struct __CFDictionary* CFMutableDictionaryRef;
 
@@ -49,6 +50,10 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
                          CFIndex maxBufLen, CFIndex* usedBufLen);
 CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
 
+CFTypeID CFArrayGetTypeID(void);
+CFIndex CFArrayGetCount(CFArrayRef array);
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index); // crashes beyond the end
+
 CFTypeID CFDictionaryGetTypeID(void);
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary);
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
@@ -67,6 +72,12 @@ typedef struct {
     const void* reserved[4];
 } CFDictionaryValueCallBacks;
 
+typedef struct {
+    CFIndex version;
+    const void* reserved[4];
+} CFArrayCallBacks;
+
+extern const CFArrayCallBacks kCFTypeArrayCallBacks;
 extern const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 extern const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
@@ -74,6 +85,8 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const vo
 CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef allocator, const UInt8* bytes, CFIndex count,
                                     CFStringEncoding encoding, Boolean isExternalRepresentation);
+CFArrayRef CFArrayCreate(CFAllocatorRef allocator, const void** values, CFIndex count,
+                         const CFArrayCallBacks* callBacks);
 CFDictionaryRef CFDictionaryCreate(CFAllocatorRef allocator, const void** keys, const void** values,
                                    CFIndex count, const CFDictionaryKeyCallBacks* keyCallBacks,
                                    const CFDictionaryValueCallBacks* valueCallBacks);

@@ -24,6 +24,7 @@ enum {
     kIOReturnSuccess = 0,
     kIOReturnNoDevice = (IOReturn)0xE00002C0,
     kIOReturnBadArgument = (IOReturn)0xE00002C2,
+    kIOReturnUnsupportedMode = (IOReturn)0xE00002E6,
     kIOReturnOverrun = (IOReturn)0xE00002E8,
 };
 

@@ -1,5 +1,6 @@
 #include "SimulatedMac/World/SceneEvents.h"
 
+#include "SimulatedMac/World/SimulatedCalls.h"
 #include "SimulatedMac/World/Verbs.h"
 
 namespace simulated_mac {
@@ -11,7 +12,8 @@ void readCall(const Field& field, SceneEvent::Moment moment, SceneEvent& event) 
     }
     event.call = field.text();
     event.moment = moment;
-    field.require(!event.call.empty(), "a call's name or \"*\"");
+    field.require(event.call == "*" || findSimulatedCall(event.call) != nullptr,
+                  "a call's name or \"*\"");
 }
 
 SceneEvent readEvent(const Field& field) {

@@ -84,6 +84,74 @@ TEST_F(KnownLimits, the_global_reset_lights_other_displays_whose_blackout_still_
     EXPECT_TRUE(BlackoutController::shared().isBlackedOut(2));
 }
 
+TEST_F(KnownLimits, a_display_that_mirroring_made_the_main_one_is_not_let_go) {
+    Mac& mac = boot(scene({R"({ "id": 1, "main": true, "pixels": [1440, 900] })",
+                           R"({ "id": 2, "pixels": [3840, 2160] })"},
+                          {noSkyLight, softwareMirroring}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_TRUE(mac.display(2).main);
+    EXPECT_FALSE(mac.display(2).lit);
+    BlackoutController::shared().restoreAll();
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_EQ(mac.display(2).mirrors, 1u);
+}
+
+TEST_F(KnownLimits, a_display_that_has_another_id_after_a_restart_is_no_longer_ours) {
+    Mac& mac = boot(scene({main1, plain2, plain3}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    mac.rebootRenumbered();
+    EXPECT_TRUE(DisplayDisconnect::ourDisconnectedIDs().empty());
+    EXPECT_EQ(mac.storedDefaults()[storedKey], json::array({2}));
+}
+
+TEST_F(KnownLimits, a_reload_of_the_tables_ends_a_blackout_that_still_counts) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight, R"("gammaReloads": true)"}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    ASSERT_FALSE(mac.display(2).lit);
+    mac.wake();
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_TRUE(BlackoutController::shared().isBlackedOut(2));
+}
+
+TEST_F(KnownLimits, tables_of_another_size_come_back_with_less_detail) {
+    constexpr std::uint32_t capacity = 1024;
+    boot(scene({main1, R"({ "id": 2, "gammaCapacity": 1024 })"}));
+    std::vector<CGGammaValue> steps(capacity);
+    for (std::uint32_t i = 0; i < capacity; ++i) {
+        steps[i] = i % 2 == 0 ? 0.25F : 0.75F;
+    }
+    CGSetDisplayTransferByTable(2, capacity, steps.data(), steps.data(), steps.data());
+    BlackoutController::shared().blackout(2);
+    BlackoutController::shared().restore(2);
+    std::vector<CGGammaValue> red(capacity);
+    std::vector<CGGammaValue> green(capacity);
+    std::vector<CGGammaValue> blue(capacity);
+    ASSERT_EQ(
+        CGGetDisplayTransferByTable(2, capacity, red.data(), green.data(), blue.data(), nullptr),
+        kCGErrorSuccess);
+    EXPECT_NE(red, steps);
+}
+
+TEST_F(KnownLimits, a_monitor_in_standby_may_miss_the_message_that_is_to_wake_it) {
+    Mac& mac = boot(
+        scene({main1, R"({ "id": 2, "ddc": { "deafInStandby": true } })"}, {refusedBySkyLight()}));
+    ASSERT_EQ(DisplayPower::setPower(false, 2).method, PowerMethod::ddc);
+    mac.clearFaults();
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_FALSE(mac.display(2).lit);
+}
+
+TEST_F(KnownLimits, a_kill_right_after_the_change_leaves_a_display_off_that_nobody_remembers) {
+    Mac& mac = boot(scene({main1, plain2}));
+    inChildProcess([&mac] {
+        mac.during("CGCompleteDisplayConfiguration").after("logout");
+        (void)DisplayPower::setPower(false, 2);
+        return std::string();
+    });
+    EXPECT_FALSE(mac.display(2).lit);
+    EXPECT_FALSE(mac.storedDefaults().contains(storedKey));
+}
+
 TEST_F(KnownLimits, any_answer_but_0_makes_a_display_the_main_one) {
     Mac& mac = boot(scene({main1, plain2}));
     mac.failCall(fails("CGDisplayIsMain").every().with(-1));

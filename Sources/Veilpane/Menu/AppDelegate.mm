@@ -13,6 +13,7 @@
 #include "Veilpane/Power/DisplayDisconnect.h"
 #include "Veilpane/Power/DisplayPower.h"
 #include "Veilpane/Support/FatalError.h"
+#include "Veilpane/Support/UTF8Text.h"
 
 #include <map>
 #include <memory>
@@ -27,10 +28,6 @@ namespace {
 bool currentlyOn(CGDirectDisplayID displayID) {
     return !DisplayDisconnect::isDisconnectedByUs(displayID) &&
            !BlackoutController::shared().isBlackedOut(displayID);
-}
-
-NSString* nsString(const std::string& text) {
-    return [NSString stringWithUTF8String:text.c_str()];
 }
 
 NSMenuItem* makeItem(NSView* view, bool enabled) {

@@ -310,6 +310,14 @@ TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
     EXPECT_TRUE(rows().at(7).starts_with("disabled '开： ")) << rows().at(7);
 }
 
+TEST_F(AppDelegateTest, a_name_with_a_zero_character_is_shown_whole) {
+    boot(scene({main1, R"({ "id": 2, "profilerName": "A\u0000B" })"}));
+    launch();
+    NSString* const title = [[switchRow(openMenu(), 2) titleLabel] stringValue];
+    EXPECT_EQ([title length], 3u);
+    EXPECT_EQ([title characterAtIndex:2], 'B');
+}
+
 TEST_F(AppDelegateTest, a_display_that_was_switched_off_by_ddc_is_shown_as_on) {
     Mac& mac = boot(
         scene({builtIn1, R"({ "id": 2, "profilerName": "Left", "ddc": { "brightness": 40 } })"},

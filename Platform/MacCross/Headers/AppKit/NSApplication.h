@@ -27,6 +27,7 @@ NS_ENUM(NSInteger, NSApplicationActivationPolicy){
 - (void)activateIgnoringOtherApps:(BOOL)ignoreOtherApps;
 - (BOOL)sendAction:(SEL)action to:(nullable id)target from:(nullable id)sender;
 - (void)run;
+- (void)finishLaunching;
 - (void)terminate:(nullable id)sender;
 @end
 

@@ -12,8 +12,8 @@ namespace {
 
 NSString* const disconnectedIDsKey = @"Veilpane.disconnectedDisplayIDs";
 
-// Absent for anything but a number that is exactly an unsigned 32-bit integer. A double holds every
-// such integer, and NaN fails each comparison.
+// Absent for anything but a number that is exactly an unsigned 32-bit integer; a boolean is one, 1
+// or 0. A double holds every such integer, and NaN fails each comparison.
 std::optional<CGDirectDisplayID> displayIDFrom(id element) {
     if (![element isKindOfClass:[NSNumber class]]) {
         return std::nullopt;

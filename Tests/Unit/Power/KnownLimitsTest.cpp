@@ -152,6 +152,24 @@ TEST_F(KnownLimits, a_kill_right_after_the_change_leaves_a_display_off_that_nobo
     EXPECT_FALSE(mac.storedDefaults().contains(storedKey));
 }
 
+TEST_F(KnownLimits, a_blackout_that_ends_with_its_process_leaves_the_brightness_at_0) {
+    Mac& mac = boot(scene({main1, ddc2}, {noSkyLight}));
+    inChildProcess([&mac] {
+        mac.failCall(fails("IOI2CSendRequest").with(-1)); // the power message, not the brightness
+        (void)DisplayPower::setPower(false, 2);
+        return std::string();
+    });
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+    EXPECT_EQ(mac.display(2).brightness, 0);
+}
+
+TEST_F(KnownLimits, the_first_list_waits_for_the_system_profiler) {
+    boot(scene({main1, studio2}, {R"("profiler": { "delay": 0.3 })"}));
+    const auto displays = DisplayStore::shared().listDisplays();
+    ASSERT_EQ(displays.size(), 2u);
+    EXPECT_EQ(displays[1].name, "Studio");
+}
+
 TEST_F(KnownLimits, any_answer_but_0_makes_a_display_the_main_one) {
     Mac& mac = boot(scene({main1, plain2}));
     mac.failCall(fails("CGDisplayIsMain").every().with(-1));

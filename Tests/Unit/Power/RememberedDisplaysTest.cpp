@@ -170,6 +170,8 @@ TEST_P(TrustworthyStoredSet, is_taken_over) {
 
 INSTANTIATE_TEST_SUITE_P(RememberedDisplays, TrustworthyStoredSet,
                          testing::Values(StoredSet{"one_number", "[2]", {2}},
+                                         // A boolean of a property list is a number, 1 or 0.
+                                         StoredSet{"true_and_false", "[true, false, 2]", {0, 1, 2}},
                                          StoredSet{"a_whole_floating_point_number", "[2.0]", {2}},
                                          StoredSet{"the_range_and_one_twice",
                                                    "[4294967295, 0, 2, 2]",

@@ -11,9 +11,9 @@ using namespace simulated_mac;
 
 namespace {
 
-void (*originalFinishLaunching)(id, SEL);
+void (*originalFinishLaunching)(NSApplication*, SEL);
 
-void finishLaunching(id self, SEL selector) {
+void finishLaunching(NSApplication* self, SEL selector) {
     RunningMac::current().attachThisProcess();
     originalFinishLaunching(self, selector);
 }
@@ -27,7 +27,7 @@ void finishLaunching(id self, SEL selector) {
 @implementation SimulatedApplications
 
 + (void)load {
-    originalFinishLaunching = functionOf<void(id, SEL)>(replaceInstanceMethod(
+    originalFinishLaunching = functionOf<void(NSApplication*, SEL)>(replaceInstanceMethod(
         [NSApplication class], @selector(finishLaunching), implementationOf(finishLaunching)));
 }
 

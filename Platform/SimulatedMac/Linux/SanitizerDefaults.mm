@@ -16,9 +16,11 @@ const char* __asan_default_options() {
 }
 
 // GCC's Objective-C runtime never frees what it allocates when it loads a class or adds to one.
-// GNUstep never frees the patterns and sets of its fonts; fontconfig calls nobody's code.
+// GNUstep never frees the patterns and sets of its fonts; fontconfig calls nobody's code. Its back
+// end keeps a few bytes of the X connection for good when the program was given words.
 const char* __lsan_default_suppressions() {
-    return "leak:__objc_exec_class\nleak:class_addMethod\nleak:libfontconfig\n";
+    return "leak:__objc_exec_class\nleak:class_addMethod\nleak:libfontconfig\n"
+           "leak:libgnustep-cairo\n";
 }
 
 // Standard error is the program's own.

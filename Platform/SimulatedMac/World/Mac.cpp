@@ -60,18 +60,23 @@ std::string newTemporaryDirectory() {
     return name;
 }
 
-std::unique_ptr<Mac>& currentMac() {
-    static std::unique_ptr<Mac> mac;
-    return mac;
-}
+/// True while the Mac is being opened, and once the process's end has taken it down.
+bool macIsOutOfReach = false;
 
-bool macIsBeingOpened = false;
+std::unique_ptr<Mac>& currentMac() {
+    struct Holder {
+        std::unique_ptr<Mac> mac;
+        ~Holder() { macIsOutOfReach = true; }
+    };
+    static Holder holder;
+    return holder.mac;
+}
 
 /// Makes a Mac the current one.
 void open(const std::function<Mac*()>& make) {
-    macIsBeingOpened = true;
+    macIsOutOfReach = true;
     currentMac().reset(make());
-    macIsBeingOpened = false;
+    macIsOutOfReach = false;
 }
 
 // A Mac's process ends with everything given back; what is left is a leak in the program.
@@ -111,7 +116,7 @@ RunningMac& RunningMac::current() {
     return Mac::current();
 }
 bool RunningMac::isChosen() {
-    if (macIsBeingOpened) {
+    if (macIsOutOfReach) {
         return false;
     }
     return currentMac() || !environment("SIMULATED_MAC_SCENE").empty() ||

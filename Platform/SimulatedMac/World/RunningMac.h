@@ -28,7 +28,8 @@ class RunningMac {
 public:
     static RunningMac& current();
     /// Whether this process is on a Mac already, or has been told which one to be on. No while it
-    /// is being opened, as a sanitizer's own calls then would open another.
+    /// is being opened and after the process's end has taken it down, as a sanitizer's own calls
+    /// then would open another.
     [[nodiscard]] static bool isChosen();
 
     RunningMac(const RunningMac&) = delete;

@@ -5,7 +5,6 @@ set(TESTED_PROGRAM Veilpane)
 target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScreen.cpp)
 
 target_sources(UnitTests PRIVATE
-  Unit/Power/FaultLoopTest.cpp
   Unit/Power/KnownLimitsTest.cpp
   Unit/Ownership/OwnedObjectsTest.cpp
   Unit/Support/StandardStreamsTest.mm)
@@ -16,6 +15,28 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/FullDeviceTest.cpp
   EndToEnd/HostileProcessTest.cpp
   EndToEnd/MenuBarApplicationTest.cpp)
+add_executable(Soak
+  Safety/Companion.cpp
+  Safety/Desk.cpp
+  Safety/FaultRuns.cpp
+  Safety/Forked.cpp
+  Safety/History.cpp
+  Safety/Mischief.cpp
+  Safety/Operation.cpp
+  Safety/Promise.cpp
+  Safety/Rules.cpp
+  Safety/Situations.cpp
+  Safety/Soak.mm)
+target_link_libraries(Soak PRIVATE TestSupport CompilerWarnings)
+# A fair sample of what Scripts/soak.sh does at length; under the sanitizers a smaller one.
+if(VEILPANE_SANITIZE)
+  set(SOAK_SAMPLE --faults 1500 --steps 5000)
+else()
+  set(SOAK_SAMPLE --faults 10400 --steps 58000)
+endif()
+add_test(NAME Safety.faults_and_histories COMMAND Soak ${SOAK_SAMPLE})
+set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS 2)
+
 find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
 

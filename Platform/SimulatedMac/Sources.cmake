@@ -36,6 +36,7 @@ set(SIMULATED_MAC_SOURCES
   World/SceneFaults.cpp
   World/SceneNumbers.cpp
   World/SceneProfiler.cpp
+  World/SharedMemory.cpp
   World/SimulatedCalls.cpp
   World/StateDirectory.cpp
   World/StoredDefaults.cpp

@@ -7,27 +7,66 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-ChildOutcome inChildProcess(const std::function<std::string()>& body) {
+namespace {
+
+std::array<int, 2> newPipe() {
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
         throw std::runtime_error("no pipe");
     }
-    const pid_t child = fork();
-    if (child == 0) {
-        close(ends[0]);
-        const std::string message = body();
-        simulated_mac::Mac::shutDown();
-        const bool told =
-            write(ends[1], message.data(), message.size()) == static_cast<ssize_t>(message.size());
-        _exit(told ? 0 : 1);
+    return ends;
+}
+
+[[noreturn]] void runWhenTold(const std::function<std::string()>& body, int start, int answer) {
+    char told = 0;
+    if (read(start, &told, 1) != 1) {
+        _exit(0);
     }
-    close(ends[1]);
+    const std::string message = body();
+    simulated_mac::Mac::shutDown();
+    const auto written = write(answer, message.data(), message.size());
+    _exit(written == static_cast<ssize_t>(message.size()) ? 0 : 1);
+}
+
+} // namespace
+
+WaitingChild::WaitingChild(const std::function<std::string()>& body) {
+    const auto start = newPipe();
+    const auto answer = newPipe();
+    process_ = fork();
+    if (process_ < 0) {
+        throw std::runtime_error("no process");
+    }
+    if (process_ == 0) {
+        close(start[1]);
+        close(answer[0]);
+        runWhenTold(body, start[0], answer[1]);
+    }
+    close(start[0]);
+    close(answer[1]);
+    start_ = start[1];
+    answer_ = answer[0];
+}
+
+WaitingChild::~WaitingChild() {
+    close(start_);
+    close(answer_);
+    waitpid(process_, nullptr, 0);
+}
+
+ChildOutcome WaitingChild::go() {
     ChildOutcome outcome;
+    if (write(start_, "!", 1) != 1) {
+        throw std::runtime_error("the process has ended");
+    }
     std::array<char, 512> buffer = {};
-    for (ssize_t count = 0; (count = read(ends[0], buffer.data(), buffer.size())) > 0;) {
+    for (ssize_t count = 0; (count = read(answer_, buffer.data(), buffer.size())) > 0;) {
         outcome.message.append(buffer.data(), static_cast<std::size_t>(count));
     }
-    close(ends[0]);
-    waitpid(child, &outcome.status, 0);
+    waitpid(process_, &outcome.status, 0);
     return outcome;
+}
+
+ChildOutcome inChildProcess(const std::function<std::string()>& body) {
+    return WaitingChild(body).go();
 }

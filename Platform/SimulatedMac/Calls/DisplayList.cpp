@@ -29,6 +29,7 @@ CGError answerWithList(Call& call, std::vector<uint32_t> all, uint32_t capacity,
     }
     if (count != nullptr) {
         *count = static_cast<uint32_t>(fault == ListFault::tooLarge ? most + 1 : all.size());
+        call.note("count", *count);
     }
     call.note("displays", all);
     return call.returns(kCGErrorSuccess);

@@ -197,6 +197,7 @@ IOReturn IOFBCopyI2CInterfaceForBus(io_service_t framebuffer, IOOptionBits bus,
     }
     *interface =
         call.yieldsNull() ? IO_OBJECT_NULL : retainedEntry(interfaceOnBus(node, bus & busMask));
+    noteUnlessZero(call, "interface", *interface);
     return call.returns(kIOReturnSuccess);
 }
 
@@ -257,6 +258,7 @@ IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRe
         return call.returns(monitor->send);
     }
     request->result = outcomeOf(call, *connect, *request, bytes);
+    noteUnlessZero(call, "requestResult", static_cast<uint32_t>(request->result));
     // Published source: the buffer fields come back zeroed.
     request->sendBuffer = 0;
     request->replyBuffer = 0;

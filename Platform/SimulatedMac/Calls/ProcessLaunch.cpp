@@ -32,7 +32,7 @@ std::vector<std::string> childEnvironment(char* const envp[]) {
             variables.push_back(variable);
         }
     }
-    variables.push_back("SIMULATED_MAC_STATE=" + RunningMac::current().stateDirectory());
+    variables.push_back("SIMULATED_MAC_STATE=" + RunningMac::current().directoryForPrograms());
     return variables;
 }
 

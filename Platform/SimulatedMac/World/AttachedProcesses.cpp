@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 using Processes = std::vector<ProcessIdentity>;
 
-constexpr const char* processesFile = "processes.json";
+constexpr const char* processesFile = StateStore::processesFile;
 constexpr auto timeToQuit = 2s;
 constexpr auto pollInterval = 10ms;
 
@@ -85,10 +85,10 @@ ProcessIdentity processFrom(const Field& entry) {
 
 Processes AttachedProcesses::listed() const {
     Processes processes;
-    const auto stored = directory_.read(processesFile);
+    const auto stored = store_.read(processesFile);
     if (!stored.is_null()) {
         orComplain([&] {
-            Field(stored, directory_.file(processesFile))
+            Field(stored, store_.place(processesFile))
                 .at("processes")
                 .eachElement([&](const Field& entry) { processes.push_back(processFrom(entry)); });
         });
@@ -99,7 +99,7 @@ Processes AttachedProcesses::listed() const {
 
 Processes AttachedProcesses::others() const {
     Processes processes;
-    directory_.locked([&] { processes = listed(); });
+    store_.locked([&] { processes = listed(); });
     std::erase_if(processes, [](const auto& process) { return process.pid == getpid(); });
     return processes;
 }
@@ -109,14 +109,14 @@ void AttachedProcesses::attachThisProcess() {
         return;
     }
     attachedPid_ = getpid();
-    directory_.locked([this] {
+    store_.locked([this] {
         Processes processes = listed();
         processes.push_back(thisProcess());
         auto stored = nlohmann::json::array();
         for (const ProcessIdentity& process : processes) {
             stored.push_back({{"pid", process.pid}, {"start", process.start}});
         }
-        directory_.replace(processesFile, {{"processes", stored}});
+        store_.replace(processesFile, {{"processes", stored}});
     });
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "SimulatedMac/World/ProcessIdentity.h"
-#include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StateStore.h"
 
 #include <functional>
 #include <vector>
@@ -9,10 +9,10 @@
 namespace simulated_mac {
 
 /// The processes that run on a Mac: each that has made a platform call. They are listed in the
-/// Mac's state directory.
+/// Mac's store.
 class AttachedProcesses {
 public:
-    explicit AttachedProcesses(StateDirectory directory) : directory_(std::move(directory)) {}
+    explicit AttachedProcesses(const StateStore& store) : store_(store) {}
 
     /// Adds this process, at its first call.
     void attachThisProcess();
@@ -31,7 +31,7 @@ private:
     [[nodiscard]] std::vector<ProcessIdentity> others() const;
     [[nodiscard]] std::vector<ProcessIdentity> listed() const;
 
-    StateDirectory directory_;
+    const StateStore& store_;
     int attachedPid_ = 0;
 };
 

@@ -10,7 +10,7 @@
 namespace simulated_mac {
 namespace {
 
-constexpr const char* logFile = "calls.jsonl";
+constexpr const char* logFile = StateStore::logFile;
 constexpr std::size_t bufferSize = 1 << 16;
 
 LoggedCall loggedCall(const std::string& line, const std::string& place) {
@@ -45,20 +45,20 @@ void CallLog::add(const LoggedCall& call) {
 
 void CallLog::flush() {
     if (!pending_.empty()) {
-        directory_.append(logFile, std::exchange(pending_, {}));
+        store_.append(logFile, std::exchange(pending_, {}));
     }
 }
 
 void CallLog::requireWritable() const {
-    directory_.requireAppendable(logFile);
+    store_.requireAppendable(logFile);
 }
 
 std::vector<LoggedCall> CallLog::read() {
     flush();
     std::vector<LoggedCall> all;
     orComplain([&] {
-        for (const std::string& line : directory_.readLines(logFile)) {
-            all.push_back(loggedCall(line, directory_.file(logFile) + ": line " +
+        for (const std::string& line : store_.readLines(logFile)) {
+            all.push_back(loggedCall(line, store_.place(logFile) + ": line " +
                                                std::to_string(all.size() + 1)));
         }
     });
@@ -67,7 +67,7 @@ std::vector<LoggedCall> CallLog::read() {
 
 void CallLog::clear() {
     pending_.clear();
-    directory_.remove(logFile);
+    store_.remove(logFile);
 }
 
 } // namespace simulated_mac

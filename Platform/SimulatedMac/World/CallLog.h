@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StateStore.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -17,11 +17,11 @@ struct LoggedCall {
     nlohmann::json notes;
 };
 
-/// The calls of platform functions, of all processes on one Mac, in its state directory. Lines are
+/// The calls of platform functions, of all processes on one Mac, in its store. Lines are
 /// written many at a time. A log that cannot be read or written ends the process.
 class CallLog {
 public:
-    explicit CallLog(StateDirectory directory) : directory_(std::move(directory)) {}
+    explicit CallLog(const StateStore& store) : store_(store) {}
 
     /// Adds a call of this process, whatever its `pid` says.
     void add(const LoggedCall& call);
@@ -33,7 +33,7 @@ public:
     void clear();
 
 private:
-    StateDirectory directory_;
+    const StateStore& store_;
     std::string pending_;
 };
 

@@ -28,7 +28,9 @@ std::optional<SceneFault> FaultPlan::count(const std::string& function) {
             continue;
         }
         ++entry.calls;
-        if (!due && (entry.fault.nth == 0 || entry.fault.nth == entry.calls)) {
+        const bool isItsTurn = entry.fault.nth == 0 || entry.fault.nth == entry.calls ||
+                               (entry.fault.lasts && entry.fault.nth < entry.calls);
+        if (!due && isItsTurn) {
             due = entry.fault;
         }
     }

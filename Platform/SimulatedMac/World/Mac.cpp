@@ -5,6 +5,7 @@
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/SceneFaults.h"
+#include "SimulatedMac/World/SharedMemory.h"
 #include "SimulatedMac/World/StateDirectory.h"
 #include "SimulatedMac/World/StoredState.h"
 #include "SimulatedMac/World/TextFile.h"
@@ -16,6 +17,7 @@
 #include <functional>
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace simulated_mac {
 namespace {
@@ -49,15 +51,7 @@ Scene chosenScene(const StateDirectory& directory) {
     const auto stored = readState(directory);
     return stored.is_null() ? Scene::desk()
                             : Scene::parse(stored["scene"].get<std::string>(),
-                                           directory.file(StateDirectory::stateFile) + ": scene");
-}
-
-std::string newTemporaryDirectory() {
-    std::string name = std::filesystem::temp_directory_path() / "simulated-mac-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) {
-        complain(name + ": cannot be created");
-    }
-    return name;
+                                           directory.place(StateDirectory::stateFile) + ": scene");
 }
 
 /// True while the Mac is being opened, and once the process's end has taken it down.
@@ -97,7 +91,9 @@ Mac& Mac::current() {
             return orComplain([] {
                 const std::string given = environment("SIMULATED_MAC_STATE");
                 const std::string path = given.empty() ? defaultStateDirectory() : given;
-                return new Mac(chosenScene(StateDirectory(path)), path, false);
+                auto directory = std::make_unique<StateDirectory>(path);
+                Scene scene = chosenScene(*directory);
+                return new Mac(std::move(scene), std::move(directory));
             });
         });
         std::atexit([] {
@@ -125,7 +121,7 @@ bool RunningMac::isChosen() {
 
 Mac& Mac::boot(const Scene& scene) {
     ledger::clear();
-    open([&] { return new Mac(scene, newTemporaryDirectory(), true); });
+    open([&] { return new Mac(scene, std::make_unique<SharedMemory>()); });
     return *currentMac();
 }
 

@@ -29,15 +29,17 @@ class Mac final : public AttendedMac {
 public:
     static Mac& current();
 
-    /// Puts this process on a new Mac whose state lives in a temporary directory of its own. Call
-    /// log, fault counts and ledger start empty. Throws SceneError.
+    /// Puts this process on a new Mac whose state lives in memory that processes forked from now on
+    /// share. Call log, fault counts and ledger start empty. Throws SceneError.
     static Mac& boot(const Scene& scene);
     /// Like `boot` with a scene file's text.
     static Mac& boot(const std::string& sceneText);
 
-    /// Ends the Mac that this process booted, with its temporary directory. For processes that end
-    /// by `_exit`, which nothing else tidies up after.
+    /// Ends the Mac that this process booted, with what it has left in the temporary directory. For
+    /// processes that end by `_exit`, which nothing else tidies up after.
     static void shutDown();
+
+    using AttendedMac::listen;
 
     // Faults, beside those of the scene.
     /// Counts from now on. Throws std::invalid_argument for a fault that a scene may not have.

@@ -8,22 +8,20 @@
 #include "SimulatedMac/World/FaultPlan.h"
 #include "SimulatedMac/World/MacState.h"
 #include "SimulatedMac/World/SceneNumbers.h"
-#include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StateStore.h"
 #include "SimulatedMac/World/StoredDefaults.h"
 #include "SimulatedMac/World/StoredState.h"
 #include "SimulatedMac/World/Verbs.h"
 
 #include <algorithm>
 #include <deque>
-#include <filesystem>
-#include <unistd.h>
 #include <utility>
 
 namespace simulated_mac {
 namespace {
 
-constexpr const char* stateFile = StateDirectory::stateFile;
-constexpr const char* defaultsFile = StateDirectory::defaultsFile;
+constexpr const char* stateFile = StateStore::stateFile;
+constexpr const char* defaultsFile = StateStore::defaultsFile;
 
 /// A change that the slow lists do not show yet.
 struct Settling {
@@ -34,46 +32,35 @@ struct Settling {
 } // namespace
 
 struct RunningMac::Internals {
-    Internals(Scene chosen, std::string path, bool isTemporary)
+    Internals(Scene chosen, std::unique_ptr<StateStore> keeper)
         : given(std::move(chosen))
         , scene(given)
-        , directory(std::move(path))
-        , callLog(directory)
-        , processes(directory)
+        , store(std::move(keeper))
+        , callLog(*store)
+        , processes(*store)
         , faults(scene.faults)
         , events(scene.events)
-        , temporary(isTemporary)
-        , owner(getpid())
         , state(scene) {}
-
-    // Gone with the process that made it, not with one that this process was forked into.
-    ~Internals() {
-        if (temporary && owner == getpid()) {
-            std::error_code ignored;
-            std::filesystem::remove_all(directory.path(), ignored);
-        }
-    }
 
     static inline int macs = 0;
     int serial = ++macs;
     Scene given; ///< as it was read
     Scene scene; ///< with the IDs that the displays have now
-    StateDirectory directory;
+    std::unique_ptr<StateStore> store;
     CallLog callLog;
     AttachedProcesses processes;
     FaultPlan faults;
     EventPlan events;
-    bool temporary;
-    int owner;
+    std::function<void(const LoggedCall&)> listener;
     MacState state;
-    std::deque<Settling> settling;               ///< oldest change first
-    std::optional<std::string> stateVersionRead; ///< absent before the first reading
+    std::deque<Settling> settling;                       ///< oldest change first
+    std::optional<StateStore::Version> stateVersionRead; ///< absent before the first reading
     bool checked = false;
     bool withinCall = false;
 
     /// Throws InputError, and then nothing is adopted.
     void adopt(const nlohmann::json& stored) {
-        const std::string file = directory.file(stateFile);
+        const std::string file = store->place(stateFile);
         MacState read(given, stored["displays"], file);
         std::deque<Settling> changes;
         if (stored.contains("settling")) {
@@ -89,12 +76,20 @@ struct RunningMac::Internals {
 
     void readState() {
         orComplain([this] {
-            const auto stored = simulated_mac::readState(directory);
+            const auto stored = simulated_mac::readState(*store);
             if (stored.is_null()) {
-                throw InputError(directory.file(stateFile) + ": gone");
+                throw InputError(store->place(stateFile) + ": gone");
             }
             adopt(stored);
         });
+    }
+
+    void readIfChanged() {
+        const StateStore::Version version = store->versionOf(stateFile);
+        if (version != stateVersionRead) {
+            readState();
+            stateVersionRead = version;
+        }
     }
 
     [[nodiscard]] nlohmann::json stateToStore() const {
@@ -108,27 +103,31 @@ struct RunningMac::Internals {
     }
 
     void publish() {
-        directory.replace(stateFile, stateToStore());
+        store->replace(stateFile, stateToStore());
         renumber(scene, given, state.ids());
-        stateVersionRead = directory.versionOf(stateFile);
+        stateVersionRead = store->versionOf(stateFile);
     }
 
     // The state comes last: a Mac that has one is complete, whenever its making was cut short.
     void createFromScene() {
         state = MacState(given);
         settling.clear();
-        directory.replaceAll({{defaultsFile, given.defaults}, {stateFile, stateToStore()}});
+        store->replaceAll({{defaultsFile, given.defaults}, {stateFile, stateToStore()}});
         renumber(scene, given, state.ids());
-        stateVersionRead = directory.versionOf(stateFile);
+        stateVersionRead = store->versionOf(stateFile);
     }
 
     /// For use under the lock.
     void change(const std::function<void(MacState&)>& apply) {
-        stateVersionRead.reset(); // until it is published
-        readState();
+        readIfChanged();
         const MacState before = state;
-        state.forgetEndedOwners();
-        apply(state);
+        try {
+            state.forgetEndedOwners();
+            apply(state);
+        } catch (...) {
+            state = before;
+            throw;
+        }
         if (given.habits.settleCalls > 0 && !state.looksLike(before)) {
             settling.push_back({given.habits.settleCalls, before});
         }
@@ -136,7 +135,7 @@ struct RunningMac::Internals {
 
     /// Another call has begun: time passes for the slow lists.
     void countCallForSlowLists() {
-        readState();
+        readIfChanged();
         for (Settling& change : settling) {
             --change.calls;
         }
@@ -145,10 +144,10 @@ struct RunningMac::Internals {
     }
 };
 
-RunningMac::RunningMac(Scene scene, std::string directory, bool temporary)
-    : internals_(std::make_unique<Internals>(std::move(scene), std::move(directory), temporary)) {
-    internals_->directory.locked([this] {
-        if (!internals_->directory.exists(stateFile)) {
+RunningMac::RunningMac(Scene scene, std::unique_ptr<StateStore> store)
+    : internals_(std::make_unique<Internals>(std::move(scene), std::move(store))) {
+    internals_->store->locked([this] {
+        if (!internals_->store->exists(stateFile)) {
             internals_->createFromScene();
         }
     });
@@ -162,8 +161,8 @@ int RunningMac::serial() const {
 const Scene& RunningMac::scene() const {
     return internals_->scene;
 }
-const std::string& RunningMac::stateDirectory() const {
-    return internals_->directory.path();
+std::string RunningMac::directoryForPrograms() {
+    return internals_->store->directoryForPrograms();
 }
 CallLog& RunningMac::callLog() {
     return internals_->callLog;
@@ -192,18 +191,14 @@ const SceneDisplay* RunningMac::sceneDisplay(uint32_t id) const {
 }
 
 const MacState& RunningMac::state() {
-    const std::string version = internals_->directory.versionOf(stateFile);
-    if (version != internals_->stateVersionRead) {
-        internals_->readState();
-        internals_->stateVersionRead = version;
-    }
+    internals_->readIfChanged();
     return internals_->state;
 }
 
 // The log comes first: a state that no logged call explains would be a riddle.
 void RunningMac::change(const std::function<void(MacState&)>& apply) {
     callLog().flush();
-    internals_->directory.locked([&] {
+    internals_->store->locked([&] {
         internals_->change(apply);
         internals_->publish();
     });
@@ -211,7 +206,7 @@ void RunningMac::change(const std::function<void(MacState&)>& apply) {
 
 void RunningMac::changeAtOnce(const std::function<void(MacState&)>& apply) {
     callLog().flush();
-    internals_->directory.locked([&] {
+    internals_->store->locked([&] {
         internals_->change(apply);
         internals_->settling.clear();
         internals_->publish();
@@ -224,18 +219,18 @@ const MacState& RunningMac::lateState() {
 }
 
 void RunningMac::restoreScene() {
-    internals_->directory.locked([this] {
+    internals_->store->locked([this] {
         internals_->createFromScene();
         callLog().clear();
     });
 }
 
 nlohmann::json RunningMac::storedDefaults() {
-    return orComplain([this] { return readDefaults(internals_->directory); });
+    return orComplain([this] { return readDefaults(*internals_->store); });
 }
 
 void RunningMac::storeDefaults(const nlohmann::json& defaults) {
-    internals_->directory.locked([&] { internals_->directory.replace(defaultsFile, defaults); });
+    internals_->store->locked([&] { internals_->store->replace(defaultsFile, defaults); });
 }
 
 void RunningMac::checkFiles() {
@@ -250,7 +245,7 @@ std::optional<SceneFault> RunningMac::beginCall(const std::string& function) {
     checkFiles();
     (void)state(); // so that the scene has the current IDs
     if (!internals_->settling.empty()) {
-        internals_->directory.locked([this] { internals_->countCallForSlowLists(); });
+        internals_->store->locked([this] { internals_->countCallForSlowLists(); });
     }
     return faults().count(function);
 }
@@ -285,7 +280,15 @@ uint64_t RunningMac::callCount() const {
 }
 
 void RunningMac::log(const LoggedCall& call) {
-    callLog().add(call);
+    if (internals_->listener) {
+        internals_->listener(call);
+    } else {
+        callLog().add(call);
+    }
+}
+
+void RunningMac::listen(std::function<void(const LoggedCall&)> listener) {
+    internals_->listener = std::move(listener);
 }
 
 } // namespace simulated_mac

@@ -16,6 +16,7 @@ class CallLog;
 class EventPlan;
 class FaultPlan;
 class MacState;
+class StateStore;
 struct LoggedCall;
 
 /// The Mac that this process runs on, as its platform functions see it. It is the Mac of
@@ -40,7 +41,8 @@ public:
     /// for or a call began.
     [[nodiscard]] const Scene& scene() const;
     [[nodiscard]] const SceneDisplay* sceneDisplay(uint32_t id) const; ///< null for an unknown ID
-    [[nodiscard]] const std::string& stateDirectory() const;
+    /// A state directory in which a program that is started now finds this Mac.
+    [[nodiscard]] std::string directoryForPrograms();
 
     /// The arrangement as last published by any process.
     [[nodiscard]] const MacState& state();
@@ -68,9 +70,10 @@ public:
     void letHappen(const SceneEvent& event);
 
 protected:
-    /// A new state is made from the scene; one that the directory holds goes on. A temporary
-    /// directory goes with the Mac.
-    RunningMac(Scene scene, std::string directory, bool temporary);
+    /// From now on calls go to the listener, when they have returned, instead of the log.
+    void listen(std::function<void(const LoggedCall&)> listener);
+    /// A new state is made from the scene; one that the store holds goes on.
+    RunningMac(Scene scene, std::unique_ptr<StateStore> store);
     ~RunningMac();
 
     /// Like `change`, and nobody sees the old arrangement any more.

@@ -101,6 +101,7 @@ SceneFault readFault(const Field& field) {
         {"returns", [&](const Field& f) { fault.returns = f.integer(INT64_MIN, INT64_MAX); }},
         {"null", [&](const Field& f) { fault.null = f.boolean(); }},
         {"effect", [&](const Field& f) { fault.effect = f.boolean(); }},
+        {"lasts", [&](const Field& f) { fault.lasts = f.boolean(); }},
         {"list", [&](const Field& f) { fault.list = readListFault(f); }},
         {"result", [&](const Field& f) { fault.result = f.status(); }},
         {"samples", [&](const Field& f) { fault.samples = f.word(); }},

@@ -161,24 +161,24 @@ private:
 void StateDirectory::locked(const std::function<void()>& action) const {
     orComplain([&] {
         createDirectories(path_);
-        requireWritable(file("lock"));
-        const OpenFile lock(file("lock"), O_RDWR);
+        requireWritable(place("lock"));
+        const OpenFile lock(place("lock"), O_RDWR);
         lock.lock();
         action();
     });
 }
 
 bool StateDirectory::exists(const char* name) const {
-    return orComplain([&] { return isThere(file(name)); });
+    return orComplain([&] { return isThere(place(name)); });
 }
 
 nlohmann::json StateDirectory::read(const char* name) const {
     return orComplain([&]() -> nlohmann::json {
-        if (!isThere(file(name))) {
+        if (!isThere(place(name))) {
             return nullptr;
         }
-        nlohmann::json content = parseJson(readTextFile(file(name)), file(name));
-        Field(content, file(name)).require(content.is_object(), "an object");
+        nlohmann::json content = parseJson(readTextFile(place(name)), place(name));
+        Field(content, place(name)).require(content.is_object(), "an object");
         return content;
     });
 }
@@ -186,7 +186,7 @@ nlohmann::json StateDirectory::read(const char* name) const {
 std::vector<std::string> StateDirectory::readLines(const char* name) const {
     return orComplain([&] {
         std::vector<std::string> lines;
-        const std::string text = isThere(file(name)) ? readTextFile(file(name), largestLog) : "";
+        const std::string text = isThere(place(name)) ? readTextFile(place(name), largestLog) : "";
         std::size_t begin = 0;
         for (std::size_t end = text.find('\n'); end != std::string::npos;
              end = text.find('\n', begin)) {
@@ -197,15 +197,11 @@ std::vector<std::string> StateDirectory::readLines(const char* name) const {
     });
 }
 
-void StateDirectory::replace(const char* name, const nlohmann::json& content) const {
-    replaceAll({{name, content}});
-}
-
-void StateDirectory::replaceAll(const std::vector<NewContent>& files) const {
+void StateDirectory::replaceAll(const std::vector<NewContent>& entries) const {
     orComplain([&] {
         std::list<UnfinishedFile> unfinished;
-        for (const NewContent& newContent : files) {
-            unfinished.emplace_back(file(newContent.name)).write(newContent.content);
+        for (const NewContent& newContent : entries) {
+            unfinished.emplace_back(place(newContent.name)).write(newContent.content);
         }
         for (const UnfinishedFile& written : unfinished) {
             written.finish();
@@ -215,8 +211,8 @@ void StateDirectory::replaceAll(const std::vector<NewContent>& files) const {
 
 void StateDirectory::append(const char* name, const std::string& lines) const {
     orComplain([&] {
-        requireWritable(file(name));
-        const OpenFile output(file(name), O_RDWR | O_APPEND);
+        requireWritable(place(name));
+        const OpenFile output(place(name), O_RDWR | O_APPEND);
         // Another process may be in the middle of a line.
         output.lock();
         const off_t before = output.sizeOfWholeLines();
@@ -231,25 +227,25 @@ void StateDirectory::append(const char* name, const std::string& lines) const {
 }
 
 void StateDirectory::requireAppendable(const char* name) const {
-    orComplain([&] { requireWritable(file(name)); });
+    orComplain([&] { requireWritable(place(name)); });
 }
 
 void StateDirectory::remove(const char* name) const {
-    if (unlink(file(name).c_str()) != 0 && errno != ENOENT) {
-        complain(file(name) + ": " + std::strerror(errno));
+    if (unlink(place(name).c_str()) != 0 && errno != ENOENT) {
+        complain(place(name) + ": " + std::strerror(errno));
     }
 }
 
-std::string StateDirectory::versionOf(const char* name) const {
+StateStore::Version StateDirectory::versionOf(const char* name) const {
     struct stat status = {};
-    if (stat(file(name).c_str(), &status) != 0) {
+    if (stat(place(name).c_str(), &status) != 0) {
         return {};
     }
     std::error_code ignored;
     const std::chrono::nanoseconds written =
-        std::filesystem::last_write_time(file(name), ignored).time_since_epoch();
-    return std::to_string(status.st_ino) + " " + std::to_string(written.count()) + " " +
-           std::to_string(status.st_size);
+        std::filesystem::last_write_time(place(name), ignored).time_since_epoch();
+    return {static_cast<std::uint64_t>(status.st_ino), static_cast<std::uint64_t>(written.count()),
+            static_cast<std::uint64_t>(status.st_size)};
 }
 
 } // namespace simulated_mac

@@ -1,56 +1,33 @@
 #pragma once
 
-#include <cstdint>
-#include <functional>
-#include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
+#include "SimulatedMac/World/StateStore.h"
 
 namespace simulated_mac {
 
-/// The directory that holds a Mac's state between processes: state.json, defaults.json,
-/// calls.jsonl.
+/// The directory that holds a Mac's state for programs that are started one by one. Each entry is a
+/// file of its name.
 ///
 /// Files are replaced whole, so that a reader never sees half of one and a failed write leaves the
 /// old one. Every failure ends the process with a line that names the file.
-class StateDirectory {
+class StateDirectory final : public StateStore {
 public:
-    /// The arrangement, with the scene that it was made from.
-    static constexpr const char* stateFile = "state.json";
-    /// The user defaults.
-    static constexpr const char* defaultsFile = "defaults.json";
-
     /// The directory need not exist yet.
     explicit StateDirectory(std::string path) : path_(std::move(path)) {}
 
-    [[nodiscard]] const std::string& path() const { return path_; }
-    [[nodiscard]] std::string file(const char* name) const { return path_ + "/" + name; }
+    [[nodiscard]] std::string place(const char* name) const override { return path_ + "/" + name; }
+    [[nodiscard]] std::string directoryForPrograms() override { return path_; }
 
-    /// Runs `action` while no other process is in one of its own. Creates the directory when it is
-    /// missing.
-    void locked(const std::function<void()>& action) const;
-
-    [[nodiscard]] bool exists(const char* name) const;
-    /// The file's content, an object; null when there is no such file.
-    [[nodiscard]] nlohmann::json read(const char* name) const;
-    /// The lines of a file of them, without their ends; none when there is no such file. A last
-    /// line without its end is left out: the process that wrote it was killed.
-    [[nodiscard]] std::vector<std::string> readLines(const char* name) const;
-    void replace(const char* name, const nlohmann::json& content) const;
-    struct NewContent {
-        const char* name;
-        nlohmann::json content;
-    };
-    /// Replaces several files, the last one last, and none before all are written. Nothing is
-    /// replaced by what would be too large to be read again.
-    void replaceAll(const std::vector<NewContent>& files) const;
-    /// Adds whole lines, after a last line without its end is cut off.
-    void append(const char* name, const std::string& lines) const;
-    /// Ends the process unless lines can be added to the file, or the file can be made.
-    void requireAppendable(const char* name) const;
-    void remove(const char* name) const;
-    /// Differs after every `replace`, whichever process did it.
-    [[nodiscard]] std::string versionOf(const char* name) const;
+    /// Creates the directory when it is missing.
+    void locked(const std::function<void()>& action) const override;
+    [[nodiscard]] bool exists(const char* name) const override;
+    [[nodiscard]] nlohmann::json read(const char* name) const override;
+    [[nodiscard]] std::vector<std::string> readLines(const char* name) const override;
+    /// Nothing is replaced by what would be too large to be read again.
+    void replaceAll(const std::vector<NewContent>& entries) const override;
+    void append(const char* name, const std::string& lines) const override;
+    void requireAppendable(const char* name) const override;
+    void remove(const char* name) const override;
+    [[nodiscard]] Version versionOf(const char* name) const override;
 
 private:
     std::string path_;

@@ -25,12 +25,12 @@ void checkDefaults(const Field& defaults) {
     checkPropertyList(defaults);
 }
 
-json readDefaults(const StateDirectory& directory) {
-    json stored = directory.read(StateDirectory::defaultsFile);
+json readDefaults(const StateStore& store) {
+    json stored = store.read(StateStore::defaultsFile);
     if (stored.is_null()) {
         return json::object();
     }
-    checkDefaults(Field(stored, directory.file(StateDirectory::defaultsFile)));
+    checkDefaults(Field(stored, store.place(StateStore::defaultsFile)));
     return stored;
 }
 

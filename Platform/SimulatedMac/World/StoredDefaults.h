@@ -1,7 +1,7 @@
 #pragma once
 
 #include "SimulatedMac/World/Field.h"
-#include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StateStore.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +12,6 @@ void checkDefaults(const Field& defaults);
 
 /// defaults.json; an empty object when there is none. Throws InputError for what are no user
 /// defaults.
-[[nodiscard]] nlohmann::json readDefaults(const StateDirectory& directory);
+[[nodiscard]] nlohmann::json readDefaults(const StateStore& store);
 
 } // namespace simulated_mac

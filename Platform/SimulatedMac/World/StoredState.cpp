@@ -18,12 +18,12 @@ void checkVersion(const Field& version) {
 
 } // namespace
 
-json readState(const StateDirectory& directory) {
-    json stored = directory.read(StateDirectory::stateFile);
+json readState(const StateStore& store) {
+    json stored = store.read(StateStore::stateFile);
     if (stored.is_null()) {
         return stored;
     }
-    const Field state(stored, directory.file(StateDirectory::stateFile));
+    const Field state(stored, store.place(StateStore::stateFile));
     checkVersion(state.at("version"));
     (void)state.at("scene").text();
     state.at("displays").require(state.at("displays").value().is_object(), "an object");

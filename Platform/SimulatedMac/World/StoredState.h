@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SimulatedMac/World/StateDirectory.h"
+#include "SimulatedMac/World/StateStore.h"
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -12,6 +12,6 @@ constexpr int stateVersion = 1;
 
 /// state.json, with the texts and objects that every state has; null when there is none. Throws
 /// InputError for what is no state.
-[[nodiscard]] nlohmann::json readState(const StateDirectory& directory);
+[[nodiscard]] nlohmann::json readState(const StateStore& store);
 
 } // namespace simulated_mac

@@ -64,6 +64,27 @@ TEST_F(KnownLimits,
     EXPECT_FALSE(mac.display(3).lit);
 }
 
+TEST_F(KnownLimits, a_blackout_of_another_program_that_runs_is_not_ended) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    WaitingChild other([] { return DisplayPower::setPower(true, 2).message; });
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(other.go().message, "已恢复显示");
+    EXPECT_FALSE(mac.display(2).lit);
+}
+
+TEST_F(KnownLimits, a_blackout_of_what_another_program_has_blacked_out_gives_back_black_tables) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    WaitingChild other([&mac] {
+        (void)DisplayPower::setPower(false, 2);
+        (void)DisplayPower::setPower(true, 2);
+        return std::string(mac.display(2).lit ? "lit" : "dark");
+    });
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(other.go().message, "dark");
+    // The tables of a process end with it.
+    EXPECT_TRUE(mac.display(2).lit);
+}
+
 TEST_F(KnownLimits, a_list_that_fails_once_makes_the_program_forget_what_it_disconnected) {
     Mac& mac = boot(scene({main1, plain2, plain3}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);

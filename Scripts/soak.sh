@@ -1,0 +1,31 @@
+#!/bin/sh
+# Tries the program's promises and safety rules against everything that can go wrong, at length: every
+# platform call failing in every way, random histories of users, programs and hardware. About five
+# minutes on two idle cores; what it is given goes to build/linux/Tests/Soak (--help).
+set -eu
+
+usage="usage: soak.sh [OPTION...]
+       soak.sh --fuzz [SECONDS]
+
+Without options: 100000 fault runs and 1000000 steps of histories. Its last line says
+\"N fault runs, M history steps, V violations\"; it fails when there is a violation.
+  --fault-run N      only this one, as a failure prints it
+  --replay HISTORY   only this one, as a failure prints it
+  --faults N, --steps N, --seed N, --jobs N
+                     how much, from which seed, how many at once
+  --fuzz [SECONDS]   the fuzzers instead, each for so long (600)"
+
+case "${1-}" in
+--help)
+    echo "$usage"
+    exit
+    ;;
+--fuzz)
+    exec sh "$(dirname "$0")/fuzz.sh" "${2:-600}"
+    ;;
+esac
+cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --tests
+sh Scripts/build.sh linux Soak
+[ $# -gt 0 ] || set -- --faults 104000 --steps 1150000
+exec build/linux/Tests/Soak "$@"

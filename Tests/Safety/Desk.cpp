@@ -1,0 +1,84 @@
+#include "Safety/Desk.h"
+
+#include "SimulatedMac/Calls/Call.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <algorithm>
+
+namespace safety {
+namespace {
+
+constexpr std::uint32_t entries = 256;
+
+std::array<std::vector<float>, 3> tablesOf(std::uint32_t id) {
+    std::array<std::vector<float>, 3> tables;
+    for (std::vector<float>& channel : tables) {
+        channel.resize(entries);
+    }
+    const bool readable =
+        CGGetDisplayTransferByTable(id, entries, tables[0].data(), tables[1].data(),
+                                    tables[2].data(), nullptr) == kCGErrorSuccess;
+    return readable ? tables : std::array<std::vector<float>, 3>();
+}
+
+Sight sightOf(const simulated_mac::DisplayStatus& status) {
+    Sight sight;
+    sight.connected = status.connected;
+    sight.enabled = status.enabled;
+    sight.main = status.main;
+    sight.lit = status.lit;
+    sight.asleep = status.asleep;
+    sight.mirrors = status.mirrors;
+    sight.standby = status.power == "standby";
+    sight.brightness = status.brightness;
+    sight.tables = tablesOf(status.id);
+    return sight;
+}
+
+} // namespace
+
+bool Sight::isBlack() const {
+    return !tables[0].empty() && std::ranges::all_of(tables, [](const auto& channel) {
+        return std::ranges::all_of(channel, [](float value) { return value == 0; });
+    });
+}
+
+std::size_t Desk::litDisplays() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(displays, [](const auto& entry) { return entry.second.lit; }));
+}
+
+Desk lookAt(simulated_mac::Mac& mac) {
+    const simulated_mac::InternalCalls unseen;
+    Desk desk;
+    for (const auto& status : mac.displays()) {
+        desk.displays[status.id] = sightOf(status);
+        desk.active += status.active ? 1 : 0;
+    }
+    const auto stored = mac.storedDefaults();
+    if (const auto found = stored.find("Veilpane.disconnectedDisplayIDs");
+        found != stored.end() && found->is_array()) {
+        for (const auto& id : *found) {
+            desk.stored.insert(id.get<std::uint32_t>());
+        }
+    }
+    return desk;
+}
+
+void calibrate(simulated_mac::Mac& mac) {
+    const simulated_mac::InternalCalls unseen;
+    for (const auto& status : mac.displays()) {
+        std::array<std::vector<float>, 3> tables;
+        for (std::size_t channel = 0; channel < tables.size(); ++channel) {
+            for (std::uint32_t i = 0; i < entries; ++i) {
+                const float share = static_cast<float>(i) / static_cast<float>(entries - 1);
+                tables[channel].push_back(share * (1.0F - 0.1F * static_cast<float>(channel)));
+            }
+        }
+        (void)CGSetDisplayTransferByTable(status.id, entries, tables[0].data(), tables[1].data(),
+                                          tables[2].data());
+    }
+}
+
+} // namespace safety

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "SimulatedMac/World/Mac.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace safety {
+
+/// What a person sees of a display, and what another program could ask about it.
+struct Sight {
+    bool connected = false, enabled = false, main = false, lit = false, asleep = false;
+    std::uint32_t mirrors = 0;
+    bool standby = false;
+    std::optional<int> brightness;
+    std::array<std::vector<float>, 3> tables; ///< red, green, blue; empty when not readable
+
+    bool operator==(const Sight&) const = default;
+    [[nodiscard]] bool isBlack() const;
+};
+
+/// The Mac as it stands before a person, with what is stored for the program.
+struct Desk {
+    std::map<std::uint32_t, Sight> displays;
+    std::set<std::uint32_t> stored; ///< the remembered displays
+    std::size_t active = 0;         ///< how many the window server counts
+
+    [[nodiscard]] const Sight& at(std::uint32_t id) const { return displays.at(id); }
+    [[nodiscard]] std::size_t litDisplays() const;
+};
+
+/// Looks without leaving a trace in the call log.
+[[nodiscard]] Desk lookAt(simulated_mac::Mac& mac);
+
+/// Gives every display tables of its own, other ones for each channel, as a calibration does. They
+/// last as long as this process.
+void calibrate(simulated_mac::Mac& mac);
+
+} // namespace safety

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Safety/Forked.h"
+#include "Safety/Mischief.h"
+#include "Safety/Operation.h"
+#include "Safety/Situations.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace safety {
+
+/// Every call of every operation failing in every way, everything that others can do to the Mac at
+/// that moment, and every pair of calls of the power operations with two displays failing together:
+/// a numbered list of runs.
+class FaultRuns {
+public:
+    /// Counts the calls of every operation in every situation, which takes a second or two.
+    FaultRuns();
+
+    [[nodiscard]] std::size_t count() const { return count_; }
+    [[nodiscard]] std::string described(std::size_t number) const;
+
+    enum class Verdict {
+        held,
+        broken,
+        impossible, ///< the event cannot happen to the Mac in that state
+    };
+    struct Result {
+        Verdict verdict = Verdict::held;
+        std::string text; ///< what is broken, in words
+    };
+    /// Carries the run out in a process of its own.
+    [[nodiscard]] Result carryOut(std::size_t number, Forked& forked) const;
+
+private:
+    /// A call of an operation, and in how many ways it can go wrong.
+    struct CallSite {
+        std::string call;
+        int nth;
+        std::size_t ways;
+    };
+    /// An operation in a situation, after what the user did before.
+    struct Case {
+        const Situation* situation;
+        const char* start;
+        Operation operation;
+        std::vector<CallSite> sites;
+        std::size_t firstRun;
+        std::size_t singles; ///< runs with one thing wrong; those with two follow
+    };
+    struct Run {
+        const Case* of;
+        std::vector<Mischief> wrong;
+    };
+
+    void addCases(const Situation& situation, Forked& forked);
+    void addCase(Case one, Forked& forked);
+    [[nodiscard]] Run run(std::size_t number) const;
+    [[nodiscard]] static Mischief single(const Case& one, std::size_t number);
+    [[nodiscard]] static std::vector<Mischief> pair(const Case& one, std::size_t number);
+
+    std::vector<Case> cases_;
+    std::size_t count_ = 0;
+};
+
+} // namespace safety

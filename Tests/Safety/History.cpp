@@ -1,0 +1,267 @@
+#include "Safety/History.h"
+
+#include "Safety/Companion.h"
+#include "Safety/Desk.h"
+#include "Safety/Rules.h"
+#include "SimulatedMac/World/Verbs.h"
+
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <map>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+namespace safety {
+namespace {
+
+using Kind = Operation::Kind;
+using simulated_mac::Mac;
+using Words = simulated_mac::Words;
+
+const std::map<std::string, Kind>& operations() {
+    static const std::map<std::string, Kind> all = {{"off", Kind::off},
+                                                    {"on", Kind::on},
+                                                    {"status", Kind::status},
+                                                    {"list", Kind::list},
+                                                    {"quit", Kind::quit}};
+    return all;
+}
+
+int numberFrom(const std::string& word) {
+    int number = 0;
+    const auto end = std::from_chars(word.data(), word.data() + word.size(), number);
+    if (word.empty() || end.ec != std::errc() || end.ptr != word.data() + word.size()) {
+        throw std::invalid_argument("'" + word + "' is no number");
+    }
+    return number;
+}
+
+/// "1 off 2" and "1 killed 7 off 2".
+struct ProgramStep {
+    int program = 1;
+    int lastCall = 0;
+    Operation operation;
+};
+
+ProgramStep programStepFrom(Words words) {
+    ProgramStep step;
+    step.program = numberFrom(words.at(0));
+    words.erase(words.begin());
+    if (words.at(0) == "killed") {
+        step.lastCall = numberFrom(words.at(1));
+        words.erase(words.begin(), words.begin() + 2);
+    }
+    step.operation.kind = operations().at(words.at(0));
+    if (words.size() > 1) {
+        step.operation.id = static_cast<std::uint32_t>(numberFrom(words[1]));
+    }
+    return step;
+}
+
+bool isProgramStep(const Words& words) {
+    return !words.empty() && (words[0] == "1" || words[0] == "2");
+}
+
+/// The Mac and the programs that run on it.
+class World {
+public:
+    explicit World(const Situation& situation) : mac_(Mac::boot(situation.scene)) {}
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+    ~World() {
+        programs_.clear();
+        Mac::shutDown();
+    }
+
+    /// Whether the step could be taken.
+    bool take(const std::string& line, std::string& broken) {
+        const Words words = simulated_mac::wordsOf(line);
+        if (isProgramStep(words)) {
+            broken = take(programStepFrom(words));
+            return true;
+        }
+        return happen(words);
+    }
+
+private:
+    std::string take(const ProgramStep& step) {
+        auto& program = programs_[step.program];
+        if (program == nullptr) {
+            program = std::make_unique<Companion>(mac_);
+        }
+        const Desk before = lookAt(mac_);
+        const auto broken = program->carryOut(step.operation, step.lastCall);
+        const bool hasEnded = !broken || step.operation.kind == Kind::quit;
+        if (hasEnded) {
+            program.reset();
+        }
+        if (!broken && step.lastCall == 0) {
+            return "the program ended by itself";
+        }
+        if (broken && !broken->empty()) {
+            return *broken;
+        }
+        return isDarkened(before, lookAt(mac_), step.operation.id) ? "no display is lit any more"
+                                                                   : "";
+    }
+
+    // A state that does not allow it leaves the Mac as it is. A session's end ends its programs.
+    bool happen(const Words& words) {
+        if (words[0] == "logout" || words[0] == "reboot") {
+            programs_.clear();
+        }
+        try {
+            (void)simulated_mac::parseVerb(words).carryOut(mac_);
+            return true;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+
+    Mac& mac_;
+    std::map<int, std::unique_ptr<Companion>> programs_;
+};
+
+class Chance {
+public:
+    explicit Chance(std::uint64_t seed) : random_(seed) {}
+
+    int below(int limit) { return static_cast<int>(random_() % static_cast<std::uint64_t>(limit)); }
+    const std::string& oneOf(const std::vector<std::string>& choices) {
+        return choices[static_cast<std::size_t>(below(static_cast<int>(choices.size())))];
+    }
+    std::string display() { return std::to_string(1 + below(4)); }
+
+private:
+    std::mt19937_64 random_;
+};
+
+std::string randomOperation(Chance& chance) {
+    static const std::vector<std::string> words = {"off", "off",  "off",    "on",  "on",
+                                                   "on",  "list", "status", "quit"};
+    const std::string& word = chance.oneOf(words);
+    return word == "list" || word == "quit" ? word : word + " " + chance.display();
+}
+
+std::string randomEvent(Chance& chance) {
+    const std::string id = chance.display();
+    switch (chance.below(24)) {
+    case 0:
+    case 1:
+    case 2:
+    case 3:
+    case 4:
+        return "unplug " + id;
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+    case 9:
+    case 10:
+        return "plug " + id;
+    case 11:
+        return "plug " + id + " --as " + std::to_string(1 + chance.below(6));
+    case 12:
+    case 13:
+    case 14:
+        return "main " + id;
+    case 15:
+        return "mirror " + id + " " + chance.display();
+    case 16:
+    case 17:
+        return "mirror " + id + " 0";
+    case 18:
+        return "sleep";
+    case 19:
+    case 20:
+        return "wake";
+    case 21:
+        return chance.below(2) == 0 ? "lid close" : "lid open";
+    case 22:
+        return chance.below(3) == 0 ? "logout" : "lid open";
+    default:
+        return chance.below(3) == 0 ? "reboot" : "wake";
+    }
+}
+
+std::string randomStep(Chance& chance) {
+    if (chance.below(4) == 0) {
+        return randomEvent(chance);
+    }
+    const std::string program = chance.below(3) == 0 ? "2 " : "1 ";
+    const bool killed = chance.below(25) == 0;
+    return program + (killed ? "killed " + std::to_string(1 + chance.below(30)) + " " : "") +
+           randomOperation(chance);
+}
+
+} // namespace
+
+History randomHistory(std::uint64_t seed, std::size_t length) {
+    Chance chance(seed);
+    History history;
+    history.situation =
+        static_cast<std::size_t>(chance.below(static_cast<int>(situations().size())));
+    while (history.steps.size() < length) {
+        history.steps.push_back(randomStep(chance));
+    }
+    return history;
+}
+
+std::string textOf(const History& history) {
+    std::string text = std::to_string(history.situation);
+    for (const std::string& step : history.steps) {
+        text += "; " + step;
+    }
+    return text;
+}
+
+History historyFrom(const std::string& text) {
+    History history;
+    std::istringstream stream(text);
+    std::string part;
+    std::getline(stream, part, ';');
+    history.situation = static_cast<std::size_t>(numberFrom(part));
+    if (history.situation >= situations().size()) {
+        throw std::invalid_argument("there is no situation " + part);
+    }
+    while (std::getline(stream, part, ';')) {
+        history.steps.push_back(part.substr(part.find_first_not_of(' ')));
+    }
+    return history;
+}
+
+Course carryOut(const History& history) {
+    World world(situations().at(history.situation));
+    Course course;
+    for (const std::string& step : history.steps) {
+        course.steps += world.take(step, course.broken) ? 1 : 0;
+        if (!course.broken.empty()) {
+            course.broken += " (at: " + step + ")";
+            break;
+        }
+    }
+    return course;
+}
+
+History shrunk(const History& history, const std::string& broken) {
+    History smallest = history;
+    for (std::size_t size = smallest.steps.size() / 2; size > 0; size /= 2) {
+        for (std::size_t place = 0; place < smallest.steps.size();) {
+            History shorter = smallest;
+            const auto first = shorter.steps.begin() + static_cast<std::ptrdiff_t>(place);
+            const auto count = std::min(size, shorter.steps.size() - place);
+            shorter.steps.erase(first, first + static_cast<std::ptrdiff_t>(count));
+            if (carryOut(shorter).broken == broken) {
+                smallest = std::move(shorter);
+            } else {
+                place += size;
+            }
+        }
+    }
+    return smallest;
+}
+
+} // namespace safety

@@ -1,0 +1,70 @@
+#include "Safety/Situations.h"
+
+#include "Support/Scenes.h"
+
+namespace safety {
+namespace {
+
+constexpr std::string_view quick = R"("profiler": { "missing": true })";
+constexpr std::string_view intel = R"("hardware": "intel")";
+constexpr std::string_view appleSilicon = R"("hardware": "apple-silicon")";
+
+// Monitors that vendor and model tell apart.
+constexpr std::string_view panel =
+    R"({ "id": 1, "main": true, "builtin": true, "vendor": 1552, "model": 41, "pixels": [1512, 982] })";
+constexpr std::string_view large =
+    R"({ "id": 2, "vendor": 4268, "model": 16, "pixels": [3840, 2160],
+         "ddc": { "brightness": 40 }, "servicePort": true })";
+constexpr std::string_view small =
+    R"({ "id": 3, "vendor": 7789, "model": 23, "pixels": [1280, 1024], "ddc": { "brightness": 70 } })";
+constexpr std::string_view projector = R"({ "id": 4, "vendor": 25001, "model": 9 })";
+constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
+
+Situation situation(const char* name, std::initializer_list<std::string_view> displays,
+                    std::initializer_list<std::string_view> more = {}) {
+    std::string members(quick);
+    for (const std::string_view member : more) {
+        members += ", " + std::string(member);
+    }
+    return {name, simulated_mac::Scene::parse(scene(displays, {members}), name)};
+}
+
+std::vector<Situation> all() {
+    return {
+        situation("only the main display", {main1}),
+        situation("two displays", {main1, plain2}),
+        situation("two displays with DDC", {main1, ddc2}),
+        situation("two displays, no SkyLight, DDC", {main1, ddc2}, {noSkyLight}),
+        situation("two displays, no SkyLight, no DDC", {main1, plain2}, {noSkyLight}),
+        situation("two displays, no SkyLight, unreadable tables", {main1, unreadable2},
+                  {noSkyLight}),
+        situation("two displays, SkyLight only lists", {main1, ddc2}, {onlySkyLightsList}),
+        situation("two displays, SkyLight only switches", {main1, ddc2}, {onlySkyLightsSwitch}),
+        situation("a monitor that is mute", {main1, mute2}, {noSkyLight}),
+        situation("a monitor whose bus is locked", {main1, locked2}, {noSkyLight}),
+        situation("three displays of an Intel Mac", {panel, large, small}, {intel, noSkyLight}),
+        situation("three displays on Apple silicon", {panel, large, small}, {appleSilicon}),
+        situation("four displays", {panel, large, small, projector}),
+        situation("four displays, no SkyLight, software mirroring",
+                  {main1, ddc2, plain3, projector}, {noSkyLight, softwareMirroring}),
+        situation("a mirrored display", {main1, mirror2, plain3}),
+        situation("a mirrored display, software mirroring", {main1, mirror2, plain3},
+                  {softwareMirroring}),
+        situation("a remembered display that is off", {main1, disabled2, plain3},
+                  {remembered("[2]")}),
+        situation("a remembered display that is on again", {main1, ddc2}, {remembered("[2, 7]")}),
+        situation("a display that somebody else disconnected", {main1, disabled2, plain3},
+                  {remembered("[9]")}),
+        situation("a remembered display, SkyLight only lists", {main1, disabled2},
+                  {remembered("[2]"), onlySkyLightsList}),
+    };
+}
+
+} // namespace
+
+const std::vector<Situation>& situations() {
+    static const std::vector<Situation> situations = all();
+    return situations;
+}
+
+} // namespace safety

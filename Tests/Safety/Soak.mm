@@ -1,0 +1,215 @@
+// Tries the program's promises and rules against everything that can go wrong, at length.
+
+#include "Safety/FaultRuns.h"
+#include "Safety/History.h"
+
+#import <Foundation/Foundation.h>
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <new>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace safety;
+
+constexpr const char* usage =
+    "usage: Soak [--faults N] [--steps N] [--seed N] [--jobs N]\n"
+    "       Soak --fault-run N\n"
+    "       Soak --replay HISTORY\n"
+    "\n"
+    "  --faults N       carry out N fault runs, evenly chosen from all (10000)\n"
+    "  --steps N        take N steps of random histories (50000)\n"
+    "  --seed N         what the histories are made from (1)\n"
+    "  --jobs N         so many at once (2)\n"
+    "  --fault-run N    only this one\n"
+    "  --replay HISTORY only this one, as a failure prints it\n";
+
+constexpr std::size_t historyLength = 200;
+
+struct Options {
+    std::map<std::string, std::size_t> numbers = {
+        {"--faults", 10000}, {"--steps", 50000}, {"--seed", 1}, {"--jobs", 2}};
+    std::optional<std::size_t> faultRun;
+    std::optional<std::string> history;
+};
+
+[[noreturn]] void reject(const std::string& problem) {
+    std::fprintf(stderr, "Soak: %s\n%s", problem.c_str(), usage);
+    std::exit(2);
+}
+
+std::size_t numberFrom(const std::string& option, std::string_view text) {
+    std::size_t number = 0;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (text.empty() || end.ec != std::errc() || end.ptr != text.data() + text.size()) {
+        reject(option + ": '" + std::string(text) + "' is no number");
+    }
+    return number;
+}
+
+Options optionsFrom(const std::vector<std::string>& words) {
+    Options options;
+    for (std::size_t i = 0; i < words.size(); i += 2) {
+        const std::string& option = words[i];
+        if (option == "--help") {
+            std::fputs(usage, stdout);
+            std::exit(0);
+        }
+        if (i + 1 == words.size()) {
+            reject(option + " needs a value");
+        }
+        if (option == "--replay") {
+            options.history = words[i + 1];
+        } else if (option == "--fault-run") {
+            options.faultRun = numberFrom(option, words[i + 1]);
+        } else if (options.numbers.contains(option)) {
+            options.numbers[option] = numberFrom(option, words[i + 1]);
+        } else {
+            reject("there is no option " + option);
+        }
+    }
+    if (options.numbers["--jobs"] == 0) {
+        reject("--jobs: at least 1");
+    }
+    return options;
+}
+
+// What Foundation sets up at its first use is set up once, before the first process is made.
+void warmFoundation() {
+    @autoreleasepool {
+        [[NSUserDefaults standardUserDefaults] arrayForKey:@"NSLanguages"];
+        (void)[@"a" localizedCompare:@"b"];
+    }
+}
+
+/// What has been done so far by all workers, in memory that they share.
+struct Score {
+    std::atomic<std::size_t> faultRuns = 0;
+    std::atomic<std::size_t> steps = 0;
+    std::atomic<std::size_t> violations = 0;
+};
+
+Score& sharedScore() {
+    void* const memory =
+        mmap(nullptr, sizeof(Score), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+        std::perror("Soak: mmap");
+        std::exit(1);
+    }
+    return *new (memory) Score;
+}
+
+void tell(Score& score, const std::string& text) {
+    ++score.violations;
+    std::printf("%s\n", text.c_str());
+    std::fflush(stdout);
+}
+
+void carryOutFault(const FaultRuns& runs, std::size_t number, Forked& forked, Score& score) {
+    const auto result = runs.carryOut(number, forked);
+    score.faultRuns += result.verdict == FaultRuns::Verdict::impossible ? 0 : 1;
+    if (result.verdict == FaultRuns::Verdict::broken) {
+        tell(score, result.text + "\n    " + runs.described(number) +
+                        "\n    sh Scripts/soak.sh --fault-run " + std::to_string(number));
+    }
+}
+
+void carryOutHistory(const History& history, Score& score) {
+    const Course course = carryOut(history);
+    score.steps += course.steps;
+    if (!course.broken.empty()) {
+        const History small = shrunk(history, course.broken);
+        tell(score, course.broken + "\n    sh Scripts/soak.sh --replay '" + textOf(small) + "'");
+    }
+}
+
+struct Share {
+    std::size_t worker;
+    std::size_t workers;
+};
+
+void work(const FaultRuns& runs, Options& options, Share share, Score& score) {
+    Forked forked;
+    const std::size_t wanted = std::min(options.numbers["--faults"], runs.count());
+    for (std::size_t i = share.worker; i < wanted; i += share.workers) {
+        carryOutFault(runs, i * runs.count() / wanted, forked, score);
+    }
+    const std::size_t steps = options.numbers["--steps"];
+    for (std::size_t i = share.worker; i * historyLength < steps; i += share.workers) {
+        const std::size_t length = std::min(historyLength, steps - i * historyLength);
+        carryOutHistory(randomHistory(options.numbers["--seed"] + i, length), score);
+    }
+}
+
+constexpr int secondsBetweenReports = 10;
+
+/// Tells how far all are until the process ends; whether it ended well.
+bool watch(pid_t process, const Score& score, std::size_t wanted) {
+    int status = 0;
+    for (int waited = 0; waitpid(process, &status, WNOHANG) == 0; ++waited) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (waited % (secondsBetweenReports * 10) == secondsBetweenReports * 10 - 1) {
+            std::fprintf(stderr, "%zu %% done\n",
+                         (score.faultRuns + score.steps) * 100 / std::max<std::size_t>(wanted, 1));
+        }
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
+    std::vector<pid_t> processes;
+    const std::size_t jobs = options.numbers["--jobs"];
+    for (std::size_t worker = 0; worker < jobs; ++worker) {
+        processes.push_back(fork());
+        if (processes.back() == 0) {
+            work(runs, options, {worker, jobs}, score);
+            _exit(0);
+        }
+    }
+    const std::size_t wanted =
+        std::min(options.numbers["--faults"], runs.count()) + options.numbers["--steps"];
+    for (const pid_t process : processes) {
+        if (!watch(process, score, wanted)) {
+            tell(score, "a worker has not come to its end");
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options = optionsFrom({argv + 1, argv + argc});
+    warmFoundation();
+    Score& score = sharedScore();
+    if (options.history) {
+        carryOutHistory(historyFrom(*options.history), score);
+    } else {
+        const FaultRuns runs;
+        std::printf("%zu fault runs to choose from; the histories' seed is %zu\n", runs.count(),
+                    options.numbers["--seed"]);
+        std::fflush(stdout);
+        if (options.faultRun) {
+            Forked forked;
+            carryOutFault(runs, *options.faultRun, forked, score);
+        } else {
+            workInProcesses(runs, options, score);
+        }
+    }
+    std::printf("%zu fault runs, %zu history steps, %zu violations\n", score.faultRuns.load(),
+                score.steps.load(), score.violations.load());
+    return score.violations == 0 ? 0 : 1;
+}

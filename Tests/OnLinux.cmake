@@ -79,6 +79,8 @@ add_executable(GNUstepTests
 target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
 gtest_discover_tests(GNUstepTests PROPERTIES LABELS gnustep)
 
+precompile(Soak <nlohmann/json.hpp>)
+
 add_executable(StatusIconPicture Pictures/StatusIconPicture.mm)
 target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES

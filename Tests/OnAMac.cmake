@@ -1,13 +1,18 @@
 # On a Mac everything that the tests run has the simulated Mac in it, so that no real display is touched.
 target_link_libraries(TestSupport PUBLIC SimulatedMac)
 
+target_sources(MenuBarTests PRIVATE
+  Support/AppKitHostOnAMac.mm
+  Unit/Menu/MenuOnAMacTest.mm)
+target_link_libraries(MenuBarTests PRIVATE "-framework Security")
+
 set(TESTED_PROGRAM VeilpaneOnSimulatedMac)
 add_executable(VeilpaneOnSimulatedMac ${CMAKE_SOURCE_DIR}/Sources/Veilpane/main.mm)
 target_link_libraries(VeilpaneOnSimulatedMac PRIVATE VeilpaneCore SimulatedMac CompilerWarnings)
 set_target_properties(VeilpaneOnSimulatedMac PROPERTIES
   OUTPUT_NAME Veilpane RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/simulated)
 
-set_target_properties(UnitTests EndToEndTests SimulatedMacTests PROPERTIES
+set_target_properties(UnitTests EndToEndTests SimulatedMacTests MenuBarTests PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/simulated LINKER_LANGUAGE OBJCXX)
 
 # No test runs before it is known that none can reach a real display.

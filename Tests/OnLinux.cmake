@@ -58,19 +58,14 @@ target_compile_definitions(SimulatedMacTests PRIVATE
   SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac")
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
 
-add_executable(MenuBarTests
-  Support/MenuBarTest.mm
-  Unit/Menu/AppDelegateTest.mm
-  Unit/Menu/EventLogTest.mm
-  Unit/Menu/MenuRowViewsTest.mm
-  Unit/Menu/MenuTextTest.mm
-  Unit/Menu/StatusIconTest.mm
-  Unit/Menu/StatusMenuTest.mm)
-target_link_libraries(MenuBarTests PRIVATE TestSupport CompilerWarnings)
-gtest_discover_tests(MenuBarTests PROPERTIES LABELS menu-bar)
+target_sources(MenuBarTests PRIVATE
+  Support/AppKitHostOnLinux.mm
+  Unit/Menu/AppDelegateOnGNUstepTest.mm
+  Unit/Menu/EventLogOnLinuxTest.mm)
 
 set(GNUSTEP_TESTS ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Tests)
 add_executable(GNUstepTests
+  Support/AppKitHostOnLinux.mm
   Support/MenuBarTest.mm
   ${GNUSTEP_TESTS}/AutoLayoutTest.mm
   ${GNUSTEP_TESTS}/LinearProgramTest.cpp

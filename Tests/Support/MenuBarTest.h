@@ -1,35 +1,49 @@
 #pragma once
 
-// What tests of views and menus share: a screen, clicks, texts, and a look at AppKit from behind.
+// What tests of views and menus share: an application, clicks, texts, and a look at AppKit from
+// behind. They are the same on GNUstep and on a Mac.
 
 #include "ObjectiveC/MethodReplacement.h"
 #include "Ownership/NSRef.h"
+#include "Support/NSText.h"
 #include "Support/SimulatedMacTest.h"
-#include "Support/VirtualScreen.h"
 #import "Veilpane/Menu/AppDelegate.h"
 
 #import <AppKit/AppKit.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
 @class PowerSwitchRowView;
 
-/// A test of views, menus and the application delegate on a screen of its own.
+/// A test of views, menus and the application delegate, seen by nobody. There is an application
+/// wherever one can be made.
 class MenuBarTest : public SimulatedMacTest {
 protected:
-    MenuBarTest();
+    /// What a test needs beyond views, which can be made anywhere.
+    enum class Needs { Views, Application };
+
+    explicit MenuBarTest(Needs needs = Needs::Views);
     ~MenuBarTest() override;
 
+    /// Skips a test whose needs are not met.
+    void SetUp() override;
+
 private:
-    VirtualScreen screen_;
+    Needs needs_;
+    std::shared_ptr<void> screen_;
     NSAutoreleasePool* pool_;
 };
 
-/// An NSString's text; "(nil)" for nil.
-std::string text(NSString* string);
+/// A selector's name; "(nil)" for none.
+std::string name(SEL selector);
 
-/// Flips a row's switch as a click does it: it changes first and then sends its action.
+/// What the delegate is told with by AppKit, and does not look at.
+NSNotification* anyNotification();
+
+/// Flips a row's switch as a click does it: it changes first and then sends its action, by way of
+/// the application.
 void flip(PowerSwitchRowView* row);
 
 /// Every constraint that was activated while the object lived, in that order, in words such as

@@ -1,12 +1,66 @@
 #include "Support/MenuBarTest.h"
 
+#include "Support/AppKitHost.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 
 #import <objc/runtime.h>
 
 #include <memory>
+#include <sstream>
 
 namespace {
+
+std::string attributeName(NSLayoutAttribute attribute) {
+    switch (attribute) {
+    case NSLayoutAttributeLeading:
+        return "leading";
+    case NSLayoutAttributeTrailing:
+        return "trailing";
+    case NSLayoutAttributeWidth:
+        return "width";
+    case NSLayoutAttributeHeight:
+        return "height";
+    case NSLayoutAttributeCenterY:
+        return "centerY";
+    default:
+        return "attribute " + std::to_string(attribute);
+    }
+}
+
+std::string relationSign(NSLayoutRelation relation) {
+    return relation == NSLayoutRelationEqual             ? " == "
+           : relation == NSLayoutRelationLessThanOrEqual ? " <= "
+                                                         : " >= ";
+}
+
+std::string side(id item, NSLayoutAttribute attribute) {
+    return std::string(class_getName([item class])) + "." + attributeName(attribute);
+}
+
+std::string inWords(NSLayoutConstraint* constraint) {
+    std::ostringstream words;
+    words << side([constraint firstItem], [constraint firstAttribute])
+          << relationSign([constraint relation]);
+    const CGFloat constant = [constraint constant];
+    if ([constraint secondItem] == nil) {
+        words << constant;
+        return words.str();
+    }
+    if ([constraint multiplier] != 1) {
+        words << [constraint multiplier] << " * ";
+    }
+    words << side([constraint secondItem], [constraint secondAttribute]);
+    if (constant != 0) {
+        words << " " << std::showpos << constant;
+    }
+    return words.str();
+}
+
+// The former implementation.
+IMP exchange(Class theClass, SEL selector, IMP implementation) {
+    Method const method = class_getInstanceMethod(theClass, selector);
+    return method_setImplementation(method, implementation);
+}
 
 std::vector<std::string>* activated = nullptr;
 std::unique_ptr<ReplacedMethod> replacedActivation;
@@ -15,23 +69,40 @@ using Activate = void(Class, SEL, NSArray*);
 
 void activateAndRemember(Class theClass, SEL selector, NSArray* constraints) {
     for (NSLayoutConstraint* constraint in constraints) {
-        activated->push_back(text([constraint description]));
+        activated->push_back(inWords(constraint));
     }
     functionOf<Activate>(replacedActivation->former())(theClass, selector, constraints);
 }
 
 } // namespace
 
-MenuBarTest::MenuBarTest() : pool_([NSAutoreleasePool new]) {
-    [NSApplication sharedApplication];
+MenuBarTest::MenuBarTest(Needs needs)
+    : needs_(needs), screen_(screenForWindows()), pool_([NSAutoreleasePool new]) {
+    // AppKit's threads are not in a copy of the process, so a test of its end starts anew.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    if (hasWindowServer()) {
+        // A program outside of a bundle may make no window otherwise.
+        [[NSApplication sharedApplication]
+            setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    }
 }
 
 MenuBarTest::~MenuBarTest() {
     [pool_ drain];
 }
 
-std::string text(NSString* string) {
-    return string == nil ? "(nil)" : [string UTF8String];
+void MenuBarTest::SetUp() {
+    if (needs_ == Needs::Application && !hasWindowServer()) {
+        GTEST_SKIP() << "no window server: run this in a session at the Mac's desktop";
+    }
+}
+
+std::string name(SEL selector) {
+    return selector == nullptr ? "(nil)" : sel_getName(selector);
+}
+
+NSNotification* anyNotification() {
+    return [NSNotification notificationWithName:@"any" object:nil];
 }
 
 void flip(PowerSwitchRowView* row) {
@@ -42,11 +113,10 @@ void flip(PowerSwitchRowView* row) {
 }
 
 ReplacedMethod::ReplacedMethod(Class theClass, SEL selector, IMP replacement)
-    : class_(theClass), selector_(selector),
-      former_(method_setImplementation(class_getInstanceMethod(theClass, selector), replacement)) {}
+    : class_(theClass), selector_(selector), former_(exchange(theClass, selector, replacement)) {}
 
 ReplacedMethod::~ReplacedMethod() {
-    method_setImplementation(class_getInstanceMethod(class_, selector_), former_);
+    exchange(class_, selector_, former_);
 }
 
 ActivatedConstraints::ActivatedConstraints() {

@@ -210,6 +210,13 @@ TEST_F(AutoLayout, a_constraint_does_not_keep_its_views) {
     EXPECT_EQ([outer retainCount], before);
 }
 
+TEST_F(AutoLayout, a_switch_resists_being_made_smaller_as_other_views_do) {
+    NSSwitch* const powerSwitch = [[[NSSwitch alloc] initWithFrame:NSZeroRect] autorelease];
+    EXPECT_EQ([powerSwitch contentCompressionResistancePriorityForOrientation:
+                               NSLayoutConstraintOrientationHorizontal],
+              NSLayoutPriorityDefaultHigh);
+}
+
 TEST_F(AutoLayout, the_view_with_the_lower_compression_resistance_gives_way) {
     for (const bool isFirstWeak : {true, false}) {
         NSView* const outer = [[[NSView alloc] initWithFrame:NSMakeRect(0, 0, 80, 20)] autorelease];

@@ -1,14 +1,39 @@
 #import "Veilpane/Menu/AppDelegate.h"
 
+#include "Support/AppKitHost.h"
 #include "Support/MenuBarTest.h"
 #include "Support/Scenes.h"
+#include "Veilpane/Menu/EventLog.h"
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 #include "Veilpane/Power/BlackoutController.h"
 
-#import <objc/runtime.h>
-
+#include <cmath>
 #include <sstream>
+
+/// A status item that AppKit has made no button for.
+@interface StatusItemWithoutButton : NSObject {
+    veilpane::NSRef<NSMenu> _menu;
+}
+@property (nonatomic, readonly) NSStatusBarButton* button;
+@property (nonatomic, retain) NSMenu* menu;
+@end
+
+@implementation StatusItemWithoutButton
+
+- (NSStatusBarButton*)button {
+    return nil;
+}
+
+- (NSMenu*)menu {
+    return _menu.get();
+}
+
+- (void)setMenu:(NSMenu*)menu {
+    _menu = veilpane::NSRef<NSMenu>::retain(menu);
+}
+
+@end
 
 namespace veilpane::test {
 
@@ -43,7 +68,7 @@ std::string textStyle(NSTextField* field) {
 
 std::string height(NSView* view) {
     [view layoutSubtreeIfNeeded];
-    return " height " + std::to_string(static_cast<int>(NSHeight([view frame])));
+    return " height " + std::to_string(std::lround(NSHeight([view frame])));
 }
 
 // Everything that the table of a menu says of one item.
@@ -99,7 +124,8 @@ NSInteger rememberAlert(NSAlert* alert, SEL) {
 class AppDelegateTest : public MenuBarTest {
 protected:
     AppDelegateTest()
-        : runModal_([NSAlert class], @selector(runModal), implementationOf(rememberAlert)),
+        : MenuBarTest(Needs::Application),
+          runModal_([NSAlert class], @selector(runModal), implementationOf(rememberAlert)),
           activate_([NSApplication class], @selector(activateIgnoringOtherApps:),
                     implementationOf(+[](NSApplication*, SEL, BOOL) { isActivated = true; })) {
         shownAlerts = &alerts;
@@ -107,8 +133,8 @@ protected:
 
     void launch() {
         testing::internal::CaptureStderr();
-        [delegate.get() applicationDidFinishLaunching:nil];
-        log = testing::internal::GetCapturedStderr();
+        [delegate.get() applicationDidFinishLaunching:anyNotification()];
+        log = withoutFrameworkMessages(testing::internal::GetCapturedStderr());
     }
 
     // The log's lines without their times.
@@ -177,8 +203,10 @@ TEST_F(AppDelegateTest, launching_puts_an_item_with_an_empty_menu_into_the_statu
 
 TEST_F(AppDelegateTest, launching_is_logged_with_the_buttons_width) {
     launch();
+    const CGFloat width = NSWidth([[[delegate.get() statusItem] button] frame]);
     EXPECT_EQ(messages(log), (Lines{"applicationDidFinishLaunching",
-                                    "status item created image=true buttonWidth=24.0"}));
+                                    "status item created image=true buttonWidth=" +
+                                        text(EventLog::shortestDecimal(width))}));
 }
 
 TEST_F(AppDelegateTest, a_second_launch_changes_nothing_but_the_log) {
@@ -192,10 +220,11 @@ TEST_F(AppDelegateTest, a_second_launch_changes_nothing_but_the_log) {
 }
 
 TEST_F(AppDelegateTest, without_a_button_there_is_no_menu_and_launching_counts_as_done) {
-    Class const itemClass =
-        object_getClass([[NSStatusBar systemStatusBar] statusItemWithLength:-1]);
-    const ReplacedMethod none(itemClass, @selector(button),
-                              implementationOf(+[](id, SEL) -> id { return nil; }));
+    const ReplacedMethod made([[NSStatusBar systemStatusBar] class],
+                              @selector(statusItemWithLength:),
+                              implementationOf(+[](NSStatusBar*, SEL, CGFloat) -> id {
+                                  return [[[StatusItemWithoutButton alloc] init] autorelease];
+                              }));
     launch();
     EXPECT_EQ(messages(log),
               (Lines{"applicationDidFinishLaunching", "ERROR: statusItem.button is nil"}));
@@ -271,12 +300,13 @@ TEST_F(AppDelegateTest, items_have_no_titles_and_only_the_quit_item_has_an_actio
         }
         EXPECT_EQ(text([item title]), "");
         const bool isQuit = [[item keyEquivalent] isEqualToString:@"q"];
-        EXPECT_EQ(text(NSStringFromSelector([item action])), isQuit ? "quit" : "(nil)");
+        EXPECT_EQ(name([item action]), isQuit ? "quit" : "(nil)");
         EXPECT_TRUE(isQuit || [[item keyEquivalent] isEqualToString:@""]);
     }
     NSMenuItem* const quit = [openMenu() itemAtIndex:[openMenu() numberOfItems] - 2];
     EXPECT_EQ(text([quit keyEquivalent]), "q");
-    EXPECT_EQ([quit keyEquivalentModifierMask], static_cast<NSUInteger>(NSCommandKeyMask));
+    EXPECT_EQ([quit keyEquivalentModifierMask],
+              static_cast<NSUInteger>(NSEventModifierFlagCommand));
     EXPECT_EQ([quit target], static_cast<id>(delegate.get()));
 }
 
@@ -398,24 +428,13 @@ TEST_F(AppDelegateTest, a_row_whose_delegate_is_gone_does_nothing) {
     EXPECT_TRUE(mac.display(2).enabled);
 }
 
-TEST_F(AppDelegateTest, the_delegates_own_objects_go_with_it) {
-    launch();
-    NSStatusItem* const item = [delegate.get() statusItem];
-    const NSUInteger before = [item retainCount];
-    const auto kept = NSRef<NSStatusItem>::retain(item);
-    {
-        const NSRef<AppDelegate> last = std::move(delegate);
-    }
-    EXPECT_EQ([item retainCount], before);
-}
-
 TEST_F(AppDelegateTest, terminating_restores_every_display_under_blackout_and_nothing_else) {
     Mac& mac = boot(threeDisplays);
     launch();
     flip(switchRow(openMenu(), 3));
     BlackoutController::shared().blackout(2);
     ASSERT_EQ(mac.display(2).gamma, "zero");
-    [delegate.get() applicationWillTerminate:nil];
+    [delegate.get() applicationWillTerminate:anyNotification()];
     EXPECT_EQ(mac.display(2).gamma, "normal");
     EXPECT_FALSE(mac.display(3).enabled);
 }
@@ -437,13 +456,38 @@ TEST_F(AppDelegateTest, a_click_on_the_quit_row_is_recognized_and_does_what_the_
     }
 }
 
+TEST_F(AppDelegateTest, command_q_goes_through_the_menu_to_the_application) {
+    launch();
+    static Lines order;
+    const ReplacedMethod cancel(
+        [NSMenu class], @selector(cancelTracking),
+        implementationOf(+[](NSMenu*, SEL) { order.emplace_back("cancelled"); }));
+    const ReplacedMethod terminate(
+        [NSApplication class], @selector(terminate:),
+        implementationOf(+[](NSApplication*, SEL, id) { order.emplace_back("terminated"); }));
+    NSEvent* const commandQ = [NSEvent keyEventWithType:NSEventTypeKeyDown
+                                               location:NSZeroPoint
+                                          modifierFlags:NSEventModifierFlagCommand
+                                              timestamp:0
+                                           windowNumber:0
+                                                context:nil
+                                             characters:@"q"
+                            charactersIgnoringModifiers:@"q"
+                                              isARepeat:NO
+                                                keyCode:12];
+    EXPECT_FALSE([[[delegate.get() statusItem] menu] performKeyEquivalent:commandQ])
+        << "it was never opened";
+    EXPECT_TRUE([openMenu() performKeyEquivalent:commandQ]);
+    EXPECT_EQ(order, (Lines{"cancelled", "terminated"}));
+}
+
 TEST_F(AppDelegateTest, every_items_view_has_its_size_when_the_menu_is_built) {
     boot(threeDisplays);
     launch();
     for (NSMenuItem* item in [openMenu() itemArray]) {
         if (NSView* const view = [item view]) {
             EXPECT_EQ(NSWidth([view frame]), 280);
-            EXPECT_EQ(NSHeight([view frame]), [view fittingSize].height);
+            EXPECT_TRUE(NSEqualSizes([view frame].size, [view fittingSize]));
             EXPECT_GE(NSHeight([view frame]), 8);
         }
     }

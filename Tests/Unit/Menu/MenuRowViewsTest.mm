@@ -1,3 +1,4 @@
+#include "Support/AppKitHost.h"
 #include "Support/MenuBarTest.h"
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
@@ -11,8 +12,24 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+// Lays a row out as a part of what a menu draws, and returns the view around it. The row's size
+// comes from its constraints, in whatever frame it was before.
+NSRef<NSView> laidOut(NSView* row) {
+    auto menu = NSRef<NSView>::adopt([[NSView alloc] initWithFrame:NSMakeRect(0, 0, 320, 200)]);
+    [menu.get() addSubview:row];
+    [menu.get() layoutSubtreeIfNeeded];
+    return menu;
+}
+
+CGFloat resistance(NSView* view) {
+    return [view
+        contentCompressionResistancePriorityForOrientation:NSLayoutConstraintOrientationHorizontal];
+}
+
 class MenuRowViews : public MenuBarTest {
 protected:
+    using MenuBarTest::MenuBarTest;
+
     static NSRef<MenuLabelRowView> label(NSString* text, NSString* trailing = nil,
                                          CGFloat height = 30) {
         return NSRef<MenuLabelRowView>::adopt([[MenuLabelRowView alloc]
@@ -33,6 +50,11 @@ protected:
     }
 
     std::vector<bool> toggles;
+};
+
+class FlippedSwitch : public MenuRowViews {
+protected:
+    FlippedSwitch() : MenuRowViews(Needs::Application) {}
 };
 
 TEST_F(MenuRowViews, a_label_row_has_one_subview_and_five_constraints) {
@@ -81,23 +103,24 @@ TEST_F(MenuRowViews, a_label_row_shows_its_texts_in_the_given_and_in_the_seconda
 TEST_F(MenuRowViews, a_long_text_is_cut_and_stays_beside_the_trailing_text) {
     const auto row = label(
         @"This text is far too long for a row of two hundred and eighty points, 真的太长了", @"⌘Q");
-    [row.get() layoutSubtreeIfNeeded];
+    const auto menu = laidOut(row.get());
     EXPECT_TRUE(NSEqualSizes([row.get() frame].size, NSMakeSize(280, 30)));
-    const NSRect label = [[row.get() label] frame];
-    const NSRect trailing = [[row.get() trailing] frame];
-    EXPECT_EQ(NSMinX(label), 16);
-    EXPECT_EQ(NSMaxX(trailing), 264);
-    EXPECT_LE(NSMaxX(label), NSMinX(trailing) - 8);
-    EXPECT_EQ(NSWidth(trailing), [[row.get() trailing] intrinsicContentSize].width);
+    const NSRect label = alignmentRect([row.get() label]);
+    const NSRect trailing = alignmentRect([row.get() trailing]);
+    EXPECT_NEAR(NSMinX(label), 16, pixelRounding());
+    EXPECT_NEAR(NSMaxX(trailing), 264, pixelRounding());
+    EXPECT_LE(NSMaxX(label), NSMinX(trailing) - 8 + pixelRounding());
+    EXPECT_NEAR(NSWidth(trailing), [[row.get() trailing] intrinsicContentSize].width,
+                pixelRounding());
     EXPECT_LT(NSWidth(label), [[row.get() label] intrinsicContentSize].width);
 }
 
 TEST_F(MenuRowViews, a_short_text_takes_its_natural_width_in_the_middle_of_the_height) {
     const auto row = label(@"短");
-    [row.get() layoutSubtreeIfNeeded];
-    const NSRect label = [[row.get() label] frame];
-    EXPECT_EQ(NSWidth(label), [[row.get() label] intrinsicContentSize].width);
-    EXPECT_EQ(NSMidY(label), 15);
+    const auto menu = laidOut(row.get());
+    const NSRect label = alignmentRect([row.get() label]);
+    EXPECT_NEAR(NSWidth(label), [[row.get() label] intrinsicContentSize].width, pixelRounding());
+    EXPECT_NEAR(NSMidY(label), 15, pixelRounding());
 }
 
 TEST_F(MenuRowViews, a_switch_row_has_three_subviews_and_eleven_constraints) {
@@ -146,7 +169,7 @@ TEST_F(MenuRowViews, a_switch_row_is_set_up_as_a_menu_row) {
     EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOff);
     EXPECT_TRUE([[row.get() powerSwitch] isEnabled]);
     EXPECT_EQ([[row.get() powerSwitch] target], row.get());
-    EXPECT_EQ(text(NSStringFromSelector([[row.get() powerSwitch] action])), "switchChanged:");
+    EXPECT_EQ(name([[row.get() powerSwitch] action]), "switchChanged:");
     EXPECT_FALSE([row.get() translatesAutoresizingMaskIntoConstraints]);
 }
 
@@ -173,45 +196,65 @@ TEST_F(MenuRowViews, rows_are_280_wide_and_switch_rows_40_high_whatever_they_say
     for (NSString* title in @[ @"", @"Studio", endless ]) {
         for (const bool isMain : {true, false}) {
             const auto row = this->row(isMain, true, title);
-            [row.get() layoutSubtreeIfNeeded];
+            const auto menu = laidOut(row.get());
             EXPECT_TRUE(NSEqualSizes([row.get() frame].size, NSMakeSize(280, 40)));
-            EXPECT_TRUE(NSEqualRects([[row.get() iconView] frame], NSMakeRect(16, 11, 18, 18)));
-            EXPECT_EQ(NSMinX([[row.get() titleLabel] frame]), 44);
+            EXPECT_TRUE(NSEqualSizes([row.get() fittingSize], NSMakeSize(280, 40)));
+            const NSRect icon = alignmentRect([row.get() iconView]);
+            EXPECT_NEAR(NSMinX(icon), 16, pixelRounding());
+            EXPECT_NEAR(NSMinY(icon), 11, pixelRounding());
+            EXPECT_NEAR(NSWidth(icon), 18, pixelRounding());
+            EXPECT_NEAR(NSHeight(icon), 18, pixelRounding());
+            EXPECT_NEAR(NSMinX(alignmentRect([row.get() titleLabel])), 44, pixelRounding());
         }
     }
+}
+
+TEST_F(MenuRowViews, a_row_keeps_its_size_in_a_frame_that_a_wider_menu_gives_it) {
+    const auto row = this->row(false);
+    [row.get() setFrame:NSMakeRect(0, 0, 320, 50)];
+    const auto menu = laidOut(row.get());
+    EXPECT_TRUE(NSEqualSizes([row.get() frame].size, [row.get() fittingSize]));
+}
+
+TEST_F(MenuRowViews, the_name_of_a_display_has_the_medium_weight) {
+    NSFont* const font = [[row(false).get() titleLabel] font];
+    EXPECT_TRUE([font isEqual:[NSFont systemFontOfSize:13 weight:NSFontWeightMedium]]);
+    EXPECT_FALSE([font isEqual:[NSFont systemFontOfSize:13 weight:NSFontWeightSemibold]]);
 }
 
 TEST_F(MenuRowViews, a_long_name_never_pushes_the_switch_out_of_the_row) {
     const auto row =
         this->row(false, true, @"A name that is longer than the row, 比这一行还要长的名字");
-    [row.get() layoutSubtreeIfNeeded];
-    const NSRect powerSwitch = [[row.get() powerSwitch] frame];
-    EXPECT_EQ(NSMaxX(powerSwitch), 264);
-    EXPECT_TRUE(NSEqualSizes(powerSwitch.size, [[row.get() powerSwitch] intrinsicContentSize]));
-    EXPECT_LE(NSMaxX([[row.get() titleLabel] frame]), NSMinX(powerSwitch) - 12);
+    const auto menu = laidOut(row.get());
+    const NSRect powerSwitch = alignmentRect([row.get() powerSwitch]);
+    const NSSize natural = [[row.get() powerSwitch] intrinsicContentSize];
+    EXPECT_NEAR(NSMaxX(powerSwitch), 264, pixelRounding());
+    EXPECT_LE(NSMaxX([[row.get() powerSwitch] frame]), 280);
+    EXPECT_NEAR(NSWidth(powerSwitch), natural.width, pixelRounding());
+    EXPECT_NEAR(NSHeight(powerSwitch), natural.height, pixelRounding());
+    EXPECT_LE(NSMaxX(alignmentRect([row.get() titleLabel])),
+              NSMinX(powerSwitch) - 12 + pixelRounding());
 }
 
 TEST_F(MenuRowViews, what_stands_beside_a_switch_or_a_trailing_text_gives_way) {
-    const auto resistance = [](NSView* view) {
-        return [view contentCompressionResistancePriorityForOrientation:
-                         NSLayoutConstraintOrientationHorizontal];
-    };
+    const CGFloat untouched = resistance([NSTextField labelWithString:@""]);
+    ASSERT_GT(untouched, NSLayoutPriorityDefaultLow);
     EXPECT_EQ(resistance([row(false).get() titleLabel]), NSLayoutPriorityDefaultLow);
-    EXPECT_EQ(resistance([row(false).get() powerSwitch]), NSLayoutPriorityDefaultHigh);
-    EXPECT_EQ(resistance([row(true).get() titleLabel]), NSLayoutPriorityDefaultHigh);
+    EXPECT_GT(resistance([row(false).get() powerSwitch]), NSLayoutPriorityDefaultLow);
+    EXPECT_EQ(resistance([row(true).get() titleLabel]), untouched);
     EXPECT_EQ(resistance([label(@"退出", @"⌘Q").get() label]), NSLayoutPriorityDefaultLow);
-    EXPECT_EQ(resistance([label(@"退出", @"⌘Q").get() trailing]), NSLayoutPriorityDefaultHigh);
-    EXPECT_EQ(resistance([label(@"显示器").get() label]), NSLayoutPriorityDefaultHigh);
+    EXPECT_EQ(resistance([label(@"退出", @"⌘Q").get() trailing]), untouched);
+    EXPECT_EQ(resistance([label(@"显示器").get() label]), untouched);
 }
 
 TEST_F(MenuRowViews, the_main_displays_name_has_the_whole_row) {
     const auto row =
         this->row(true, true, @"A name that is longer than the row, 比这一行还要长的名字");
-    [row.get() layoutSubtreeIfNeeded];
-    EXPECT_EQ(NSMaxX([[row.get() titleLabel] frame]), 264);
+    const auto menu = laidOut(row.get());
+    EXPECT_NEAR(NSMaxX(alignmentRect([row.get() titleLabel])), 264, pixelRounding());
 }
 
-TEST_F(MenuRowViews, flipping_the_switch_reports_the_new_state_and_leaves_the_switch_alone) {
+TEST_F(FlippedSwitch, flipping_the_switch_reports_the_new_state_and_leaves_the_switch_alone) {
     const auto row = this->row(false, true);
     flip(row.get());
     EXPECT_EQ(toggles, std::vector<bool>{false});
@@ -221,7 +264,7 @@ TEST_F(MenuRowViews, flipping_the_switch_reports_the_new_state_and_leaves_the_sw
     EXPECT_EQ([[row.get() powerSwitch] state], NSControlStateValueOn);
 }
 
-TEST_F(MenuRowViews, the_main_displays_switch_snaps_back_with_a_beep_and_reports_nothing) {
+TEST_F(FlippedSwitch, the_main_displays_switch_snaps_back_with_a_beep_and_reports_nothing) {
     boot().clearCalls();
     const auto row = this->row(true, true);
     flip(row.get());
@@ -230,7 +273,7 @@ TEST_F(MenuRowViews, the_main_displays_switch_snaps_back_with_a_beep_and_reports
     EXPECT_TRUE(toggles.empty());
 }
 
-TEST_F(MenuRowViews, switching_the_main_display_on_is_reported) {
+TEST_F(FlippedSwitch, switching_the_main_display_on_is_reported) {
     const auto row = this->row(true, false);
     flip(row.get());
     EXPECT_EQ(toggles, std::vector<bool>{true});
@@ -257,7 +300,7 @@ TEST_F(MenuRowViews, a_row_lets_go_of_its_toggle_handler) {
     EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST_F(MenuRowViews, a_row_survives_a_handler_that_lets_go_of_it) {
+TEST_F(FlippedSwitch, a_row_survives_a_handler_that_lets_go_of_it) {
     std::optional<NSRef<PowerSwitchRowView>> row;
     row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
         initWithDisplayID:1
@@ -272,7 +315,7 @@ TEST_F(MenuRowViews, a_row_survives_a_handler_that_lets_go_of_it) {
     EXPECT_EQ(toggles, std::vector<bool>{false});
 }
 
-TEST_F(MenuRowViews, without_a_handler_a_flipped_switch_only_moves) {
+TEST_F(FlippedSwitch, without_a_handler_a_flipped_switch_only_moves) {
     const auto row =
         NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc] initWithDisplayID:1
                                                                                  title:@""

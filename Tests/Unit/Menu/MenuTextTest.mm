@@ -1,5 +1,7 @@
 #include "Veilpane/Menu/MenuText.h"
 
+#include "Support/NSText.h"
+
 #include <gtest/gtest.h>
 #include <string>
 
@@ -17,7 +19,7 @@ std::string repeated(const std::string& character, int count) {
 
 std::string shortened(const std::string& text) {
     @autoreleasepool {
-        return [shortenedForMenu([NSString stringWithUTF8String:text.c_str()]) UTF8String];
+        return ::text(shortenedForMenu([NSString stringWithUTF8String:text.c_str()]));
     }
 }
 

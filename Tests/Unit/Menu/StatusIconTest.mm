@@ -1,5 +1,6 @@
 #include "Veilpane/Menu/StatusIcon.h"
 
+#include "Support/AppKitHost.h"
 #include "Support/MenuBarTest.h"
 
 #include <sstream>
@@ -12,15 +13,20 @@ using Lines = std::vector<std::string>;
 
 Lines* drawn = nullptr;
 
+// Move, line, curve and the end of a closed path, in the order of AppKit's numbers for them.
+struct ElementKind {
+    char letter;
+    int points;
+};
+constexpr ElementKind elementKinds[] = {{'M', 1}, {'L', 1}, {'C', 3}, {'Z', 0}};
+
 std::string elements(NSBezierPath* path) {
     std::ostringstream description;
     for (NSInteger index = 0; index < [path elementCount]; ++index) {
         NSPoint points[3] = {};
-        const NSBezierPathElement kind = [path elementAtIndex:index associatedPoints:points];
-        description << ' ' << "MLCZ"[kind];
-        const int count = kind == NSCurveToBezierPathElement     ? 3
-                          : kind == NSClosePathBezierPathElement ? 0
-                                                                 : 1;
+        const auto [letter, count] =
+            elementKinds[[path elementAtIndex:index associatedPoints:points]];
+        description << ' ' << letter;
         for (int point = 0; point < count; ++point) {
             description << ' ' << points[point].x << ' ' << points[point].y;
         }
@@ -55,10 +61,10 @@ protected:
                                   implementationOf(+[](NSBezierPath* self, SEL) {
                                       drawn->push_back("fill" + elements(self));
                                   }));
-        NSImage* const canvas = [[[NSImage alloc] initWithSize:NSMakeSize(18, 18)] autorelease];
-        [canvas lockFocus];
-        EXPECT_TRUE([[[icon representations] lastObject] draw]);
-        [canvas unlockFocus];
+        drawUnseen(NSMakeSize(18, 18), [icon] {
+            EXPECT_EQ([[icon representations] count], 1U);
+            EXPECT_TRUE([[[icon representations] objectAtIndex:0] draw]);
+        });
         return lines;
     }
 };

@@ -41,7 +41,9 @@ struct Key {
 
 class StatusMenuTest : public MenuBarTest {
 protected:
-    StatusMenuTest() { [menu.get() setDelegate:listener.get()]; }
+    explicit StatusMenuTest(Needs needs = Needs::Views) : MenuBarTest(needs) {
+        [menu.get() setDelegate:listener.get()];
+    }
 
     void addItem(NSString* title, NSString* key, SEL action) {
         const auto item = NSRef<NSMenuItem>::adopt([[NSMenuItem alloc] initWithTitle:title
@@ -59,7 +61,7 @@ protected:
     }
 
     bool isAnswered(const Key& key) {
-        NSEvent* const event = [NSEvent keyEventWithType:NSKeyDown
+        NSEvent* const event = [NSEvent keyEventWithType:NSEventTypeKeyDown
                                                 location:NSZeroPoint
                                            modifierFlags:key.modifiers
                                                timestamp:0
@@ -79,7 +81,12 @@ protected:
     NSRef<StatusMenu> menu = NSRef<StatusMenu>::adopt([[StatusMenu alloc] init]);
 };
 
-TEST_F(StatusMenuTest, command_q_sends_the_quit_items_action_on_every_keyboard) {
+class StatusMenuAction : public StatusMenuTest {
+protected:
+    StatusMenuAction() : StatusMenuTest(Needs::Application) {}
+};
+
+TEST_F(StatusMenuAction, command_q_sends_the_quit_items_action_on_every_keyboard) {
     const Key keys[] = {
         {@"q", @"q", command},
         {@"Q", @"Q", command | NSEventModifierFlagCapsLock},
@@ -115,7 +122,7 @@ TEST_F(StatusMenuTest, a_menu_that_was_never_opened_answers_nothing) {
     EXPECT_EQ(told(), Lines{});
 }
 
-TEST_F(StatusMenuTest, tracking_is_cancelled_before_the_action) {
+TEST_F(StatusMenuAction, tracking_is_cancelled_before_the_action) {
     addItems();
     static Lines* order = nullptr;
     order = &listener.get()->told;

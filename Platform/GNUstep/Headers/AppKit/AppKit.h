@@ -17,6 +17,7 @@ extern "C" void NSBeep(void);
 #define NSEventModifierFlagControl NSControlKeyMask
 #define NSEventModifierFlagOption NSAlternateKeyMask
 #define NSEventModifierFlagShift NSShiftKeyMask
+#define NSEventTypeKeyDown NSKeyDown
 #define NSLineCapStyleButt NSButtLineCapStyle
 #define NSLineCapStyleRound NSRoundLineCapStyle
 #define NSLineCapStyleSquare NSSquareLineCapStyle

@@ -39,6 +39,7 @@ CF_EXTERN_C_BEGIN
 typedef unsigned char UInt8;
 typedef unsigned short UInt16;
 typedef unsigned int UInt32; // not long: the SDK switches to int for 64 bits
+typedef signed int OSStatus;
 typedef signed int SInt32;
 typedef unsigned char Boolean;
 typedef unsigned short UniChar; // a UTF-16 unit

@@ -1,9 +1,10 @@
-// The AppKit declarations that the program uses, for compiling it for macOS without the SDK.
+// The AppKit declarations that the program and its tests use, for compiling them without the SDK.
 #pragma once
 
 #include <AppKit/NSAlert.h>
 #include <AppKit/NSApplication.h>
 #include <AppKit/NSBezierPath.h>
+#include <AppKit/NSBitmapImageRep.h>
 #include <AppKit/NSButton.h>
 #include <AppKit/NSClickGestureRecognizer.h>
 #include <AppKit/NSColor.h>
@@ -12,7 +13,9 @@
 #include <AppKit/NSFont.h>
 #include <AppKit/NSGestureRecognizer.h>
 #include <AppKit/NSGraphics.h>
+#include <AppKit/NSGraphicsContext.h>
 #include <AppKit/NSImage.h>
+#include <AppKit/NSImageRep.h>
 #include <AppKit/NSImageView.h>
 #include <AppKit/NSLayoutAnchor.h>
 #include <AppKit/NSLayoutConstraint.h>

@@ -17,6 +17,7 @@ typedef NSInteger NSModalResponse;
 @property (copy) NSString* messageText;
 @property (copy) NSString* informativeText;
 @property NSAlertStyle alertStyle;
+@property (readonly, copy) NSArray<NSButton*>* buttons;
 - (NSButton*)addButtonWithTitle:(NSString*)title;
 - (NSModalResponse)runModal;
 @property (readonly, strong) NSWindow* window;

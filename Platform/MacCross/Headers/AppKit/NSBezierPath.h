@@ -10,6 +10,13 @@ NS_ENUM(NSUInteger, NSLineCapStyle){
     NSLineCapStyleSquare = 2,
 };
 
+NS_ENUM(NSUInteger, NSBezierPathElement){
+    NSBezierPathElementMoveTo = 0,
+    NSBezierPathElementLineTo = 1,
+    NSBezierPathElementCurveTo = 2,
+    NSBezierPathElementClosePath = 3,
+};
+
 @interface NSBezierPath : NSObject
 + (NSBezierPath*)bezierPath;
 + (NSBezierPath*)bezierPathWithRoundedRect:(NSRect)rect
@@ -22,6 +29,10 @@ NS_ENUM(NSUInteger, NSLineCapStyle){
 @property NSLineCapStyle lineCapStyle;
 - (void)stroke;
 - (void)fill;
+@property (readonly) NSInteger elementCount;
+// A curve has three points.
+- (NSBezierPathElement)elementAtIndex:(NSInteger)index
+                     associatedPoints:(nullable NSPointArray)points;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -25,6 +25,7 @@ NS_ENUM(NSUInteger, NSLineBreakMode){
 - (nullable instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;
 @property (nullable, weak) id target;
 @property (nullable) SEL action;
+- (BOOL)sendAction:(nullable SEL)action to:(nullable id)target;
 @property (getter=isEnabled) BOOL enabled;
 @property NSControlSize controlSize API_AVAILABLE(macos(10.10));
 @property (copy) NSString* stringValue;

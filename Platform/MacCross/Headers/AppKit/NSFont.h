@@ -15,6 +15,7 @@ APPKIT_EXTERN const NSFontWeight NSFontWeightSemibold API_AVAILABLE(macos(10.11)
 + (NSFont*)systemFontOfSize:(CGFloat)size;
 + (NSFont*)systemFontOfSize:(CGFloat)size weight:(NSFontWeight)weight API_AVAILABLE(macos(10.11));
 + (NSFont*)menuBarFontOfSize:(CGFloat)size;
+@property (readonly) CGFloat pointSize;
 @end
 
 NS_ASSUME_NONNULL_END

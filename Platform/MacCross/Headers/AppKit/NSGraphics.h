@@ -4,4 +4,7 @@
 
 #define APPKIT_EXTERN FOUNDATION_EXPORT
 
+typedef NSString* NSColorSpaceName;
+APPKIT_EXTERN NSColorSpaceName _Nonnull const NSCalibratedRGBColorSpace;
+
 APPKIT_EXTERN void NSBeep(void);

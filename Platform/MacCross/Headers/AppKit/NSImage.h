@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Foundation/Foundation.h>
+#include <AppKit/NSImageRep.h>
 
 NS_ASSUME_NONNULL_BEGIN
 
@@ -18,6 +18,7 @@ NS_ENUM(NSUInteger, NSImageScaling){
                           accessibilityDescription:(nullable NSString*)description
     API_AVAILABLE(macos(11.0));
 @property NSSize size;
+@property (readonly, copy) NSArray<NSImageRep*>* representations;
 // No property: its name is a keyword of C++.
 - (BOOL)isTemplate;
 - (void)setTemplate:(BOOL)isTemplate;

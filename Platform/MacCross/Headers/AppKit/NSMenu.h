@@ -21,6 +21,9 @@ NS_ASSUME_NONNULL_BEGIN
 - (void)addItem:(NSMenuItem*)item;
 - (void)removeAllItems API_AVAILABLE(macos(10.6));
 @property (copy) NSArray<NSMenuItem*>* itemArray;
+@property (readonly) NSInteger numberOfItems;
+- (nullable NSMenuItem*)itemAtIndex:(NSInteger)index;
+@property (readonly) NSSize size API_AVAILABLE(macos(10.6));
 - (BOOL)performKeyEquivalent:(NSEvent*)event;
 - (void)cancelTracking API_AVAILABLE(macos(10.5));
 - (void)cancelTrackingWithoutAnimation API_AVAILABLE(macos(10.6));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Foundation/Foundation.h>
+#include <AppKit/NSEvent.h>
 
 @class NSView;
 
@@ -12,8 +12,10 @@ NS_ASSUME_NONNULL_BEGIN
                        action:(nullable SEL)action
                 keyEquivalent:(NSString*)keyEquivalent NS_DESIGNATED_INITIALIZER;
 - (instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;
+@property (getter=isSeparatorItem, readonly) BOOL separatorItem;
 @property (copy) NSString* title;
 @property (copy) NSString* keyEquivalent; // with Command unless a mask is set
+@property NSEventModifierFlags keyEquivalentModifierMask;
 @property (nullable, weak) id target;
 @property (nullable) SEL action;
 @property (getter=isEnabled) BOOL enabled;

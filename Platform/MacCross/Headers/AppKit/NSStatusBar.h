@@ -13,6 +13,7 @@ API_AVAILABLE(macos(10.10))
 @end
 
 @interface NSStatusItem : NSObject
+@property CGFloat length;
 @property (nullable, readonly, strong) NSStatusBarButton* button API_AVAILABLE(macos(10.10));
 @property (nullable, strong) NSMenu* menu;
 @end

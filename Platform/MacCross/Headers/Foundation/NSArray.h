@@ -8,6 +8,9 @@ NS_ASSUME_NONNULL_BEGIN
 @property (readonly) NSUInteger count;
 - (ObjectType)objectAtIndex:(NSUInteger)index;
 + (instancetype)array;
+// What @[ … ] stands for.
++ (instancetype)arrayWithObjects:(const ObjectType _Nonnull[_Nullable])objects
+                           count:(NSUInteger)count;
 // The list ends with nil.
 + (instancetype)arrayWithObjects:(ObjectType)firstObject, ... __attribute__((sentinel(0, 1)));
 @end

@@ -4,6 +4,8 @@
 
 @class NSString;
 
+typedef double NSTimeInterval; // seconds
+
 NS_ASSUME_NONNULL_BEGIN
 
 @interface NSDate : NSObject

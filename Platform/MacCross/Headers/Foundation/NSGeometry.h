@@ -24,10 +24,14 @@ struct CGRect {
 typedef struct CGRect CGRect;
 
 typedef CGPoint NSPoint;
+typedef NSPoint* NSPointArray;
 typedef CGSize NSSize;
 typedef CGRect NSRect;
 
+FOUNDATION_EXPORT const NSPoint NSZeroPoint;
 FOUNDATION_EXPORT const NSRect NSZeroRect;
+
+FOUNDATION_EXPORT BOOL NSEqualSizes(NSSize one, NSSize other);
 
 static inline NSPoint NSMakePoint(CGFloat x, CGFloat y) {
     const NSPoint result = {x, y};
@@ -42,4 +46,28 @@ static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
 static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height) {
     const NSRect result = {{x, y}, {width, height}};
     return result;
+}
+
+static inline CGFloat NSMinX(NSRect rect) {
+    return rect.origin.x;
+}
+
+static inline CGFloat NSMinY(NSRect rect) {
+    return rect.origin.y;
+}
+
+static inline CGFloat NSWidth(NSRect rect) {
+    return rect.size.width;
+}
+
+static inline CGFloat NSHeight(NSRect rect) {
+    return rect.size.height;
+}
+
+static inline CGFloat NSMaxX(NSRect rect) {
+    return rect.origin.x + rect.size.width;
+}
+
+static inline CGFloat NSMidY(NSRect rect) {
+    return rect.origin.y + rect.size.height * 0.5;
 }

@@ -6,6 +6,14 @@
 #include <objc/objc.h>
 
 #define NS_ENUM(type, name) CF_ENUM(type, name)
+// Flags, which are or-ed: in C++ their type is the integer, as enumerations do not mix there.
+#ifdef __cplusplus
+#define NS_OPTIONS(type, name)                                                                     \
+    typedef type name;                                                                             \
+    enum : type
+#else
+#define NS_OPTIONS(type, name) CF_ENUM(type, name)
+#endif
 
 #define NS_ASSUME_NONNULL_BEGIN _Pragma("clang assume_nonnull begin")
 #define NS_ASSUME_NONNULL_END _Pragma("clang assume_nonnull end")

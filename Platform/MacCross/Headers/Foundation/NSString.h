@@ -7,6 +7,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
+typedef unsigned short unichar;
 typedef NSUInteger NSStringEncoding;
 enum : NSStringEncoding {
     NSUTF8StringEncoding = 4, // not CoreFoundation's number for it
@@ -25,12 +26,18 @@ enum : NSStringEncoding {
 - (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding;
 @property (readonly, copy) NSString* lowercaseString;
 @property (readonly) double doubleValue;
+- (unichar)characterAtIndex:(NSUInteger)index;
 - (BOOL)isEqualToString:(NSString*)other;
 - (NSComparisonResult)localizedCompare:(NSString*)other;
 - (NSString*)stringByAppendingString:(NSString*)other;
 - (NSString*)substringToIndex:(NSUInteger)end;
 - (NSRange)rangeOfCharacterFromSet:(NSCharacterSet*)set;
 - (NSRange)rangeOfComposedCharacterSequenceAtIndex:(NSUInteger)index;
+@end
+
+@interface NSMutableString : NSString
++ (instancetype)string;
+- (void)appendString:(NSString*)text;
 @end
 
 @interface NSCharacterSet : NSObject

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <Foundation/Foundation.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+@interface NSImageRep : NSObject
+// Into the current graphics context.
+- (BOOL)draw;
+@end
+
+NS_ASSUME_NONNULL_END

@@ -222,8 +222,11 @@ def replace_by_link(name):
     return apply
 
 
-LINKEDIT = 32 + 152  # in a program of one part
 UNSIGNED, SIGNED = tiny_slice(), OLD_SIGNATURE
+# Where the load commands of a program of one part lie.
+TEXT, LINKEDIT = 32, UNSIGNED.index(b"__LINKEDIT") - 8
+SYMBOLS = LINKEDIT + 72
+SIGNATURE = SYMBOLS + 24
 INFO, PROGRAM = "Contents/Info.plist", "Contents/MacOS/Veilpane"
 
 BAD_INPUT = {
@@ -253,20 +256,20 @@ BAD_INPUT = {
     "a part that is cut off": (put_program(UNSIGNED[:-1]), "cut off"),
     "a header that is cut off": (put_program(UNSIGNED[:30]), "cut off"),
     "load commands that are cut off": (put_program(UNSIGNED[:200]), "cut off"),
-    "an endless load command": (put_program(patched(UNSIGNED, 36, "<I", 0)), "cut off"),
-    "more sections than load command": (put_program(patched(UNSIGNED, 96, "<I", 2)), "cut off"),
-    "load commands of another size": (put_program(patched(UNSIGNED, 20, "<I", 320)), "another size"),
+    "an endless load command": (put_program(patched(UNSIGNED, TEXT + 4, "<I", 0)), "cut off"),
+    "more sections than load command": (put_program(patched(UNSIGNED, TEXT + 64, "<I", 3)), "cut off"),
+    "load commands of another size": (put_program(patched(UNSIGNED, 20, "<I", SIGNATURE)), "another size"),
     "no __LINKEDIT": (put_program(patched(UNSIGNED, LINKEDIT + 8, "<8s", b"__OTHER_")), "__LINKEDIT"),
     "something behind __LINKEDIT": (put_program(UNSIGNED + b"more"), "end with its __LINKEDIT"),
     "__LINKEDIT below the code": (put_program(patched(UNSIGNED, LINKEDIT + 24, "<Q", 0)),
                                   "behind its __LINKEDIT"),
     "__LINKEDIT over the header": (put_program(patched(UNSIGNED, LINKEDIT + 40, "<QQ", 0,
                                                        len(UNSIGNED))), "end with its __LINKEDIT"),
-    "no room for a load command": (put_program(tiny_slice(room=15)), "no room"),
-    "something in that room": (put_program(patched(UNSIGNED, 32 + 248, "<I", 1)), "no room"),
-    "a signature amid the program": (put_program(patched(SIGNED, 32 + 248 + 8, "<I", TEXT_SIZE)),
+    "no room for a load command": (put_program(tiny_slice(room=15, mark=bytes(16))), "no room"),
+    "something in that room": (put_program(patched(UNSIGNED, SIGNATURE, "<I", 1)), "no room"),
+    "a signature amid the program": (put_program(patched(SIGNED, SIGNATURE + 8, "<I", TEXT_SIZE)),
                                      "not at its end"),
-    "two signatures": (put_program(patched(SIGNED, 32 + 224, "<II", 0x1D, 24)), "not as linkers"),
+    "two signatures": (put_program(patched(SIGNED, SYMBOLS, "<II", 0x1D, 24)), "not as linkers"),
     "an empty universal program": (put_program(universal()), "no processor"),
     "a universal program of thousands": (put_program(b"\xca\xfe\xba\xbe\0\0\xff\xff"), "cut off"),
     "a file beside Contents": (write("notes.txt"), "'notes.txt' may not lie beside Contents"),
@@ -295,15 +298,16 @@ BAD_INPUT = {
 
 class BadInput(WithABundle):
     def test_it_is_one_line_and_nothing_is_written(self):
-        for name, (change, words) in BAD_INPUT.items():
+        for number, (name, (change, words)) in enumerate(BAD_INPUT.items()):
             with self.subTest(name):
-                bundle = self.make(folder=name.replace("/", " "))
+                bundle = self.make(folder=str(number))
                 change(bundle)
                 before = snapshot(bundle.parent)
                 status, printed = self.seal(bundle)
                 self.assertEqual((status, printed.count("\n")), (1, 1), printed)
-                self.assertTrue(printed.startswith(f"seal_bundle.py: {bundle}: "), printed)
-                self.assertIn(words, printed)
+                start, _, complaint = printed.partition(f"{bundle}: ")
+                self.assertEqual(start, "seal_bundle.py: ")
+                self.assertIn(words, complaint)
                 self.assertEqual(snapshot(bundle.parent), before)
 
     def test_a_program_cut_off_anywhere_is_refused(self):

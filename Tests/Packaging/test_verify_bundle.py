@@ -140,11 +140,10 @@ def replace_by_copy(path):
     path.symlink_to(copy.name)
 
 
-def drop_from_list(bundle):
-    with open(bundle / LIST, "rb") as stream:
-        seal = plistlib.load(stream)
-    del seal["files2"]["Resources/bin/veilpane"]
-    (bundle / LIST).write_bytes(plistlib.dumps(seal))
+def change_properties(bundle, name, change):
+    properties = plistlib.loads((bundle / name).read_bytes())
+    change(properties)
+    (bundle / name).write_bytes(plistlib.dumps(properties))
 
 
 # What a change is called: the change of a bundle, and words of the complaint.
@@ -174,9 +173,9 @@ IN_BUNDLE = {
     "another PkgInfo": (lambda b: flip(b / "Contents/PkgInfo", 0), "PkgInfo is not"),
     "a program of another name": (lambda b: (b / PROGRAM).rename((b / PROGRAM).with_name("veil")),
                                   "No such file"),
-    "a link as the program": (lambda b: replace_by_copy(b / PROGRAM), "Veilpane is a link"),
-    "a link as Info.plist": (lambda b: replace_by_copy(b / INFO), "Info.plist is a link"),
-    "a link as the list": (lambda b: replace_by_copy(b / LIST), "CodeResources is a link"),
+    "a link as the program": (lambda b: replace_by_copy(b / PROGRAM), "Veilpane may not be a link"),
+    "a link as Info.plist": (lambda b: replace_by_copy(b / INFO), "Info.plist may not be a link"),
+    "a link as the list": (lambda b: replace_by_copy(b / LIST), "CodeResources may not be a link"),
     "a link as the resources": (lambda b: replace_by_copy(b / "Contents/Resources"),
                                 "Resources is no folder"),
     "a program that may not be executed": (lambda b: (b / PROGRAM).chmod(0o644), "executed"),
@@ -184,7 +183,13 @@ IN_BUNDLE = {
     "a script that may not be executed": (lambda b: (b / RESOURCES / "bin/veilpane-login").chmod(0o644),
                                           "executed"),
     "a file that may not be read": (lambda b: (b / RESOURCES / "LICENSE").chmod(0o600), "read"),
-    "an entry less": (drop_from_list, "bin/veilpane is not in files2"),
+    "an entry less": (lambda b: change_properties(
+        b, LIST, lambda seal: seal["files2"].pop("Resources/bin/veilpane")),
+        "bin/veilpane is not in files2"),
+    "a part of the list more": (lambda b: change_properties(
+        b, LIST, lambda seal: seal.update(files3={})), "CodeResources holds"),
+    "another kind of bundle": (lambda b: change_properties(
+        b, INFO, lambda info: info.update(CFBundlePackageType="FMWK")), "Info.plist is not that of"),
     "a list in another form": (lambda b: (b / LIST).write_bytes(plistlib.dumps(
         plistlib.loads((b / LIST).read_bytes()), fmt=plistlib.FMT_BINARY)), "cannot be read on"),
     "a longer program": (lambda b: (b / PROGRAM).write_bytes((b / PROGRAM).read_bytes() + b"\0"),

@@ -20,6 +20,7 @@ def segment(name, address, memory, place, size, *sections):
 
 
 def section(name, place, size):
+    """One at place 0 is made of zeros and not in the file."""
     return struct.pack("<16s16s2QI28x", name, b"__TEXT", ADDRESS + place, size, place)
 
 
@@ -27,7 +28,7 @@ def commands(linkedit, signature, code):
     """The load commands for a __LINKEDIT of these bytes, the last of which are the signature."""
     symbols = struct.pack("<6I", 0x02, 24, TEXT_SIZE, 1, TEXT_SIZE + 16, 40)
     found = [segment(b"__TEXT", ADDRESS, TEXT_SIZE, 0, TEXT_SIZE,
-                     section(b"__text", code, TEXT_SIZE - code)),
+                     section(b"__text", code, TEXT_SIZE - code), section(b"__zeros", 0, 16)),
              segment(b"__LINKEDIT", ADDRESS + TEXT_SIZE, 0x4000, TEXT_SIZE, len(linkedit)), symbols]
     if signature:
         found.append(struct.pack("<4I", 0x1D, 16, TEXT_SIZE + len(linkedit) - len(signature),

@@ -132,7 +132,7 @@ def about_file(contents, path):
 def about_place(contents, path, program):
     if path in ("Info.plist", "PkgInfo", program, "_CodeSignature/CodeResources"):
         if (contents / path).is_symlink():
-            yield f"{path} is a link"
+            yield f"{path} may not be a link"
     elif not path.startswith("Resources/"):
         yield f"{path} lies where nothing but signed code may"
 

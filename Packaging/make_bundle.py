@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Makes Veilpane.app: make_bundle.py PROGRAM VERSION OLDEST_SYSTEM FOLDER
 
-The program is copied byte for byte, as its signature covers every byte of it.
+The program is copied byte for byte. Sealing the bundle is for seal_bundle.py, last of all.
 """
 
 import os

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Makes the Homebrew cask of a zip: make_cask.py FILE.zip VERSION FILE.rb
 
-The zip is called Veilpane-VERSION.zip, with a mark before the ending if builds differ. The cask's URL
-ends in the same name, as the hash is that of no other file.
+The zip is called Veilpane-VERSION.zip. The cask's URL ends in the same name, and its hash is the zip's.
 """
 
 import hashlib
@@ -12,17 +11,16 @@ import sys
 TEMPLATE = pathlib.Path(__file__).resolve().parent / "Homebrew" / "veilpane.rb.in"
 
 
-def build_mark(archive, version):
-    name = pathlib.Path(archive).name
-    start = f"Veilpane-{version}"
-    if not (name.startswith(start) and name.endswith(".zip")):
-        raise ValueError(f"{name} is not called {start}.zip or {start}-MARK.zip")
-    return name[len(start):-len(".zip")]
+def check_name(archive, version):
+    name, expected = pathlib.Path(archive).name, f"Veilpane-{version}.zip"
+    if name != expected:
+        raise ValueError(f"{name} is not called {expected}")
 
 
 def make_cask(archive, version, file):
-    values = {"@VERSION@": version, "@BUILD@": build_mark(archive, version)}
-    values["@SHA256@"] = hashlib.sha256(pathlib.Path(archive).read_bytes()).hexdigest()
+    check_name(archive, version)
+    values = {"@VERSION@": version,
+              "@SHA256@": hashlib.sha256(pathlib.Path(archive).read_bytes()).hexdigest()}
     text = TEMPLATE.read_text(encoding="utf-8")
     for name, value in values.items():
         text = text.replace(name, value)

@@ -13,7 +13,7 @@ case "${1:-}" in
 --pictures) debian_packages="$debian_packages imagemagick xdotool" ;;
 --tests)
     debian_packages="$debian_packages clang-format-19 clang-tidy-19 fish llvm-19 mandoc python3 ruby
-shellcheck zsh"
+shellcheck unzip zsh"
     # The cross compiler comes through npm; another npm than Debian's will do.
     command -v npm >/dev/null 2>&1 || debian_packages="$debian_packages npm"
     ;;

@@ -1,9 +1,8 @@
 #!/bin/sh
 # Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: package.sh
 #
-# On a Mac from the native build, and sealed; elsewhere from the cross-compiled program, which is
-# signed ad hoc by its linker, while the bundle around it is not sealed. The two are different files, so
-# the zip of a cross build says in its name that it is one, and its cask names that zip.
+# On a Mac from the native build, elsewhere from the cross-compiled program; both are universal, and
+# sealed alike. On a Mac VEILPANE_SIGNING_IDENTITY names a certificate to sign with instead of ad hoc.
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -11,14 +10,15 @@ case "$(uname)" in
 Darwin)
     sh Scripts/bootstrap.sh
     preset=macos
-    mark=
     ;;
 *)
+    [ -z "${VEILPANE_SIGNING_IDENTITY:-}" ] || {
+        echo "package.sh: VEILPANE_SIGNING_IDENTITY needs codesign, which only a Mac has" >&2
+        exit 1
+    }
     sh Scripts/bootstrap.sh --tests
     sh Scripts/fetch-tools.sh
     preset=macos-cross
-    mark=-cross
-    echo "The bundle is not sealed: that needs codesign on a Mac. Its program is signed ad hoc."
     ;;
 esac
 sh Scripts/build.sh "$preset"
@@ -27,11 +27,43 @@ bundle=build/$preset/Veilpane.app
 version=$(sed -n 's/^project(Veilpane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 seconds=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
 
-archive=build/package/Veilpane-$version$mark.zip
+archive=build/package/Veilpane-$version.zip
 cask=build/package/veilpane.rb
+work=build/package.new
 
-mkdir -p build/package
-python3 Packaging/make_zip.py "$bundle" "$archive" "$seconds"
-python3 Packaging/make_cask.py "$archive" "$version" "$cask"
+verify() { # BUNDLE|ZIP
+    python3 Tests/Packaging/verify_bundle.py "$1" >&2 || {
+        echo "package.sh: the seal of $1 is broken; nothing is packed" >&2
+        exit 1
+    }
+}
+
+verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac can judge
+    judged=$1
+    case "$1" in
+    *.zip)
+        ditto -x -k "$1" "$work/unpacked"
+        judged=$work/unpacked/Veilpane.app
+        ;;
+    esac
+    codesign --verify --strict "$judged" || {
+        echo "package.sh: codesign refuses $1; nothing is packed" >&2
+        exit 1
+    }
+}
+
+[ -z "${VEILPANE_SIGNING_IDENTITY:-}" ] && check=verify || check=verify_certified
+
+# A zip and its cask take the place of older ones only when what a Mac will unpack is sealed.
+rm -rf "$work"
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$work" build/package
+new=$work/$(basename "$archive")
+"$check" "$bundle"
+python3 Packaging/make_zip.py "$bundle" "$new" "$seconds"
+"$check" "$new"
+python3 Packaging/make_cask.py "$new" "$version" "$work/veilpane.rb"
+mv "$new" "$archive"
+mv "$work/veilpane.rb" "$cask"
 echo "$archive"
 echo "$cask"

@@ -50,10 +50,9 @@ def complaints_about_slice(part):
                   and name != "___dso_handle"]
     if surprising:
         yield f"exports {', '.join(surprising)}"
-    if part.architecture in expectations.SIGNED_ARCHITECTURES:
-        fault = part.signature_fault()
-        if fault:
-            yield fault
+    fault = part.signature_fault()
+    if fault:
+        yield fault
     yield from complaints_about_imports(part)
     yield from complaints_about_contents(part)
 

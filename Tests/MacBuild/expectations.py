@@ -77,14 +77,13 @@ EXPORTS = {
 # another release, must not be met beside it.
 FORBIDDEN_OF_SYSTEM = ("__Z", "___cxa_throw", "___cxa_begin_catch", "___gxx")
 
-# The kernel runs no unsigned code for Apple silicon; it does for Intel.
-SIGNED_ARCHITECTURES = ["arm64"]
-
 CLASSES = ["AppDelegate", "MenuLabelRowView", "PowerSwitchRowView", "StatusMenu"]
 
 SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:",
              "applicationSupportsSecureRestorableState:", "menuNeedsUpdate:", "performKeyEquivalent:",
-             "cancelTrackingWithoutAnimation", "switchChanged:", "quit", "initWithCoder:"]
+             "cancelTrackingWithoutAnimation", "cancelTracking",
+             "menuHasKeyEquivalent:forEvent:target:action:",
+             "setPreventsApplicationTerminationWhenModal:", "switchChanged:", "quit", "initWithCoder:"]
 
 SKYLIGHT = "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight"
 

@@ -69,28 +69,51 @@ class Slice:
         return set(self.header.split("\n", 4)[3].split()[7:])
 
     def strings(self):
-        """Texts in the file, but for what only looks like text among the instructions."""
+        """Texts in the file, but for what only looks like text among instructions and hashes."""
         code = re.search(r"sectname __text\n.*?size 0x(\w+)\n\s+offset (\d+)", self.header,
                          re.DOTALL)
-        size, start = int(code.group(1), 16), int(code.group(2))
-        data = self.bytes[:start] + bytes(size) + self.bytes[start + size:]
+        data = self.bytes
+        for start, size in [(int(code.group(2)), int(code.group(1), 16)), *self._hashes()]:
+            data = data[:start] + bytes(size) + data[start + size:]
         return [text.decode("utf-8", "replace")
                 for text in re.findall(rb"[\x20-\x7e\x80-\xff]{4,}", data)]
 
-    def signature_fault(self):
-        """None if the ad-hoc signature fits every page of the file, or what is wrong with it."""
+    def _signature(self):
+        """Where the signature starts; None if there is none."""
         commands = self.load_commands("LC_CODE_SIGNATURE")
-        if not commands:
-            return "no code signature"
-        offset = int(re.search(r"dataoff (\d+)", commands[0]).group(1))
-        magic, _, count = struct.unpack_from(">III", self.bytes, offset)
-        if magic != 0xFADE0CC0:
-            return "no signature where the load command says"
+        return int(re.search(r"dataoff (\d+)", commands[0]).group(1)) if commands else None
+
+    def _code_directory(self):
+        """Where the code directory of the signature starts; None if there is none."""
+        offset = self._signature()
+        if offset is None:
+            return None
+        count, = struct.unpack_from(">I", self.bytes, offset + 8)
         for index in range(count):
             kind, place = struct.unpack_from(">II", self.bytes, offset + 12 + 8 * index)
             if kind == 0:
-                return self._code_directory_fault(offset + place)
-        return "the signature has no code directory"
+                return offset + place
+        return None
+
+    def _hashes(self):
+        """Where the code directory's hashes lie, and their size; nothing if there are none."""
+        start = self._code_directory()
+        if start is not None:
+            hash_offset, _, special, pages = struct.unpack_from(">IIII", self.bytes, start + 16)
+            size = self.bytes[start + 36]
+            yield start + hash_offset - special * size, (special + pages) * size
+
+    def signature_fault(self):
+        """None if the ad-hoc signature fits every page of the file, or what is wrong with it."""
+        offset = self._signature()
+        if offset is None:
+            return "no code signature"
+        if struct.unpack_from(">I", self.bytes, offset)[0] != 0xFADE0CC0:
+            return "no signature where the load command says"
+        directory = self._code_directory()
+        if directory is None:
+            return "the signature has no code directory"
+        return self._code_directory_fault(directory)
 
     def _code_directory_fault(self, start):
         fields = struct.unpack_from(">IIIIIIIII4B", self.bytes, start)
@@ -100,6 +123,8 @@ class Slice:
             return "the code directory does not use SHA-256"
         if not flags & 0x2:
             return "the signature is not ad hoc"
+        if slots != -(-limit // page_size):
+            return "the code directory does not reach over all pages"
         for page in range(slots):
             first = page * page_size
             expected = self.bytes[start + hash_offset + page * hash_size:][:hash_size]

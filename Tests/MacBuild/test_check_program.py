@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""The checks of a program find what is wrong with it: test_check_program.py PROGRAM."""
+"""The checks of a program find what is wrong with it: test_check_program.py PROGRAM LINKED
+
+LINKED is the program as it was before it was signed for both architectures."""
 
 import struct
 import subprocess
@@ -12,7 +14,7 @@ import expectations
 
 
 class CheckOfAWrongProgram(unittest.TestCase):
-    program = None
+    program = linked = None
 
     def setUp(self):
         self.directory = tempfile.TemporaryDirectory()
@@ -50,6 +52,17 @@ class CheckOfAWrongProgram(unittest.TestCase):
         self.assert_complaint(self.copy_with(b"Veilpane.log", b"Veilpane.lug"),
                               "was changed after it was signed")
 
+    def test_a_part_that_is_not_signed_is_found(self):
+        self.assert_complaint(self.linked, "x86_64: no code signature")
+
+    def test_a_page_without_a_hash_is_found(self):
+        with open(self.program, "rb") as stream:
+            data = bytearray(stream.read())
+        directory = data.index(bytes.fromhex("fade0c02"))
+        pages, = struct.unpack_from(">I", data, directory + 28)
+        struct.pack_into(">I", data, directory + 28, pages - 1)
+        self.assert_complaint(self.write(data), "does not reach over all pages")
+
     def test_another_library_is_found(self):
         program = self.copy_with(b"IOKit.framework/Versions/A/IOKit",
                                  b"IOKit.framework/Versions/B/IOKit")
@@ -63,6 +76,18 @@ class CheckOfAWrongProgram(unittest.TestCase):
         old = expectations.SKYLIGHT.encode()
         new = b"/home/builder/veilpane/Sources/".ljust(len(old), b"x")
         self.assert_complaint(self.copy_with(old, new), "holds the path /home/builder")
+
+    def test_nothing_but_hashes_is_passed_over_in_a_signature(self):
+        with open(self.program, "rb") as stream:
+            data = stream.read()
+        path = b"\n/home/builder/veilpane/\n"
+        hashes = data.index(bytes.fromhex("fade0c02"))
+        hashes += struct.unpack_from(">I", data, hashes + 16)[0]
+        for place, is_found in ((len(data) - len(path), True), (hashes, False)):
+            program = self.write(data[:place] + path + data[place + len(path):])
+            found = list(check_program.complaints(program))
+            self.assertEqual(any("holds the path /home/builder" in complaint for complaint in found),
+                             is_found, found)
 
     def test_a_missing_class_or_selector_is_found(self):
         for name in ("AppDelegate", "menuNeedsUpdate:"):
@@ -80,5 +105,6 @@ class CheckOfAWrongProgram(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    CheckOfAWrongProgram.program = sys.argv.pop()
+    CheckOfAWrongProgram.program, CheckOfAWrongProgram.linked = sys.argv[1:3]
+    del sys.argv[1:]
     unittest.main()

@@ -12,12 +12,17 @@ import subprocess
 import sys
 import unittest
 
-from temporary_home import PACKAGING, InATemporaryHome
+from temporary_home import PACKAGING, InATemporaryHome, write_script
 
 sys.path.insert(0, str(PACKAGING))
 
 import make_cask  # noqa: E402
 import make_zip  # noqa: E402
+
+# Writes down how it was started, a line for each argument.
+LOGGED = """#!/bin/sh
+printf '%s\\n' "$@" >>"$HOME/codesign.log"
+"""
 
 SYSTEM_NAMES = {"13.0": "ventura", "14.0": "sonoma", "15.0": "sequoia"}
 
@@ -68,29 +73,59 @@ class Installation(InATemporaryHome):
         self.install(stage, "/usr/local")
         self.assertFalse(old.exists())
 
-    def test_with_applications_below_the_prefix_the_links_are_relative(self):
-        build = self.home / "build"
-        build.mkdir()
-        # A project of its own, as the build folder's settings are not the test's to change.
-        (build / "CMakeLists.txt").write_text(f"""cmake_minimum_required(VERSION 3.25)
+    def project(self, *settings):
+        """A project of its own, as the build folder's settings are not the test's to change."""
+        folder, given = self.home / "build", "\n".join(settings)
+        folder.mkdir()
+        (folder / "CMakeLists.txt").write_text(f"""cmake_minimum_required(VERSION 3.25)
 project(Veilpane VERSION {self.version} LANGUAGES NONE)
 add_custom_target(Program)
 set(VEILPANE_PROGRAM {self.built}/Contents/MacOS/Veilpane)
 set(VEILPANE_PROGRAM_TARGET Program)
-set(VEILPANE_APPLICATIONS_DIR Applications)
 set(CMAKE_OSX_DEPLOYMENT_TARGET {self.oldest_system})
+{given}
 file(CREATE_LINK {PACKAGING.parent}/LICENSE ${{CMAKE_SOURCE_DIR}}/LICENSE SYMBOLIC)
 add_subdirectory({PACKAGING} Packaging)
 """, encoding="utf-8")
-        for command in (["-G", self.generator, "-S", build, "-B", build / "out"],
-                        ["--build", build / "out"]):
-            run = self.run_command("cmake", *command)
+        return self.run_command("cmake", "-G", self.generator, "-S", folder, "-B", folder / "out")
+
+    def build_project(self, *settings):
+        for run in (self.project(*settings),
+                    self.run_command("cmake", "--build", self.home / "build" / "out")):
             self.assertEqual(run.returncode, 0, run.stderr)
+        return self.home / "build" / "out"
+
+    def test_with_applications_below_the_prefix_the_links_are_relative(self):
+        build = self.build_project("set(VEILPANE_APPLICATIONS_DIR Applications)")
         prefix = self.home / "prefix"
-        self.install("", prefix, build / "out")
+        self.install("", prefix, build)
         for link, name in LINKS.items():
             self.assertEqual((prefix / link).resolve(),
                              prefix / "Applications/Veilpane.app/Contents/Resources" / name)
+
+    def test_a_bundle_is_sealed_alike_on_every_machine(self):
+        for is_mac in ("FALSE", "TRUE"):
+            build = self.build_project(f"set(CMAKE_HOST_APPLE {is_mac})")
+            self.assertEqual(files_below(build / "Veilpane.app"), files_below(self.built))
+            shutil.rmtree(build.parent)
+
+    def test_with_a_certificate_codesign_seals_it(self):
+        write_script(self.home / "bin" / "codesign", LOGGED)
+        # Nothing but the real codesign makes the file that the build waits for.
+        build = self.project("set(CMAKE_HOST_APPLE TRUE)",
+                             'set(VEILPANE_SIGNING_IDENTITY "Developer ID Application: A B (C)")')
+        self.assertEqual(build.returncode, 0, build.stderr)
+        self.run_command("cmake", "--build", self.home / "build" / "out")
+        bundle = self.home / "build" / "out" / "Veilpane.app"
+        self.assertEqual(self.text("codesign.log").splitlines(), [
+            "--force", "--options", "runtime", "--timestamp", "--sign",
+            "Developer ID Application: A B (C)", str(bundle)])
+        self.assertFalse((bundle / "Contents" / "_CodeSignature").exists())
+
+    def test_a_certificate_is_refused_where_there_is_no_codesign(self):
+        run = self.project("set(CMAKE_HOST_APPLE FALSE)", "set(VEILPANE_SIGNING_IDENTITY A)")
+        self.assertNotEqual(run.returncode, 0)
+        self.assertIn("VEILPANE_SIGNING_IDENTITY needs codesign", run.stderr)
 
     @unittest.skipUnless(shutil.which("ruby"), "ruby is not installed")
     def test_the_cask_names_what_is_in_the_zip_and_nothing_else(self):

@@ -11,16 +11,25 @@ import unittest
 import zipfile
 
 from temporary_home import PACKAGING, InATemporaryHome, write_script
+from tiny_program import tiny_program
+from verify_bundle import complaints
+
+sys.path.insert(0, str(PACKAGING))
+
+import make_bundle  # noqa: E402
+import seal_bundle  # noqa: E402
 
 PROJECT = PACKAGING.parent
+TESTS = pathlib.Path(__file__).resolve().parent
 VERSION = re.search(r"^project\(Veilpane VERSION ([0-9.]+)",
                     (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8"), re.MULTILINE)[1]
 
-# Builds nothing but a bundle's program.
+# Takes a bundle whose program only says for which build it stands.
 FAKE_BUILD = """#!/bin/sh
-mkdir -p "build/$1/Veilpane.app/Contents/MacOS"
-echo "$1" >"build/$1/Veilpane.app/Contents/MacOS/Veilpane"
-chmod +x "build/$1/Veilpane.app/Contents/MacOS/Veilpane"
+set -e
+rm -rf "build/$1"
+mkdir -p build
+cp -R "$HOME/built/$1" "build/$1"
 """
 
 # Like macOS's: ditto -x -k ARCHIVE FOLDER.
@@ -35,6 +44,11 @@ for last; do :; done
 [ -f "$last/Contents/MacOS/Veilpane" ]
 """
 
+REFUSING_CODESIGN = """#!/bin/sh
+echo "code object is not signed at all" >&2
+exit 1
+"""
+
 
 class ProjectToPackage(InATemporaryHome):
     """A project of which only the packaging is real."""
@@ -42,46 +56,110 @@ class ProjectToPackage(InATemporaryHome):
     def setUp(self):
         super().setUp()
         self.project = self.home / "project"
-        shutil.copytree(PACKAGING, self.project / "Packaging",
-                        ignore=shutil.ignore_patterns("__pycache__"))
-        shutil.copy(PROJECT / "CMakeLists.txt", self.project)
+        for folder in ("Packaging", "Tests/Packaging"):
+            shutil.copytree(PROJECT / folder, self.project / folder,
+                            ignore=shutil.ignore_patterns("__pycache__"))
+        for file in ("CMakeLists.txt", "LICENSE"):
+            shutil.copy(PROJECT / file, self.project)
         (self.project / "Scripts").mkdir()
         shutil.copy(PROJECT / "Scripts" / "package.sh", self.project / "Scripts")
+        for preset in ("macos", "macos-cross"):
+            self.make_sealed_bundle(self.home / "built" / preset, f"made by {preset}")
         for script in ("bootstrap.sh", "fetch-tools.sh"):
             write_script(self.project / "Scripts" / script, "#!/bin/sh\n")
         write_script(self.project / "Scripts" / "build.sh", FAKE_BUILD)
         self.environment["SOURCE_DATE_EPOCH"] = "1700000000"
+        self.environment.pop("VEILPANE_SIGNING_IDENTITY", None)
+        self.packages = self.project / "build" / "package"
+        self.archive = self.packages / f"Veilpane-{VERSION}.zip"
+
+    @staticmethod
+    def make_sealed_bundle(folder, mark):
+        folder.mkdir(parents=True)
+        (folder / "Veilpane").write_bytes(tiny_program(mark.encode()))
+        seal_bundle.seal(make_bundle.make_bundle(folder / "Veilpane", VERSION, "13.0", folder))
+
+    def run_script(self, system):
+        write_script(self.home / "bin" / "uname", f"#!/bin/sh\necho {system}\n")
+        return self.run_command("sh", self.project / "Scripts" / "package.sh")
 
     def package(self, system):
-        write_script(self.home / "bin" / "uname", f"#!/bin/sh\necho {system}\n")
-        run = self.run_command("sh", self.project / "Scripts" / "package.sh")
+        run = self.run_script(system)
         self.assertEqual((run.returncode, run.stderr), (0, ""))
 
 
 class PackageScript(ProjectToPackage):
     def packed(self):
-        return {path.name for path in (self.project / "build" / "package").iterdir()}
+        return {path.name for path in self.packages.iterdir()} if self.packages.exists() else set()
 
     def cask(self):
-        run = self.run_command("ruby", pathlib.Path(__file__).parent / "record_cask.rb",
-                               self.project / "build" / "package" / "veilpane.rb")
+        run = self.run_command("ruby", TESTS / "record_cask.rb", self.packages / "veilpane.rb")
         self.assertEqual((run.returncode, run.stderr), (0, ""))
         return {name: values for name, *values in map(json.loads, run.stdout.splitlines())}
 
-    def test_a_cross_build_and_a_native_one_have_names_of_their_own(self):
-        for system, name in (("Linux", f"Veilpane-{VERSION}-cross.zip"),
-                             ("Darwin", f"Veilpane-{VERSION}.zip")):
+    def test_the_name_of_the_zip_says_the_version_and_nothing_else(self):
+        for system in ("Linux", "Darwin"):
             self.package(system)
-            self.assertEqual(self.packed(), {name, "veilpane.rb"})
-            shutil.rmtree(self.project / "build" / "package")
+            self.assertEqual(self.packed(), {f"Veilpane-{VERSION}.zip", "veilpane.rb"})
+            shutil.rmtree(self.packages)
 
-    def test_each_has_the_program_of_its_own_build(self):
-        for system, preset, mark in (("Linux", "macos-cross", "-cross"), ("Darwin", "macos", "")):
+    def test_it_has_the_program_of_the_build_for_users_and_is_sealed(self):
+        for system, preset in (("Linux", "macos-cross"), ("Darwin", "macos")):
             self.package(system)
-            with zipfile.ZipFile(self.project / "build/package"
-                                 / f"Veilpane-{VERSION}{mark}.zip") as archive:
-                self.assertEqual(archive.read("Veilpane.app/Contents/MacOS/Veilpane"),
-                                 f"{preset}\n".encode())
+            with zipfile.ZipFile(self.archive) as archive:
+                program = archive.read("Veilpane.app/Contents/MacOS/Veilpane")
+            self.assertEqual(program.count(f"made by {preset}\xc3".encode("latin-1")), 2)
+            self.assertEqual(list(complaints(self.archive)), [])
+
+    def assert_not_packed(self, run, words):
+        self.assertEqual(run.returncode, 1)
+        self.assertIn(words, run.stderr.splitlines()[-1])
+        self.assertEqual(self.packed(), set())
+        self.assertFalse((self.project / "build" / "package.new").exists())
+
+    def test_a_bundle_that_was_changed_after_sealing_is_not_packed(self):
+        changes = ('echo >>"build/$1/Veilpane.app/Contents/Info.plist"',
+                   'chmod a-x "build/$1/Veilpane.app/Contents/MacOS/Veilpane"',
+                   'cp "build/$1/Veilpane" "build/$1/Veilpane.app/Contents/MacOS/"',
+                   'touch "build/$1/Veilpane.app/notes"')
+        for change in changes:
+            with self.subTest(change):
+                write_script(self.project / "Scripts" / "build.sh", FAKE_BUILD + change + "\n")
+                self.assert_not_packed(self.run_script("Linux"), "Veilpane.app is broken")
+
+    def test_a_zip_that_does_not_keep_the_bundle_is_not_packed(self):
+        packer = self.project / "Packaging" / "make_zip.py"
+        text = packer.read_text(encoding="utf-8")
+        for old, new in (("0o755 if", "0o644 if"), ("path.read_bytes()", 'path.read_bytes() + b"x"'),
+                         ("folder.rglob", "(folder / 'Contents').glob")):
+            with self.subTest(new):
+                self.assertIn(old, text)
+                packer.write_text(text.replace(old, new), encoding="utf-8")
+                self.assert_not_packed(self.run_script("Linux"), f"{VERSION}.zip is broken")
+
+    def test_what_was_packed_before_stays_when_nothing_is_packed(self):
+        self.package("Linux")
+        before = self.archive.read_bytes()
+        write_script(self.project / "Scripts" / "build.sh",
+                     FAKE_BUILD + 'touch "build/$1/Veilpane.app/notes"\n')
+        self.assertEqual(self.run_script("Linux").returncode, 1)
+        self.assertEqual(self.archive.read_bytes(), before)
+
+    def test_a_certificate_is_refused_where_there_is_no_codesign(self):
+        self.environment["VEILPANE_SIGNING_IDENTITY"] = "Developer ID"
+        self.assert_not_packed(self.run_script("Linux"), "only a Mac has")
+
+    def test_a_seal_by_a_certificate_is_judged_by_codesign_before_and_after_packing(self):
+        self.environment["VEILPANE_SIGNING_IDENTITY"] = "Developer ID"
+        write_script(self.home / "bin" / "ditto", FAKE_DITTO)
+        write_script(self.home / "bin" / "codesign", FAKE_CODESIGN)
+        self.package("Darwin")
+        bundles = ("build/macos/Veilpane.app", "build/package.new/unpacked/Veilpane.app")
+        self.assertEqual(self.text("codesign.log"),
+                         "".join(f"--verify --strict {bundle}\n" for bundle in bundles))
+        shutil.rmtree(self.packages)
+        write_script(self.home / "bin" / "codesign", REFUSING_CODESIGN)
+        self.assert_not_packed(self.run_script("Darwin"), "codesign refuses build/macos/Veilpane.app")
 
     @unittest.skipUnless(shutil.which("ruby"), "ruby is not installed")
     def test_the_cask_names_the_zip_that_it_has_the_hash_of(self):
@@ -89,29 +167,30 @@ class PackageScript(ProjectToPackage):
             self.package(system)
             cask = self.cask()
             self.assertEqual(cask["version"], [VERSION])
-            file = self.project / "build" / "package" / cask["url"][0].split("/")[-1]
-            self.assertEqual(cask["sha256"], [hashlib.sha256(file.read_bytes()).hexdigest()])
-            shutil.rmtree(self.project / "build" / "package")
+            self.assertEqual(cask["url"][0].split("/")[-1], self.archive.name)
+            self.assertEqual(cask["sha256"], [hashlib.sha256(self.archive.read_bytes()).hexdigest()])
+            shutil.rmtree(self.packages)
 
     def test_no_cask_is_made_of_a_file_of_another_release(self):
-        archive = self.home / "Veilpane-9.9.9.zip"
-        archive.touch()
-        run = self.run_command("python3", PACKAGING / "make_cask.py", archive, VERSION,
-                               self.home / "veilpane.rb")
-        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
-        self.assertIn("Veilpane-9.9.9.zip", run.stderr)
-        self.assertFalse((self.home / "veilpane.rb").exists())
+        for name in ("Veilpane-9.9.9.zip", f"Veilpane-{VERSION}-cross.zip"):
+            archive = self.home / name
+            archive.touch()
+            run = self.run_command("python3", PACKAGING / "make_cask.py", archive, VERSION,
+                                   self.home / "veilpane.rb")
+            self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
+            self.assertIn(name, run.stderr)
+            self.assertFalse((self.home / "veilpane.rb").exists())
 
 
 class Workflow(ProjectToPackage):
-    """The workflow's step on a Mac, run as it stands there."""
+    """The workflow's steps on a Mac, run as they stand there: one for each of the two zips."""
 
-    def step(self, name):
+    def steps(self, name):
         text = (PROJECT / ".github" / "workflows" / "ci.yml").read_text(encoding="utf-8")
-        found = re.search(rf"^      - name: {name}\n        run: \|\n((?:          .*\n)+)", text,
-                          re.MULTILINE)
-        self.assertIsNotNone(found, name)
-        return re.sub("^ {10}", "", found[1], flags=re.MULTILINE)
+        found = re.findall(rf"^      - name: {name}\n        run: \|\n((?:          .*\n)+)", text,
+                           re.MULTILINE)
+        self.assertEqual(len(found), 2, name)
+        return [re.sub("^ {10}", "", step, flags=re.MULTILINE) for step in found]
 
     def setUp(self):
         super().setUp()
@@ -119,18 +198,26 @@ class Workflow(ProjectToPackage):
         write_script(self.home / "bin" / "codesign", FAKE_CODESIGN)
 
     def verify(self):
-        script = f"cd '{self.project}'\n{self.step('Verify the seal')}"
-        return self.run_command("sh", "-e", "-c", script)
+        return [self.run_command("sh", "-e", "-c", f"cd '{self.project}'\n{step}")
+                for step in self.steps("Verify the seal")]
 
     def test_the_seal_is_verified_of_the_bundle_in_the_zip(self):
-        self.package("Darwin")
-        shutil.rmtree(self.project / "build" / "macos")
-        run = self.verify()
-        self.assertEqual((run.returncode, run.stderr), (0, ""))
-        self.assertIn("--verify --strict", self.text("codesign.log"))
+        for system, build in (("Darwin", "macos"), ("Linux", "macos-cross")):
+            self.package(system)
+            shutil.rmtree(self.project / "build" / build)
+            for run in self.verify():
+                self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual(self.text("codesign.log").count("--verify --strict"), 4)
 
-    def test_without_a_zip_the_step_fails(self):
-        self.assertNotEqual(self.verify().returncode, 0)
+    def test_without_a_zip_the_steps_fail(self):
+        for run in self.verify():
+            self.assertNotEqual(run.returncode, 0)
+
+    def test_a_broken_seal_fails_the_steps(self):
+        self.package("Linux")
+        write_script(self.home / "bin" / "codesign", REFUSING_CODESIGN)
+        for run in self.verify():
+            self.assertNotEqual(run.returncode, 0)
 
 
 class Presets(unittest.TestCase):
@@ -146,6 +233,11 @@ class Presets(unittest.TestCase):
     def test_a_native_build_for_users_is_as_universal_as_the_cross_build(self):
         self.assertEqual(self.variables("macos")["CMAKE_OSX_ARCHITECTURES"], "arm64;x86_64")
         self.assertIn("arm64;x86_64", self.variables("macos-cross").values())
+
+    def test_a_certificate_is_taken_from_the_environment_by_builds_for_users_only(self):
+        given = "$env{VEILPANE_SIGNING_IDENTITY}"
+        for preset, value in (("macos", given), ("macos-cross", given), ("macos-tests", None)):
+            self.assertEqual(self.variables(preset)["VEILPANE_SIGNING_IDENTITY"], value)
 
     def test_the_tests_are_built_for_the_machine_that_runs_them(self):
         # The libraries that they are made with are for that machine alone.

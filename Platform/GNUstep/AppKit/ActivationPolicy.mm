@@ -5,6 +5,7 @@
 #include "AppKit/Habits.h"
 #include "AppKit/KeyEquivalents.h"
 #include "AppKit/Launching.h"
+#include "AppKit/Termination.h"
 #include "ObjectiveC/MethodReplacement.h"
 
 #import <AppKit/AppKit.h>
@@ -36,6 +37,7 @@ void refuseActivation() {
         watchXlibsQueue();
         matchKeysAgainstStatusMenus();
         finishLaunchingAsOnAMac();
+        terminateAsOnAMac();
         // Never released: the application is there as long as the process.
         NSApp = [[self alloc] init];
     }

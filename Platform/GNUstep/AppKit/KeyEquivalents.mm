@@ -25,6 +25,26 @@ bool matches(NSMenuItem* item, NSEvent* event) {
            ([event modifierFlags] & modifiers) == ([item keyEquivalentModifierMask] & modifiers);
 }
 
+/// Whether the delegate answers for the menu's keys, and then has done what this one asks for.
+struct DelegateAnswer {
+    bool isGiven = false;
+    bool isChosen = false;
+};
+
+DelegateAnswer askDelegate(NSMenu* menu, NSEvent* event) {
+    id const delegate = [menu delegate];
+    if (![delegate respondsToSelector:@selector(menuHasKeyEquivalent:forEvent:target:action:)]) {
+        return {};
+    }
+    id target = nil;
+    SEL action = nullptr;
+    const bool has = [delegate menuHasKeyEquivalent:menu
+                                           forEvent:event
+                                             target:&target
+                                             action:&action];
+    return {true, has && [NSApp sendAction:action to:target from:menu]};
+}
+
 bool isChosenInStatusMenu(NSEvent* event) {
     for (NSMenu* menu in statusMenus()) {
         if ([menu performKeyEquivalent:event]) {
@@ -54,6 +74,9 @@ void matchKeysAgainstStatusMenus() {
 @implementation NSMenu (KeyEquivalents)
 
 - (BOOL)performKeyEquivalent:(NSEvent*)event {
+    if (const DelegateAnswer answer = askDelegate(self, event); answer.isGiven) {
+        return answer.isChosen;
+    }
     // The delegate may make the items only now.
     updateMenu(self);
     for (NSMenuItem* item in [self itemArray]) {

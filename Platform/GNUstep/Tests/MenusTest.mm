@@ -59,6 +59,39 @@ std::function<void()> looking;
 
 @end
 
+/// Hears that the application is to terminate, and cancels that.
+@interface TerminationWitness : NSObject {
+@public
+    bool* hasBeenAsked;
+}
+@end
+
+@implementation TerminationWitness
+
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)__unused application {
+    *hasBeenAsked = true;
+    return NSTerminateCancel;
+}
+
+@end
+
+/// Answers for the keys of its menu: W is one of them.
+@interface KeyAnswerer : MenuListener
+@end
+
+@implementation KeyAnswerer
+
+- (BOOL)menuHasKeyEquivalent:(NSMenu*)__unused menu
+                    forEvent:(NSEvent*)event
+                      target:(id*)target
+                      action:(SEL*)action {
+    *target = self;
+    *action = @selector(recognize:);
+    return [[event characters] isEqualToString:@"w"];
+}
+
+@end
+
 namespace {
 
 using Heard = std::vector<std::string>;
@@ -176,6 +209,37 @@ TEST_F(Menus, a_command_key_is_matched_against_the_closed_menu_of_a_status_item)
     told.clear();
     [NSApp sendEvent:key(@"w", 0)];
     EXPECT_EQ(told, Heard{});
+}
+
+TEST_F(Menus, a_delegate_that_answers_for_the_keys_is_asked_in_place_of_a_rebuild) {
+    const Retained<KeyAnswerer> answerer([[[KeyAnswerer alloc] init] autorelease]);
+    [menu.get() setDelegate:answerer.get()];
+    EXPECT_TRUE([menu.get() performKeyEquivalent:key(@"w", NSCommandKeyMask)]);
+    EXPECT_FALSE([menu.get() performKeyEquivalent:key(@"n", NSCommandKeyMask)]);
+    EXPECT_EQ(told, Heard{"recognized"});
+}
+
+TEST_F(Menus, a_modal_window_prevents_termination_unless_it_does_not_want_to) {
+    static bool hasBegun = false;
+    const Retained<TerminationWitness> witness([[[TerminationWitness alloc] init] autorelease]);
+    witness.get()->hasBeenAsked = &hasBegun;
+    [NSApp setDelegate:witness.get()];
+    NSWindow* const window = [[[NSWindow alloc] initWithContentRect:NSMakeRect(0, 0, 50, 50)
+                                                          styleMask:NSTitledWindowMask
+                                                            backing:NSBackingStoreBuffered
+                                                              defer:NO] autorelease];
+    [window setReleasedWhenClosed:NO];
+    EXPECT_TRUE([window preventsApplicationTerminationWhenModal]);
+    for (const bool prevents : {true, false}) {
+        hasBegun = false;
+        [window setPreventsApplicationTerminationWhenModal:prevents];
+        const NSModalSession session = [NSApp beginModalSessionForWindow:window];
+        [NSApp terminate:nil];
+        [NSApp endModalSession:session];
+        EXPECT_EQ(hasBegun, !prevents);
+    }
+    [NSApp setDelegate:nil];
+    [window close];
 }
 
 TEST_F(Menus, the_delegate_may_make_the_wanted_item_when_a_key_is_matched) {

@@ -110,10 +110,25 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
                                        height:8]];
 }
 
+// Without it AppKit has the menu rebuilt to look for any key that is pressed together with Command.
+- (BOOL)menuHasKeyEquivalent:(NSMenu*)__unused menu
+                    forEvent:(NSEvent*)event
+                      target:(id*)target
+                      action:(SEL*)action {
+    if (!veilpane::isCommandQ(event)) {
+        return NO;
+    }
+    *target = self;
+    *action = @selector(quit);
+    return YES;
+}
+
 - (void)quit {
     if (NSApp == nil) {
         veilpane::fatalError("there is no application to quit");
     }
+    // The displays are restored and the process ends within this call: no menu may wait for it.
+    [[_statusItem.get() menu] cancelTracking];
     [NSApp terminate:nil];
 }
 

@@ -32,7 +32,11 @@ void showAlert(bool on, CGDirectDisplayID displayID, const PowerResult& result) 
     [alert.get() addButtonWithTitle:@"好"];
     // An accessory application is not in front by itself, and its activation may be refused: a
     // window at the normal level would then open behind those of other applications.
-    [[alert.get() window] setLevel:NSFloatingWindowLevel];
+    NSWindow* const window = [alert.get() window];
+    [window setLevel:NSFloatingWindowLevel];
+    // Otherwise an alert on a display that shows nothing would keep the program, and with it the
+    // user's logout, from ending.
+    [window setPreventsApplicationTerminationWhenModal:NO];
     [NSApp activateIgnoringOtherApps:YES];
     [alert.get() runModal];
 }

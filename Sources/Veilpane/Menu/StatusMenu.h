@@ -2,6 +2,13 @@
 
 #import <AppKit/AppKit.h>
 
+namespace veilpane {
+
+/// Whether the event is the Q key together with Command and no other modifier, on any keyboard.
+bool isCommandQ(NSEvent* event);
+
+} // namespace veilpane
+
 /// The status item's menu, which answers Command-Q itself: AppKit may deliver no key equivalent to
 /// an item with a view.
 @interface StatusMenu : NSMenu

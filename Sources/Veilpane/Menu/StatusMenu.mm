@@ -8,6 +8,8 @@ bool isQ(NSString* text) {
     return [[text lowercaseString] isEqualToString:@"q"];
 }
 
+} // namespace
+
 // On a keyboard whose own letters are not Latin only `characters` is a Latin letter together with
 // Command; on some others it is the other way round.
 bool isCommandQ(NSEvent* event) {
@@ -16,6 +18,8 @@ bool isCommandQ(NSEvent* event) {
     return ([event modifierFlags] & compared) == NSEventModifierFlagCommand &&
            (isQ([event characters]) || isQ([event charactersIgnoringModifiers]));
 }
+
+namespace {
 
 NSMenuItem* quitItemOf(NSMenu* menu) {
     for (NSMenuItem* item in [menu itemArray]) {

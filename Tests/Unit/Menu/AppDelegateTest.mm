@@ -103,6 +103,7 @@ struct ShownAlert {
     Lines buttons;
     bool wasActivatedBefore;
     NSInteger level;
+    bool preventsQuitting;
     Lines before; ///< what the menu was told before
 };
 
@@ -115,9 +116,10 @@ NSInteger rememberAlert(NSAlert* alert, SEL) {
     for (NSButton* button in [alert buttons]) {
         buttons.push_back(text([button title]));
     }
+    NSWindow* const window = static_cast<NSWindow*>([alert window]);
     shownAlerts->push_back({text([alert messageText]), text([alert informativeText]),
-                            [alert alertStyle], buttons, isActivated,
-                            [static_cast<NSWindow*>([alert window]) level], toldMenu});
+                            [alert alertStyle], buttons, isActivated, [window level],
+                            bool([window preventsApplicationTerminationWhenModal]), toldMenu});
     return 1000;
 }
 
@@ -389,6 +391,7 @@ TEST_F(AppDelegateTest, a_failure_shows_an_alert_and_the_switch_returns_to_the_r
     EXPECT_EQ(alerts[0].buttons, Lines{"好"});
     EXPECT_TRUE(alerts[0].wasActivatedBefore);
     EXPECT_EQ(alerts[0].level, NSFloatingWindowLevel);
+    EXPECT_FALSE(alerts[0].preventsQuitting);
     EXPECT_EQ(alerts[0].information,
               "显示器 ID: 2\n"
               "方法: 断开显示器（SLS）\n"
@@ -478,7 +481,8 @@ TEST_F(AppDelegateTest, command_q_goes_through_the_menu_to_the_application) {
     EXPECT_FALSE([[[delegate.get() statusItem] menu] performKeyEquivalent:commandQ])
         << "it was never opened";
     EXPECT_TRUE([openMenu() performKeyEquivalent:commandQ]);
-    EXPECT_EQ(order, (Lines{"cancelled", "terminated"}));
+    // Once by the menu, once by quitting, which a click does without the menu.
+    EXPECT_EQ(order, (Lines{"cancelled", "cancelled", "terminated"}));
 }
 
 TEST_F(AppDelegateTest, every_items_view_has_its_size_when_the_menu_is_built) {
@@ -509,13 +513,55 @@ TEST_F(AppDelegateTest, restorable_state_is_said_to_be_secure) {
     EXPECT_TRUE([delegate.get() applicationSupportsSecureRestorableState:NSApp]);
 }
 
-TEST_F(AppDelegateTest, quitting_terminates_the_application) {
+TEST_F(AppDelegateTest, quitting_closes_the_menu_and_terminates_the_application) {
+    boot(threeDisplays);
+    launch();
     static id sender = @"not asked";
-    const ReplacedMethod terminate(
-        [NSApplication class], @selector(terminate:),
-        implementationOf(+[](NSApplication*, SEL, id from) { sender = from; }));
+    static Lines order;
+    const ReplacedMethod terminate([NSApplication class], @selector(terminate:),
+                                   implementationOf(+[](NSApplication*, SEL, id from) {
+                                       sender = from;
+                                       order.emplace_back("terminated");
+                                   }));
+    const ReplacedMethod cancel(
+        [NSMenu class], @selector(cancelTracking),
+        implementationOf(+[](NSMenu*, SEL) { order.emplace_back("cancelled"); }));
     [delegate.get() quit];
     EXPECT_EQ(sender, nil);
+    EXPECT_EQ(order, (Lines{"cancelled", "terminated"}));
+}
+
+// AppKit would otherwise have the menu rebuilt, under the pointer if it is open, for every key that
+// is pressed together with Command.
+TEST_F(AppDelegateTest, answers_for_the_menus_keys_without_a_rebuild) {
+    boot(threeDisplays);
+    launch();
+    NSMenu* const menu = openMenu();
+    const auto answerFor = [&](NSString* key) {
+        NSEvent* const event = [NSEvent keyEventWithType:NSEventTypeKeyDown
+                                                location:NSZeroPoint
+                                           modifierFlags:NSEventModifierFlagCommand
+                                               timestamp:0
+                                            windowNumber:0
+                                                 context:nil
+                                              characters:key
+                             charactersIgnoringModifiers:key
+                                               isARepeat:NO
+                                                 keyCode:0];
+        id target = nil;
+        SEL action = nullptr;
+        const bool has = [delegate.get() menuHasKeyEquivalent:menu
+                                                     forEvent:event
+                                                       target:&target
+                                                       action:&action];
+        return has ? (target == delegate.get() ? "own " : "another's ") +
+                         text(NSStringFromSelector(action))
+                   : std::string("none");
+    };
+    Mac::current().clearCalls();
+    EXPECT_EQ(answerFor(@"q"), "own quit");
+    EXPECT_EQ(answerFor(@"w"), "none");
+    EXPECT_EQ(calls(), Lines());
 }
 
 } // namespace

@@ -46,8 +46,9 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 @end
 
 @interface NSMenu (KeyEquivalents)
-/// Chooses the enabled item that the key is the equivalent of; NO if there is none. The delegate
-/// gets menuNeedsUpdate: first, whether the menu is open or closed. An open menu gets this message
+/// Chooses the enabled item that the key is the equivalent of; NO if there is none. A delegate that
+/// answers menuHasKeyEquivalent:forEvent:target:action: is asked in its place; any other gets
+/// menuNeedsUpdate: first, whether the menu is open or closed. An open menu gets this message
 /// for every key that is pressed together with Command; with no menu open the status items' menus
 /// get it.
 - (BOOL)performKeyEquivalent:(NSEvent*)event;
@@ -118,6 +119,11 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 @property (readonly, copy) NSArray* gestureRecognizers;
 - (void)addGestureRecognizer:(NSGestureRecognizer*)recognizer;
 - (void)removeGestureRecognizer:(NSGestureRecognizer*)recognizer;
+@end
+
+@interface NSWindow (Termination)
+/// Whether terminate: does nothing while the window is modal; YES unless set.
+@property BOOL preventsApplicationTerminationWhenModal;
 @end
 
 @interface NSWindow (KeyLook)

@@ -11,6 +11,10 @@ NS_ASSUME_NONNULL_BEGIN
 @protocol NSMenuDelegate <NSObject>
 @optional
 - (void)menuNeedsUpdate:(NSMenu*)menu;
+- (BOOL)menuHasKeyEquivalent:(NSMenu*)menu
+                    forEvent:(NSEvent*)event
+                      target:(_Nullable id* _Nonnull)target
+                      action:(_Nullable SEL* _Nonnull)action;
 @end
 
 @interface NSMenu : NSObject

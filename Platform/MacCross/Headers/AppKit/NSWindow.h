@@ -10,6 +10,7 @@ static const NSWindowLevel NSFloatingWindowLevel = 3;
 
 @interface NSWindow : NSResponder
 @property NSWindowLevel level;
+@property BOOL preventsApplicationTerminationWhenModal API_AVAILABLE(macos(10.6));
 @end
 
 NS_ASSUME_NONNULL_END

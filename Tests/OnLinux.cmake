@@ -2,7 +2,22 @@
 # fork.
 set(TESTED_PROGRAM Veilpane)
 
-target_sources(TestSupport PRIVATE Support/ChildProcess.cpp Support/VirtualScreen.cpp)
+target_sources(TestSupport PRIVATE
+  Support/ChildProcess.cpp
+  Support/TestMainOnLinux.mm
+  Support/TestProcesses.cpp
+  Support/VirtualScreen.cpp)
+
+# Each executable starts once and runs its tests in copies of itself, two at a time.
+function(register_tests tests label)
+  add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
+  set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS 2)
+endfunction()
+register_tests(UnitTests unit)
+register_tests(SimulatedMacTests simulated-mac)
+register_tests(MenuBarTests menu-bar --screens)
+register_tests(GNUstepTests gnustep --screens)
+register_tests(EndToEndTests end-to-end --screens)
 
 target_sources(UnitTests PRIVATE
   Unit/Power/KnownLimitsTest.cpp
@@ -72,7 +87,6 @@ add_executable(GNUstepTests
   ${GNUSTEP_TESTS}/MenusTest.mm
   ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Layout/LinearProgram.cpp)
 target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
-gtest_discover_tests(GNUstepTests PROPERTIES LABELS gnustep)
 
 precompile(Soak <nlohmann/json.hpp>)
 

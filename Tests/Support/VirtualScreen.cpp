@@ -33,9 +33,16 @@ std::string displayNumber(int end) {
     return number;
 }
 
+constexpr const char* readyDisplay = "VEILPANE_TEST_DISPLAY";
+
 } // namespace
 
 VirtualScreen::VirtualScreen() {
+    if (const char* const ready = std::getenv(readyDisplay)) {
+        display_ = ready;
+        use();
+        return;
+    }
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
         throw std::runtime_error("no pipe");
@@ -51,10 +58,18 @@ VirtualScreen::VirtualScreen() {
     if (number.empty()) {
         throw std::runtime_error("Xvfb does not start; is it installed?");
     }
-    setenv("DISPLAY", (":" + number).c_str(), 1);
+    display_ = ":" + number;
+    setenv("DISPLAY", display_.c_str(), 1);
 }
 
 VirtualScreen::~VirtualScreen() {
-    kill(server_, SIGTERM);
-    waitpid(server_, nullptr, 0);
+    if (server_ != 0) {
+        kill(server_, SIGTERM);
+        waitpid(server_, nullptr, 0);
+    }
+}
+
+void VirtualScreen::use() const {
+    setenv(readyDisplay, display_.c_str(), 1);
+    setenv("DISPLAY", display_.c_str(), 1);
 }

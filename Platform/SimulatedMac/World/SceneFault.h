@@ -18,8 +18,8 @@ enum class ListFault {
 /// What one call, or every call of a function, answers instead of the truth. Exactly one of
 /// `returns`, `null`, `list`, `result` and `samples` is given.
 struct SceneFault {
-    std::string call;   ///< the name of a simulated call, or "*" for every call
-    int nth = 1;        ///< 1 for the first call in the process; 0 for every call
+    std::string call; ///< the name of a simulated call, or "*" for every call
+    int nth = 1;      ///< 1 for the first call in the process; 0 for every call
     std::optional<int64_t> returns = std::nullopt;
     bool null = false; ///< success with a null or zero result
     /// The call takes effect and then reports `returns`, or the request `result`.

@@ -1,26 +1,79 @@
 #!/bin/sh
-# Sets up, builds and runs every test: plain, under the sanitizers, and of the program for a Mac.
+# Sets up, builds and runs the tests.
 set -eu
 
+usage="usage: test.sh [--all | NAME]
+
+Without arguments: sets up, builds, and runs every test once, about five minutes on two processors.
+  --all   also checks the form of the sources, runs the tests under the sanitizers, feeds the fuzzers, and
+          builds the program for a Mac and looks at it, about a quarter of an hour
+  NAME    runs the tests in whose names this occurs, and nothing else"
+
 cd "$(dirname "$0")/.."
-sh Scripts/bootstrap.sh --tests
-if [ "$(uname)" = Darwin ]; then
-    # The tests have the simulated Mac in them: no real display is touched.
-    presets=macos-tests
-else
-    sh Scripts/fetch-tools.sh
-    echo "Checking form"
-    sh Scripts/lint.sh
-    presets='linux linux-asan macos-cross'
-fi
-mkdir -p build
-for preset in $presets; do
-    echo "Building and testing the preset $preset"
-    log=build/$preset.log
-    cmake --workflow --preset "$preset" >"$log" 2>&1 || {
-        cat "$log" >&2
-        echo "test.sh: the preset $preset failed" >&2
+# shellcheck source=Scripts/steps.sh
+. Scripts/steps.sh
+
+test_preset() { # PRESET WHAT
+    step "build/$1-configure.log" "Configuring $2" cmake --preset "$1"
+    step "build/$1-build.log" "Building $2" cmake --build --preset "$1"
+    step "build/$1-tests.log" "Testing $2" ctest --preset "$1"
+    tail -n 25 "build/$1-tests.log"
+}
+
+set_up() { # [for all]
+    echo "Setting up"
+    sh Scripts/bootstrap.sh --tests
+    [ $# -eq 0 ] || sh Scripts/fetch-tools.sh
+}
+
+test_all() {
+    set_up all
+    step build/lint.log "Checking form" sh Scripts/lint.sh
+    test_preset linux "what Linux runs"
+    test_preset linux-asan "the same under the sanitizers"
+    test_preset macos-cross "the program for a Mac"
+}
+
+test_some() { # NAME
+    set_up
+    step build/linux-configure.log "Configuring" cmake --preset linux
+    step build/linux-build.log "Building" cmake --build --preset linux
+    found=no
+    for tests in UnitTests SimulatedMacTests MenuBarTests GNUstepTests EndToEndTests; do
+        program=build/linux/Tests/$tests
+        if "$program" --gtest_list_tests --gtest_filter="*$1*" | grep -q '^  '; then
+            found=yes
+            "$program" --screens --gtest_filter="*$1*"
+        fi
+    done
+    [ $found = yes ] || {
+        echo "test.sh: no test has '$1' in its name" >&2
         exit 1
     }
-    tail -n 40 "$log"
-done
+}
+
+case "${1-}" in
+--help)
+    echo "$usage"
+    exit
+    ;;
+--all | '') ;;
+-*)
+    echo "$usage" >&2
+    exit 2
+    ;;
+esac
+if [ "$(uname)" = Darwin ]; then
+    # The tests have the simulated Mac in them: no real display is touched.
+    set_up
+    test_preset macos-tests "what a Mac runs, on the simulated Mac"
+    exit
+fi
+case "${1-}" in
+--all) test_all ;;
+'')
+    set_up
+    test_preset linux "what Linux runs"
+    ;;
+*) test_some "$1" ;;
+esac

@@ -1,0 +1,41 @@
+# shellcheck shell=sh
+# For other scripts: long steps that say how far they are and keep what they print for a failure.
+# To be read by a shell, not run.
+
+seconds_between_reports=20
+
+# The last "[12/67]" or "3/9" that a build or CTest has printed.
+progress_of() { # LOG
+    tail -c 20000 "$1" | tr '\r' '\n' | grep -oE '^ *(\[[0-9]+/[0-9]+\]|[0-9]+/[0-9]+ Test)' | tail -n 1 |
+        tr -d '[] A-Za-z'
+}
+
+# step LOG TEXT COMMAND...: runs the command, and ends the script with all that it printed if it fails.
+step() {
+    step_log=$1
+    step_text=$2
+    shift 2
+    mkdir -p "$(dirname "$step_log")"
+    echo "$step_text"
+    step_begin=$(date +%s)
+    "$@" >"$step_log" 2>&1 &
+    step_process=$!
+    trap 'kill "$step_process" 2>/dev/null; exit 130' INT TERM
+    step_reported=$step_begin
+    while kill -0 "$step_process" 2>/dev/null; do
+        sleep 0.2
+        step_now=$(date +%s)
+        if [ $((step_now - step_reported)) -ge "$seconds_between_reports" ]; then
+            step_reported=$step_now
+            step_progress=$(progress_of "$step_log")
+            echo "  ${step_progress:+$step_progress, }$((step_now - step_begin)) s"
+        fi
+    done
+    wait "$step_process" || {
+        cat "$step_log" >&2
+        echo "failed: $step_text" >&2
+        exit 1
+    }
+    trap - INT TERM
+    echo "  done after $(($(date +%s) - step_begin)) s"
+}

@@ -216,6 +216,14 @@ bool storeAs(CFNumberType type, void* target, int64_t exact, const char* call) {
     }
 }
 
+// What no 64 bits hold becomes their limit, as Apple's processors convert it.
+int64_t wholePart(double value) {
+    if (value >= 0x1p63) {
+        return INT64_MAX;
+    }
+    return value < -0x1p63 ? INT64_MIN : static_cast<int64_t>(value);
+}
+
 // A lossy conversion writes its best attempt (documented) with the low bits kept (published
 // source).
 bool storeNumber(CFNumberRef number, CFNumberType type, void* target, const char* call) {
@@ -228,7 +236,7 @@ bool storeNumber(CFNumberRef number, CFNumberType type, void* target, const char
         std::memcpy(target, &value, sizeof value);
         return true;
     }
-    return storeAs(type, target, static_cast<int64_t>(value), call) && std::trunc(value) == value;
+    return storeAs(type, target, wholePart(value), call) && std::trunc(value) == value;
 }
 
 nlohmann::json shown(CFTypeRef object) {

@@ -1,13 +1,20 @@
 #pragma once
 
+#include <optional>
+#include <string>
+#include <vector>
+
 namespace veilpane {
 
 /// The command line: `--power on|off [displayID]`, `--list`, `--selftest`.
 namespace CLI {
 
-/// Carries out the option in the process's arguments, if there is one. True when that was done;
-/// false when there is none and the menu-bar application is to start. With `--power` and
-/// `--selftest` it does not return: they end the process.
+/// Carries out the option among the arguments, the program's name included. Returns the exit
+/// status; absent when there is no option and the menu-bar application is to start.
+[[nodiscard]] std::optional<int> run(const std::vector<std::string>& arguments);
+
+/// Does so with the process's arguments. True when that was done; false when the menu-bar
+/// application is to start. What was refused or failed ends the process with its status instead.
 bool runIfNeeded();
 
 } // namespace CLI

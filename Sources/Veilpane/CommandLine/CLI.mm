@@ -116,21 +116,28 @@ const std::string* operandAt(const Arguments& arguments, Arguments::const_iterat
 
 } // namespace
 
-bool CLI::runIfNeeded() {
-    const Arguments arguments = processArguments();
+std::optional<int> CLI::run(const Arguments& arguments) {
     if (const auto power = std::ranges::find(arguments, "--power"); power != arguments.end()) {
-        std::exit(runPower(operandAt(arguments, power, 1), operandAt(arguments, power, 2)));
+        return runPower(operandAt(arguments, power, 1), operandAt(arguments, power, 2));
     }
     const bool wantsList = contains(arguments, "--list");
     if (!wantsList && !contains(arguments, "--selftest")) {
-        return false;
+        return std::nullopt;
     }
     const auto displays = DisplayStore::shared().listDisplays();
-    if (wantsList) {
-        runList(displays);
-        return true;
+    if (!wantsList) {
+        return runSelfTest(displays);
     }
-    std::exit(runSelfTest(displays));
+    runList(displays);
+    return ExitStatusSuccess;
+}
+
+bool CLI::runIfNeeded() {
+    const auto status = run(processArguments());
+    if (status && *status != ExitStatusSuccess) {
+        std::exit(*status);
+    }
+    return status.has_value();
 }
 
 } // namespace veilpane

@@ -32,7 +32,6 @@ private:
     RememberedDisplays() = default;
 
     void loadPersisted();
-    void persist() const;
 
     std::set<CGDirectDisplayID> displays_;
     bool loaded_ = false;

@@ -113,7 +113,8 @@ TEST(ProfilerNamesTest, output_that_is_no_report_gives_no_names) {
           std::string(R"({ "SPDisplaysDataType" : {} })"),
           R"({ "SPDisplaysDataType" : [ )" + device + ", 1 ] }",
           R"({ "SPDisplaysDataType" : [ )" + device + ", [] ] }",
-          R"({ "SPDisplaysDataType" : [ )" + device, std::string("\xFF\xFE\x00\x01", 4)}) {
+          R"({ "SPDisplaysDataType" : [ )" + device, std::string("\xFF\xFE\x00\x01", 4),
+          std::string(R"("\)")}) {
         EXPECT_TRUE(parseProfilerNames(output).empty()) << output;
     }
 }

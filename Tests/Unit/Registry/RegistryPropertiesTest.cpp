@@ -30,6 +30,8 @@ TEST_F(RegistryProperties, a_property_reads_as_an_unsigned_word) {
         {"4294967298", 2},
         {"62892014646337", 62892014646337 & 0xFFFFFFFF},
         {"2.75", 2},
+        {"1e300", 4294967295},
+        {"-1e300", 0},
         {"true", 1},
         {"false", 0},
         {R"({ "data": "10AC0000" })", 44048},

@@ -1,0 +1,61 @@
+#!/bin/sh
+# Feeds each fuzzed program with what a fuzzer makes of its corpus: fuzz.sh [SECONDS FOR EACH]
+#
+# Nothing is written into the source tree. New inputs that reach more of the code are in
+# build/fuzz/NAME/corpus, those that found something in build/fuzz/NAME.
+set -eu
+
+cd "$(dirname "$0")/.."
+seconds=${1:-20}
+case "$seconds" in
+'' | 0* | *[!0-9]*)
+    echo "usage: fuzz.sh [SECONDS FOR EACH], a whole number above 0" >&2
+    exit 2
+    ;;
+esac
+sh Scripts/bootstrap.sh --tests
+sh Scripts/build.sh linux-fuzz
+
+# Stacks of allocations by frame pointers, for speed. They end in GNUstep, so leaks, of which it has its
+# own, are left to the tests under linux-asan and to the simulated Mac's ledger.
+export ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0
+work=$PWD/build/fuzz
+# The simulated Mac's files: in memory where there is a place for them.
+temporary=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
+trap 'rm -rf "$temporary"' EXIT
+export TMPDIR="$temporary"
+
+of_log() { # NAME PATTERN
+    sed -n "s/$2/\\1/p" "$work/$1/log" | tail -n 1
+}
+
+found=0
+tell() { # NAME RESULT
+    printf '%-20s %9s executions %6s a second, corpus %4s: %s\n' "$1" \
+        "$(of_log "$1" '^stat::number_of_executed_units: *\(.*\)')" \
+        "$(of_log "$1" '^stat::average_exec_per_sec: *\(.*\)')" \
+        "$(of_log "$1" '.* corp: \([0-9]*\)\/.*')" "$2"
+}
+
+# Naming functions (print_funcs) would launch a symbolizer through the simulated Mac's calls.
+fuzz() { # NAME
+    find=$work/$1/find
+    mkdir -p "$work/$1/corpus"
+    rm -f "$find"
+    if "build/linux-fuzz/fuzzers/$1" -max_total_time="$seconds" -max_len=4096 -timeout=10 \
+        -rss_limit_mb=4096 -detect_leaks=0 -print_funcs=0 -print_final_stats=1 -exact_artifact_path="$find" \
+        "$work/$1/corpus" "Tests/Fuzz/Corpora/$1" >"$work/$1/log" 2>&1 &&
+        [ -n "$(of_log "$1" '^\(stat::number_of_executed_units\):')" ]; then
+        tell "$1" "nothing found"
+        return
+    fi
+    found=1
+    tell "$1" "FOUND"
+    echo "  log:    build/fuzz/$1/log"
+    [ ! -e "$find" ] || echo "  replay: build/linux-fuzz/fuzzers/$1 build/fuzz/$1/find"
+}
+
+for corpus in Tests/Fuzz/Corpora/*/; do
+    fuzz "$(basename "$corpus")"
+done
+exit "$found"

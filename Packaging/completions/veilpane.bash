@@ -14,7 +14,10 @@ _veilpane_list() { # COMMAND
 _veilpane_displays() { # COMMAND WORD
     local id name
     while IFS=$'\t' read -r id name _; do
-        [[ $id != "$2"* ]] || COMPREPLY[${#COMPREPLY[@]}]="$id ($name)"
+        case $id in
+        '' | *[!0-9]*) ;; # another line of a name
+        "$2"*) COMPREPLY[${#COMPREPLY[@]}]="$id ($name)" ;;
+        esac
     done < <(_veilpane_list "$1")
     [ ${#COMPREPLY[@]} -ne 1 ] || COMPREPLY=("${COMPREPLY[0]%% *}")
 }

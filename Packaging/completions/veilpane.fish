@@ -4,11 +4,12 @@ function __veilpane_words
     count (commandline -opc)
 end
 
-# By the command that is typed, which need not be the one on PATH.
+# By the command that is typed, which need not be the one on PATH. Lines without an ID belong to a name
+# with line feeds.
 function __veilpane_displays
     set -l words (commandline -opc)
     set -l typed (string replace -r '^~/' $HOME/ -- $words[1])
-    $typed --list 2>/dev/null | cut -f 1,2
+    $typed --list 2>/dev/null | string match -r '^[0-9]+\t[^\t]*'
 end
 
 complete -c veilpane -f

@@ -223,8 +223,19 @@ exec "$@"
             self.assert_nothing_was_removed()
 
     def test_a_display_may_be_called_disconnected(self):
-        self.list_displays("7\tdisconnected\tddc\n")
+        names = ("disconnected", "A\tdisconnected", "A\ndisconnected\nB")
+        self.list_displays("".join(f"7\t{name}\tddc\n" for name in names))
         self.assertEqual(self.uninstall(self.prefix).returncode, 0)
+
+    def test_no_name_hides_that_its_display_is_switched_off(self):
+        self.login("on")
+        for name in ("A\tB", "A\nB", "A\n\nB\tC", "A\tno-ddc", "A\tno-ddc\nB", ""):
+            with self.subTest(name=name):
+                self.list_displays(f"1\tBuilt-in\tmain\n7\t{name}\tddc,disconnected,sls-off\n")
+                run = self.uninstall(self.prefix)
+                self.assertEqual(run.returncode, 1)
+                self.assertIn("veilpane --power on 7", run.stderr)
+                self.assert_nothing_was_removed()
 
     def test_nothing_goes_while_the_application_runs_or_displays_cannot_be_listed(self):
         self.login("on")

@@ -24,6 +24,16 @@ else
 fi
 """
 
+# The first name has two more lines, the second one a tab.
+NAMES_OF_TWO_LINES = """#!/bin/sh
+if [ "$1" = --list ]; then
+    printf '1\\tLeft\\n\\nright\\tno-ddc\\n12\\tA\\tB\\tddc\\n'
+else
+    printf '%s\\n' "$@" >"$HOME/arguments.new"
+    mv "$HOME/arguments.new" "$HOME/arguments"
+fi
+"""
+
 
 class Terminal:
     """A shell at a terminal of its own, killed at the end."""
@@ -85,6 +95,14 @@ class Completions(InATemporaryHome):
         self.assertEqual(self.bash("veilpane", "--power", "off", "3"), [])
         self.assertEqual(self.bash("veilpane", "--list", ""), [])
 
+    def list_names_with_line_feeds_and_tabs(self):
+        write_script(self.home / "bin" / "veilpane", NAMES_OF_TWO_LINES)
+
+    def test_bash_takes_no_second_line_of_a_name_for_a_display(self):
+        self.list_names_with_line_feeds_and_tabs()
+        self.assertEqual(self.bash("veilpane", "--power", "off", ""), ["1 (Left)", "12 (A)"])
+        self.assertEqual(self.bash("veilpane", "--power", "off", "r"), [])
+
     def test_bash_asks_the_command_that_is_typed(self):
         self.assertEqual(self.bash(self.command_elsewhere(), "--power", "off", ""), ["7"])
         (self.home / "apps").symlink_to("my apps")
@@ -113,6 +131,11 @@ class Completions(InATemporaryHome):
         self.assertEqual(set(options), {"--power", "--list", "--selftest"})
         self.assertEqual(set(self.fish("veilpane --power ")), {"on", "off"})
         self.assertEqual(self.fish("veilpane --power off "), ["1\tBuilt-in", "12\tStudio 演播室"])
+
+    @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
+    def test_fish_takes_no_second_line_of_a_name_for_a_display(self):
+        self.list_names_with_line_feeds_and_tabs()
+        self.assertEqual(self.fish("veilpane --power off "), ["1\tLeft", "12\tA"])
 
     @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
     def test_fish_asks_the_command_that_is_typed(self):
@@ -145,6 +168,13 @@ class Completions(InATemporaryHome):
         terminal.type("veilpane --power on \t\t")
         terminal.wait_for("Built-in (main,no-ddc)")
         terminal.wait_for("Studio 演播室 (ddc)")
+
+    @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
+    def test_zsh_takes_no_second_line_of_a_name_for_a_display(self):
+        self.list_names_with_line_feeds_and_tabs()
+        terminal = self.zsh()
+        terminal.type("veilpane --power off r\t\n")
+        self.assert_arguments(terminal, ["--power", "off", "r"])
 
     @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")
     def test_zsh_asks_the_command_that_is_typed(self):

@@ -103,7 +103,9 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
         for (const Operation operation :
              {Operation{Kind::off, 2}, Operation{Kind::on, 2}, Operation{Kind::off, 1},
               Operation{Kind::off, 3}, Operation{Kind::status, 2}, Operation{Kind::list, 0},
-              Operation{Kind::quit, 0}}) {
+              Operation{Kind::quit, 0}, Operation{Kind::commandOff, 2},
+              Operation{Kind::commandOn, 2}, Operation{Kind::commandList, 0},
+              Operation{Kind::selfTest, 0}}) {
             addCase({&situation, start, operation, {}, count_, 0}, forked);
         }
     }

@@ -22,11 +22,9 @@ using simulated_mac::Mac;
 using Words = simulated_mac::Words;
 
 const std::map<std::string, Kind>& operations() {
-    static const std::map<std::string, Kind> all = {{"off", Kind::off},
-                                                    {"on", Kind::on},
-                                                    {"status", Kind::status},
-                                                    {"list", Kind::list},
-                                                    {"quit", Kind::quit}};
+    static const std::map<std::string, Kind> all = {
+        {"off", Kind::off},   {"on", Kind::on},     {"status", Kind::status},
+        {"list", Kind::list}, {"quit", Kind::quit}, {"self-test", Kind::selfTest}};
     return all;
 }
 

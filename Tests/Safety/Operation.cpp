@@ -2,12 +2,15 @@
 
 #include "Safety/Rules.h"
 #include "SimulatedMac/World/Ledger.h"
+#include "Veilpane/CommandLine/CLI.h"
 #include "Veilpane/Inventory/DisplayStore.h"
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Power/DisplayPower.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <unistd.h>
+#include <vector>
 
 namespace safety {
 namespace {
@@ -30,6 +33,23 @@ bool comesFirst(const ListedDisplay& a, const ListedDisplay& b) {
     return a.disconnected == b.disconnected ? a.main && !b.main : b.disconnected;
 }
 
+bool isRefusal(const LoggedCall& call) {
+    const bool configures = call.call == "SLSConfigureDisplayEnabled" ||
+                            call.call == "CGBeginDisplayConfiguration" ||
+                            call.call == "CGCompleteDisplayConfiguration";
+    const bool looksUp = call.call == "dlopen" || call.call == "dlsym";
+    return (configures && call.result != 0) || (looksUp && call.result == false);
+}
+
+/// The exit status; nobody hears what is printed.
+int runUnheard(std::vector<std::string> arguments) {
+    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    (void)dup2(null, STDOUT_FILENO);
+    close(null);
+    arguments.insert(arguments.begin(), "veilpane");
+    return veilpane::CLI::run(arguments).value_or(-1);
+}
+
 } // namespace
 
 std::string Operation::described() const {
@@ -44,6 +64,14 @@ std::string Operation::described() const {
         return "list";
     case Kind::quit:
         return "quit";
+    case Kind::commandOff:
+        return "command-off " + std::to_string(id);
+    case Kind::commandOn:
+        return "command-on " + std::to_string(id);
+    case Kind::commandList:
+        return "command-list";
+    case Kind::selfTest:
+        return "self-test";
     }
     return {};
 }
@@ -92,6 +120,15 @@ std::string Program::promised(const Operation& operation, bool misled) {
         veilpane::BlackoutController::shared().restoreAll();
         promise.restoreAll();
         break;
+    case Kind::commandOff:
+    case Kind::commandOn:
+        return commanded(operation);
+    case Kind::commandList:
+        (void)runUnheard({"--list"});
+        (void)promise.listDisplays();
+        return {};
+    case Kind::selfTest:
+        return selfTested(misled);
     }
     promise.requireEnd();
     return {};
@@ -139,6 +176,33 @@ std::string Program::listed() {
         return "other rows in the list than promised";
     }
     return std::ranges::is_sorted(rows, comesFirst) ? "" : "the list is out of order";
+}
+
+std::string Program::commanded(const Operation& operation) {
+    const bool on = operation.kind == Kind::commandOn;
+    const int status = runUnheard({"--power", on ? "on" : "off", std::to_string(operation.id)});
+    Promise promise(calls_, memory_);
+    const Outcome outcome = promise.setPower(on, operation.id);
+    promise.requireEnd();
+    return status == (outcome.success ? 0 : 1) ? "" : "exit status " + std::to_string(status);
+}
+
+// What it switches off it switches on again, unless the Mac refuses that.
+std::string Program::selfTested(bool misled) {
+    const Desk before = lookAt(mac_);
+    (void)runUnheard({"--selftest"});
+    const Desk after = lookAt(mac_);
+    (void)Promise(calls_, memory_).listDisplays();
+    misled = misled || std::ranges::any_of(calls_, isRefusal);
+    for (const auto& [id, sight] : before.displays) {
+        const auto now = after.displays.find(id);
+        const bool isOff =
+            now == after.displays.end() || !now->second.enabled || now->second.isBlack();
+        if (!misled && sight.enabled && !sight.isBlack() && isOff) {
+            return "the self-test leaves display " + std::to_string(id) + " off";
+        }
+    }
+    return {};
 }
 
 } // namespace safety

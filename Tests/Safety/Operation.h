@@ -11,7 +11,17 @@ namespace safety {
 
 /// Something that a user has the program do.
 struct Operation {
-    enum class Kind { off, on, status, list, quit };
+    enum class Kind {
+        off,
+        on,
+        status,
+        list,
+        quit,
+        commandOff, ///< by the command line, as the ones that follow
+        commandOn,
+        commandList,
+        selfTest,
+    };
 
     Kind kind = Kind::list;
     std::uint32_t id = 0;
@@ -41,6 +51,8 @@ private:
     [[nodiscard]] std::string promised(const Operation& operation, bool misled);
     [[nodiscard]] std::string switched(const Operation& operation, bool misled);
     [[nodiscard]] std::string listed();
+    [[nodiscard]] std::string commanded(const Operation& operation);
+    [[nodiscard]] std::string selfTested(bool misled);
 
     simulated_mac::Mac& mac_;
     Calls calls_;

@@ -15,7 +15,8 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/Desktop.cpp
   EndToEnd/FullDeviceTest.cpp
   EndToEnd/HostileProcessTest.cpp
-  EndToEnd/MenuBarApplicationTest.cpp)
+  EndToEnd/MenuBarApplicationTest.cpp
+  EndToEnd/UnusualAnswersTest.cpp)
 find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)
 
@@ -74,6 +75,7 @@ set(MAC_PROGRAM_TESTS ${CMAKE_SOURCE_DIR}/Platform/MacProgram/Tests)
 add_executable(MacProgramTests
   ${MAC_PROGRAM_TESTS}/DamagedFileTest.cpp
   ${MAC_PROGRAM_TESTS}/DamagedPrograms.cpp
+  ${MAC_PROGRAM_TESTS}/TinyClass.cpp
   ${MAC_PROGRAM_TESTS}/TinyProgram.cpp)
 target_link_libraries(MacProgramTests PRIVATE TestSupport MacProgramFile CompilerWarnings)
 if(TARGET macrun)

@@ -212,6 +212,18 @@ TEST_P(OnMac, an_alert_lies_above_the_windows_of_other_programs) {
     }));
 }
 
+TEST_F(MenuBarApplication, a_display_that_has_become_the_main_one_stays_on_with_a_beep) {
+    start(threeDisplays);
+    openMenu();
+    ASSERT_TRUE(eventually([&] { return isShownOn(1); }));
+    ASSERT_EQ(mac->macsim({"main", "2"}).status, 0);
+    desktop.click(switchOf(1));
+    desktop.pressCommand('q');
+    EXPECT_EQ(finish().status, 0);
+    EXPECT_TRUE(mac->macsim({"calls"}).output.contains("NSBeep"));
+    EXPECT_EQ(display(2).at("enabled"), true);
+}
+
 TEST_F(MenuBarApplication, return_dismisses_the_alert) {
     start(nothingWorks);
     openMenu();

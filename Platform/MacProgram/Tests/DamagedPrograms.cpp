@@ -1,5 +1,7 @@
 #include "MacProgram/Tests/DamagedPrograms.h"
 
+#include "MacProgram/Tests/TinyClass.h"
+
 #include <cstring>
 #include <functional>
 
@@ -227,6 +229,54 @@ std::vector<DamagedProgram> damagedBytes() {
     };
 }
 
+struct ClassRow {
+    const char* name;
+    const char* complaint;
+    TinyClass tiny;
+};
+
+std::vector<DamagedProgram> damagedClasses() {
+    const std::vector<ClassRow> rows = {
+        {"a_class_of_unknown_flags",
+         "the flags 0x200 of class TinyClass do not fit",
+         {.flags = 0x200}},
+        {"a_class_that_says_it_constructs",
+         "the flags 0x4 of class TinyClass do not fit",
+         {.flags = 0x4}},
+        {"a_metaclass_among_the_classes",
+         "the flags 0x1 of class TinyClass do not fit",
+         {.flags = 0x1}},
+        {"a_class_that_is_no_metaclass",
+         "the flags 0x0 of class TinyClass do not fit",
+         {.metaclassFlags = 0}},
+        {"a_class_name_outside_the_program",
+         "a class's name lies outside the program",
+         {.unmoved = {TinyClass::namePlace}}},
+        {"a_class_that_is_there_already",
+         "there is a class NSObject already",
+         {.name = "NSObject"}},
+        {"a_class_that_inherits_itself",
+         "a reference to a class leads to none",
+         {.inheritsItself = true}},
+        {"methods_of_an_unknown_kind",
+         "a list of methods is of a kind that is not known here",
+         {.methodSize = 0x8000000C}},
+        {"methods_past_the_end",
+         "a list of methods lies outside the program",
+         {.methodCount = 0x100000}},
+        {"a_method_outside_the_program",
+         "method answer lies outside the program",
+         {.unmoved = {TinyClass::implementationPlace}}},
+    };
+    std::vector<DamagedProgram> programs;
+    for (const ClassRow& row : rows) {
+        TinyProgram program;
+        row.tiny.addTo(program);
+        programs.push_back({row.name, program.file(), row.complaint});
+    }
+    return programs;
+}
+
 } // namespace
 
 std::vector<DamagedProgram> damagedFiles() {
@@ -238,67 +288,75 @@ std::vector<DamagedProgram> damagedFiles() {
 }
 
 std::vector<DamagedProgram> damagedContents() {
-    return made({
-        {"an_import_that_is_not_known", "_launch of /usr/lib/libSystem.B.dylib is not known here",
-         [](TinyProgram& program) { program.binding = bindingOf("_launch"); }},
-        {"an_import_that_may_be_missing", "_launch of /usr/lib/libSystem.B.dylib is not known here",
-         [](TinyProgram& program) {
-             program.binding = bindingOf("_launch");
-             program.binding[1] |= 1;
-         }},
-        {"an_import_of_another_library", "_exit of /usr/lib/libobjc.A.dylib is not known here",
-         [](TinyProgram& program) {
-             program.libraries = {"/usr/lib/libobjc.A.dylib"};
-             program.binding = bindingOf("_exit");
-         }},
-        {"an_unknown_library", "library /usr/lib/libz.dylib is not known here",
-         [](TinyProgram& program) {
-             program.libraries = {"/usr/lib/libz.dylib"};
-             program.binding = bindingOf("_exit");
-         }},
-        {"a_class_of_another_library", "class NSView is not known here",
-         [](TinyProgram& program) { program.binding = bindingOf("_OBJC_CLASS_$_NSView"); }},
-        {"a_class_outside_the_program", "a class lies outside the program",
-         [](TinyProgram& program) {
-             program.data().sections = {{"__objc_classlist", 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}}};
-         }},
-        {"half_a_class_list", "__objc_classlist ends in the middle of an element",
-         [](TinyProgram& program) {
-             program.data().sections = {{"__objc_classlist", 0, 0, ByteVector(12)}};
-         }},
-        {"a_class_without_a_description", "a class's description lies outside the program",
-         [](TinyProgram& program) {
-             // A pointer to the zeros behind it, moved along with the program.
-             program.data().sections = {{"__objc_classlist", 0, 0, {0x10, 0x10, 0, 0, 1, 0, 0, 0}}};
-             program.rebasing = {0x22, 0x00, 0x51};
-         }},
-        {"a_selector_outside_the_program", "a selector lies outside the program",
-         [](TinyProgram& program) {
-             program.data().sections = {{"__objc_selrefs", 5, 0, ByteVector(8)}};
-         }},
-        {"a_literal_of_an_unknown_kind", "a literal is of a kind that is not known here",
-         [](TinyProgram& program) {
-             program.data().sections = {{"__cfstring", 0, 0, ByteVector(32)}};
-         }},
-        {"objective_c_of_another_version", "its Objective-C is of a kind that is not known here",
-         [](TinyProgram& program) {
-             program.data().sections = {{"__objc_imageinfo", 0, 0, {9, 0, 0, 0, 0, 0, 0, 0}}};
-         }},
-        {"thread_locals_that_are_too_large", "its thread-local variables are too large",
-         [](TinyProgram& program) {
-             program.data().size = 0x4000;
-             program.tables().address += 0x4000;
-             program.data().sections = {{"__thread_bss", 18, 0x1000, ByteVector(0x1400)}};
-         }},
-        {"no_unwinding", "there is no __unwind_info",
-         [](TinyProgram& program) { program.code().sections.pop_back(); }},
-        {"unwinding_of_another_version", "the version of __unwind_info is not known here",
-         [](TinyProgram& program) { program.code().sections.back().contents[0] = 2; }},
-        {"half_of_the_unwinding", "the entries of __unwind_info reach outside the file",
-         [](TinyProgram& program) { program.code().sections.back().contents.resize(20); }},
-        {"unwinding_outside_its_table", "the entries of __unwind_info reach outside the file",
-         [](TinyProgram& program) { program.code().sections.back().contents[4] = 0xFF; }},
-    });
+    std::vector<DamagedProgram> all = damagedClasses();
+    append(
+        all,
+        made({
+            {"an_import_that_is_not_known",
+             "_launch of /usr/lib/libSystem.B.dylib is not known here",
+             [](TinyProgram& program) { program.binding = bindingOf("_launch"); }},
+            {"an_import_that_may_be_missing",
+             "_launch of /usr/lib/libSystem.B.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.binding = bindingOf("_launch");
+                 program.binding[1] |= 1;
+             }},
+            {"an_import_of_another_library", "_exit of /usr/lib/libobjc.A.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.libraries = {"/usr/lib/libobjc.A.dylib"};
+                 program.binding = bindingOf("_exit");
+             }},
+            {"an_unknown_library", "library /usr/lib/libz.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.libraries = {"/usr/lib/libz.dylib"};
+                 program.binding = bindingOf("_exit");
+             }},
+            {"a_class_of_another_library", "class NSView is not known here",
+             [](TinyProgram& program) { program.binding = bindingOf("_OBJC_CLASS_$_NSView"); }},
+            {"a_class_outside_the_program", "a class lies outside the program",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_classlist", 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}}};
+             }},
+            {"half_a_class_list", "__objc_classlist ends in the middle of an element",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_classlist", 0, 0, ByteVector(12)}};
+             }},
+            {"a_class_without_a_description", "a class's description lies outside the program",
+             [](TinyProgram& program) {
+                 // A pointer to the zeros behind it, moved along with the program.
+                 program.data().sections = {
+                     {"__objc_classlist", 0, 0, {0x10, 0x10, 0, 0, 1, 0, 0, 0}}};
+                 program.rebasing = {0x22, 0x00, 0x51};
+             }},
+            {"a_selector_outside_the_program", "a selector lies outside the program",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_selrefs", 5, 0, ByteVector(8)}};
+             }},
+            {"a_literal_of_an_unknown_kind", "a literal is of a kind that is not known here",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__cfstring", 0, 0, ByteVector(32)}};
+             }},
+            {"objective_c_of_another_version",
+             "its Objective-C is of a kind that is not known here",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_imageinfo", 0, 0, {9, 0, 0, 0, 0, 0, 0, 0}}};
+             }},
+            {"thread_locals_that_are_too_large", "its thread-local variables are too large",
+             [](TinyProgram& program) {
+                 program.data().size = 0x4000;
+                 program.tables().address += 0x4000;
+                 program.data().sections = {{"__thread_bss", 18, 0x1000, ByteVector(0x1400)}};
+             }},
+            {"no_unwinding", "there is no __unwind_info",
+             [](TinyProgram& program) { program.code().sections.pop_back(); }},
+            {"unwinding_of_another_version", "the version of __unwind_info is not known here",
+             [](TinyProgram& program) { program.code().sections.back().contents[0] = 2; }},
+            {"half_of_the_unwinding", "the entries of __unwind_info reach outside the file",
+             [](TinyProgram& program) { program.code().sections.back().contents.resize(20); }},
+            {"unwinding_outside_its_table", "the entries of __unwind_info reach outside the file",
+             [](TinyProgram& program) { program.code().sections.back().contents[4] = 0xFF; }},
+        }));
+    return all;
 }
 
 } // namespace mac_program

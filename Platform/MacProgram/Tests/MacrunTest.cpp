@@ -2,6 +2,7 @@
 
 #include "EndToEnd/ProgramRun.h"
 #include "MacProgram/Tests/DamagedPrograms.h"
+#include "MacProgram/Tests/TinyClass.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -94,6 +95,12 @@ TEST_F(Macrun, a_pointer_into_the_program_moves_with_it) {
     program.data().sections = {{"__data", 0, 0, {0x08, 0x10, 0, 0, 1, 0, 0, 0, 33, 0, 0, 0}}};
     program.rebasing = {0x11, 0x22, 0x00, 0x51, 0x00};
     EXPECT_EQ(run(program).status, 33);
+}
+
+TEST_F(Macrun, a_program_with_a_class_of_its_own_is_run) {
+    TinyProgram program;
+    TinyClass().addTo(program);
+    EXPECT_EQ(run(program).status, 42);
 }
 
 TEST_F(Macrun, the_code_cannot_be_written_to) {

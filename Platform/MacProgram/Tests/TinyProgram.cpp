@@ -189,11 +189,11 @@ ByteVector universalFile(const ByteVector& slice, std::uint32_t processor, std::
     return file;
 }
 
-ByteVector bindingOf(const std::string& symbol, std::uint8_t library) {
+ByteVector bindingOf(const std::string& symbol, std::uint8_t library, std::size_t place) {
     ByteVector instructions = {static_cast<std::uint8_t>(0x10 | library), 0x40};
     instructions.insert(instructions.end(), symbol.begin(), symbol.end());
-    // The text's end, a pointer, in the third segment from its beginning, bind, done.
-    const ByteVector rest = {0x00, 0x51, 0x72, 0x00, 0x90, 0x00};
+    // The text's end, a pointer, in the third segment, bind, done.
+    const ByteVector rest = {0x00, 0x51, 0x72, static_cast<std::uint8_t>(place), 0x90, 0x00};
     instructions.insert(instructions.end(), rest.begin(), rest.end());
     return instructions;
 }

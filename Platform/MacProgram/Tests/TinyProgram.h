@@ -65,8 +65,8 @@ struct TinyProgram {
 ByteVector universalFile(const ByteVector& slice, std::uint32_t processor, std::uint32_t offset,
                          std::uint32_t size, std::uint32_t alignment);
 
-/// Instructions that bind the first pointer of the data to a symbol of the library with this
-/// number.
-ByteVector bindingOf(const std::string& symbol, std::uint8_t library = 1);
+/// Instructions that bind a pointer of the data, the first one unless told otherwise, to a symbol
+/// of the library with this number. The place is from the data's beginning, less than 128.
+ByteVector bindingOf(const std::string& symbol, std::uint8_t library = 1, std::size_t place = 0);
 
 } // namespace mac_program

@@ -26,6 +26,9 @@ namespace {
 
 constexpr std::size_t thunkSize = 32;
 constexpr std::size_t mostImports = 1024;
+constexpr std::size_t codeSize = wholePages(thunkSize * mostImports);
+// The first one is where all first calls go.
+constexpr std::size_t targetsSize = wholePages(sizeof(void*) * (mostImports + 1));
 
 // The distance that an instruction adds to the address behind it.
 void writeDistance(std::uint8_t* place, const void* target) {
@@ -45,41 +48,38 @@ CalledImports* CalledImports::ifWanted() {
 }
 
 CalledImports::CalledImports(std::string file)
-    : file_(std::move(file))
-    , code_(thunkSize * mostImports)
-    , targets_(wholePages(sizeof(void*) * (mostImports + 1))) {
-    code_.allow(0, code_.size(), PROT_READ | PROT_WRITE);
-    targets_.allow(0, targets_.size(), PROT_READ | PROT_WRITE);
+    : file_(std::move(file)), space_(codeSize + targetsSize), targets_(space_.begin() + codeSize) {
+    space_.allow(0, space_.size(), PROT_READ | PROT_WRITE);
     auto* const firstCall = reinterpret_cast<void*>(mac_program_first_call);
-    std::memcpy(targets_.begin(), &firstCall, sizeof firstCall);
+    std::memcpy(targets_, &firstCall, sizeof firstCall);
 }
 
 // jmp *target; movl $number, %r11d; jmp *firstCall. At first the target is the second instruction.
 void* CalledImports::through(const Symbol& import) {
     const auto known = std::ranges::find(imports_, import.name, &Import::name);
     const auto number = static_cast<std::size_t>(known - imports_.begin());
-    std::uint8_t* const thunk = code_.begin() + thunkSize * number;
+    std::uint8_t* const thunk = space_.begin() + thunkSize * number;
     if (known != imports_.end()) {
         return thunk;
     }
     if (number == mostImports) {
         throw BadProgram("it has too many imports to tell which are called");
     }
-    std::uint8_t* const target = targets_.begin() + sizeof(void*) * (number + 1);
+    std::uint8_t* const target = targets_ + sizeof(void*) * (number + 1);
     std::uint8_t* const untilFirstCall = thunk + 6;
     constexpr std::array<std::uint8_t, 18> instructions = {
         0xFF, 0x25, 0, 0, 0, 0, 0x41, 0xBB, 0, 0, 0, 0, 0xFF, 0x25, 0, 0, 0, 0};
     std::ranges::copy(instructions, thunk);
     writeDistance(thunk + 2, target);
     std::memcpy(thunk + 8, &number, sizeof(std::uint32_t));
-    writeDistance(thunk + 14, targets_.begin());
+    writeDistance(thunk + 14, targets_);
     std::memcpy(target, &untilFirstCall, sizeof untilFirstCall);
     imports_.push_back({std::string(import.name), import.address});
     return thunk;
 }
 
 void CalledImports::seal() {
-    code_.allow(0, code_.size(), PROT_READ | PROT_EXEC);
+    space_.allow(0, codeSize, PROT_READ | PROT_EXEC);
     tellAllWhenNew();
 }
 
@@ -98,8 +98,7 @@ void CalledImports::tellAllWhenNew() const {
 void* CalledImports::noteCall(std::uint32_t number) {
     const int error = errno;
     const Import& import = imports_[number];
-    std::memcpy(targets_.begin() + sizeof(void*) * (number + 1), &import.address,
-                sizeof import.address);
+    std::memcpy(targets_ + sizeof(void*) * (number + 1), &import.address, sizeof import.address);
     append("called " + import.name + "\n");
     errno = error;
     return import.address;

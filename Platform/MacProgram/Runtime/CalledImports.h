@@ -38,8 +38,8 @@ private:
 
     std::string file_;
     std::vector<Import> imports_;
-    AddressSpace code_;
-    AddressSpace targets_; // of the jumps, one pointer for each import
+    AddressSpace space_;    // instructions, and behind them where they jump to
+    std::uint8_t* targets_; // one pointer for each import
 };
 
 } // namespace mac_program

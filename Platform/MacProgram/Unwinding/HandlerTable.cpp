@@ -71,10 +71,10 @@ private:
 } // namespace
 
 HandlerTable::HandlerTable(const std::uint8_t* table, std::uint64_t function)
-    : function_(function), landings_(function) {
+    : function_(function) {
     Cursor cursor(table);
-    if (const auto encoding = cursor.read<std::uint8_t>(); encoding != omitted) {
-        landings_ = cursor.readOffset(encoding);
+    if (cursor.read<std::uint8_t>() != omitted) {
+        refuse("a table of handlers has a beginning of its own, which is not known here");
     }
     typeEncoding_ = cursor.read<std::uint8_t>();
     if (typeEncoding_ != omitted) {
@@ -99,8 +99,8 @@ Landing HandlerTable::landingFor(std::uint64_t place, const Catches& catches) co
         if (landing == 0) {
             return {};
         }
-        return action == 0 ? Landing{landings_ + landing, 0, false}
-                           : actionsAt(actions_ + action - 1, landings_ + landing, catches);
+        return action == 0 ? Landing{function_ + landing, 0, false}
+                           : actionsAt(actions_ + action - 1, function_ + landing, catches);
     }
     refuse("an exception leaves a call that must not throw");
 }

@@ -31,7 +31,6 @@ private:
     [[nodiscard]] const void* typeAt(std::uint64_t number) const;
 
     std::uint64_t function_;
-    std::uint64_t landings_ = 0;
     std::uint8_t typeEncoding_ = 0;
     const std::uint8_t* types_ = nullptr;
     std::uint8_t callEncoding_ = 0;

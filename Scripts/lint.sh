@@ -39,6 +39,8 @@ simulated=Platform/SimulatedMac
 forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Sources Platform/Headers Platform/MacCross
 forbid 'SimulatedMac/' Platform/GNUstep Platform/ObjectiveC
 forbid 'Layout/|Runtime/|AppKit/|Foundation/' Platform/ObjectiveC "$simulated"
+forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Platform/MacProgram
+forbid 'MacProgram/' Sources Platform/GNUstep Platform/ObjectiveC Platform/SimulatedMac
 forbid 'SimulatedMac/(Calls|Tools)/|ObjectiveC/' "$simulated/World"
 forbid 'SimulatedMac/(Tools/|World/(Attended)?Mac\.h)' "$simulated/Calls"
 forbid 'SimulatedMac/(Calls/|World/Mac\.h)' "$simulated/Tools"

@@ -17,7 +17,6 @@ set_target_properties(UnitTests EndToEndTests SimulatedMacTests MenuBarTests PRO
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/simulated LINKER_LANGUAGE OBJCXX)
 
 # No test runs before it is known that none can reach a real display.
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 add_test(NAME MacTests.touch_no_real_display
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/MacBuild/check_simulated.py nm
     ${CMAKE_BINARY_DIR}/simulated $<TARGET_FILE:Veilpane>)

@@ -29,7 +29,8 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/Desktop.cpp
   EndToEnd/FullDeviceTest.cpp
   EndToEnd/HostileProcessTest.cpp
-  EndToEnd/MenuBarApplicationTest.cpp)
+  EndToEnd/MenuBarApplicationTest.cpp
+  EndToEnd/UnusualAnswersTest.cpp)
 add_executable(Soak
   Safety/Companion.cpp
   Safety/Desk.cpp
@@ -95,9 +96,46 @@ target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
-find_package(Python3 REQUIRED COMPONENTS Interpreter)
 foreach(script bootstrap check_layers fetch_tools)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)
 endforeach()
+
+set(MAC_PROGRAM_TESTS ${CMAKE_SOURCE_DIR}/Platform/MacProgram/Tests)
+add_executable(MacProgramTests
+  ${MAC_PROGRAM_TESTS}/DamagedFileTest.cpp
+  ${MAC_PROGRAM_TESTS}/DamagedPrograms.cpp
+  ${MAC_PROGRAM_TESTS}/TinyClass.cpp
+  ${MAC_PROGRAM_TESTS}/TinyProgram.cpp)
+target_link_libraries(MacProgramTests PRIVATE TestSupport MacProgramFile CompilerWarnings)
+if(TARGET macrun)
+  target_sources(MacProgramTests PRIVATE ${MAC_PROGRAM_TESTS}/MacrunTest.cpp EndToEnd/ProgramRun.cpp)
+  target_compile_definitions(MacProgramTests PRIVATE
+    MACRUN_EXECUTABLE="$<TARGET_FILE:macrun>" VEILPANE_EXECUTABLE="$<TARGET_FILE:Veilpane>"
+    MACSIM_EXECUTABLE="$<TARGET_FILE:macsim>")
+  add_dependencies(MacProgramTests macrun)
+endif()
+register_tests(MacProgramTests mac-program)
+
+# A fuzzer has to be told what each branch of the code that it tries compares, so that is compiled once more.
+get_target_property(reading MacProgramFile SOURCES)
+list(TRANSFORM reading PREPEND ${CMAKE_SOURCE_DIR}/Platform/MacProgram/)
+add_executable(MacProgramFuzzer
+  ${MAC_PROGRAM_TESTS}/ReadingFuzzer.cpp ${MAC_PROGRAM_TESTS}/TinyProgram.cpp ${reading})
+target_include_directories(MacProgramFuzzer PRIVATE ${CMAKE_SOURCE_DIR}/Platform)
+target_compile_options(MacProgramFuzzer PRIVATE -fsanitize=fuzzer,address,undefined -fno-sanitize-recover=all)
+target_link_options(MacProgramFuzzer PRIVATE -fsanitize=fuzzer,address,undefined)
+target_link_libraries(MacProgramFuzzer PRIVATE CompilerWarnings)
+add_test(NAME MacProgramFuzzer.reads_or_refuses_whatever_it_gets
+  COMMAND MacProgramFuzzer -runs=20000 -seed=1 -verbosity=0
+    -artifact_prefix=${CMAKE_BINARY_DIR}/fuzzer-)
+set_tests_properties(MacProgramFuzzer.reads_or_refuses_whatever_it_gets PROPERTIES LABELS mac-program)
+
+# The end-to-end tests once more, with the program that ships for a Mac instead of the one for Linux. It is
+# another build's: who has it, as Scripts/test.sh, tells where. From then on one that is missing is a failure.
+set(VEILPANE_SHIPPED_PROGRAM "" CACHE FILEPATH
+  "A program for a Mac, universal or for x86_64, that the end-to-end tests run as well")
+if(VEILPANE_SHIPPED_PROGRAM AND TARGET macrun)
+  include(MacProgram/Shipped.cmake)
+endif()

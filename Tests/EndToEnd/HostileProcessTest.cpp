@@ -17,12 +17,12 @@ std::string contentOf(const std::string& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// The text is a shell's, in which $MACSIM and $VEILPANE are the programs.
+/// The text is a shell's, in which $MACSIM and the command veilpane are the programs.
 ProgramRun shell(const MacOnDisk& mac, const std::string& text) {
     auto environment = mac.environment();
     environment["MACSIM"] = MACSIM_EXECUTABLE;
-    environment["VEILPANE"] = VEILPANE_EXECUTABLE;
-    return runProgram("/bin/bash", {"-c", text}, environment);
+    const std::string function = "veilpane() { " + veilpaneInShell() + "\"$@\"; }; ";
+    return runProgram("/bin/bash", {"-c", function + text}, environment);
 }
 
 TEST(HostileProcess, arguments_and_environment_that_are_no_utf8_are_one_line) {
@@ -31,12 +31,12 @@ TEST(HostileProcess, arguments_and_environment_that_are_no_utf8_are_one_line) {
         {R"("$MACSIM" $'\xff')", R"(argument 1: '\xFF')"},
         {R"("$MACSIM" unplug $'2\xff')", R"(argument 2: '2\xFF')"},
         {R"("$MACSIM" desk $'a\n\xed\xa0\x80.png')", R"(argument 2: 'a\n\xED\xA0\x80.png')"},
-        {R"("$VEILPANE" --power off $'\xc0\xaf')", R"(argument 3: '\xC0\xAF')"},
-        {R"("$VEILPANE" --list -a $'\xff')", R"(argument 3: '\xFF')"},
+        {R"(veilpane --power off $'\xc0\xaf')", R"(argument 3: '\xC0\xAF')"},
+        {R"(veilpane --list -a $'\xff')", R"(argument 3: '\xFF')"},
         {R"(exec -a $'\xff' "$MACSIM" show)", R"(argument 0: '\xFF')"},
         {R"(FOO=$'a\xff' "$MACSIM" show)", R"(environment: 'FOO=a\xFF')"},
-        {R"(FOO=$'a\xff' "$VEILPANE" --list)", R"(environment: 'FOO=a\xFF')"},
-        {R"(SIMULATED_MAC_SCENE=$'/\xff' "$VEILPANE" --list)",
+        {R"(FOO=$'a\xff' veilpane --list)", R"(environment: 'FOO=a\xFF')"},
+        {R"(SIMULATED_MAC_SCENE=$'/\xff' veilpane --list)",
          R"(environment: 'SIMULATED_MAC_SCENE=/\xFF')"},
         {R"(SIMULATED_MAC_STATE=$'/\xff' "$MACSIM" show)",
          R"(environment: 'SIMULATED_MAC_STATE=/\xFF')"},
@@ -57,7 +57,7 @@ TEST(HostileProcess, without_a_home_there_is_no_place_for_the_state) {
         "export HOME=here XDG_STATE_HOME=there; ",
     };
     for (const std::string& surrounding : surroundings) {
-        for (const char* const command : {"\"$MACSIM\" show", "\"$VEILPANE\" --list"}) {
+        for (const char* const command : {"\"$MACSIM\" show", "veilpane --list"}) {
             EXPECT_EQ(shell(mac, noState + surrounding + command),
                       (ProgramRun{2, "",
                                   "simulated Mac: no directory for the state: neither "
@@ -161,7 +161,7 @@ TEST(HostileProcess, a_log_that_cannot_be_written_loses_no_line_of_it) {
     const std::string before = contentOf(log);
     const ProgramRun run =
         shell(mac, "(trap '' XFSZ; ulimit -f " + std::to_string(before.size() / 1024 + 1) +
-                       "; for i in 1 2 3 4 5; do \"$VEILPANE\" --list || exit; "
+                       "; for i in 1 2 3 4 5; do veilpane --list || exit; "
                        "done 2>&1 >/dev/null) 2>&1 | cat");
     EXPECT_EQ(run.output, "simulated Mac: " + log + ": File too large\n");
     EXPECT_TRUE(contentOf(log).starts_with(before));

@@ -69,17 +69,14 @@ const Habit unkind = {"unkind",
 class MenuBarApplication : public testing::Test {
 protected:
     void start(const std::string& scene, const std::vector<std::string>& arguments = {}) {
-        run(scene, VEILPANE_EXECUTABLE, arguments);
+        run(scene, arguments);
         ASSERT_TRUE(eventually([&] { return application->errorsSoFar().contains("buttonWidth"); }))
             << application->errorsSoFar();
     }
 
-    void run(const std::string& scene, const std::string& executable,
-             const std::vector<std::string>& arguments) {
+    void run(const std::string& scene, const std::vector<std::string>& arguments = {}) {
         mac.emplace(scene);
-        std::map<std::string, std::string> environment = mac->environment();
-        environment.insert(habit.environment.begin(), habit.environment.end());
-        application = std::make_unique<RunningProgram>(executable, arguments, environment);
+        application = mac->start(arguments, habit.environment);
     }
 
     bool isMenuOpen() { return desktop.colorAt(menuCorner) == menuBackground; }
@@ -215,6 +212,18 @@ TEST_P(OnMac, an_alert_lies_above_the_windows_of_other_programs) {
     }));
 }
 
+TEST_F(MenuBarApplication, a_display_that_has_become_the_main_one_stays_on_with_a_beep) {
+    start(threeDisplays);
+    openMenu();
+    ASSERT_TRUE(eventually([&] { return isShownOn(1); }));
+    ASSERT_EQ(mac->macsim({"main", "2"}).status, 0);
+    desktop.click(switchOf(1));
+    desktop.pressCommand('q');
+    EXPECT_EQ(finish().status, 0);
+    EXPECT_TRUE(mac->macsim({"calls"}).output.contains("NSBeep"));
+    EXPECT_EQ(display(2).at("enabled"), true);
+}
+
 TEST_F(MenuBarApplication, return_dismisses_the_alert) {
     start(nothingWorks);
     openMenu();
@@ -267,8 +276,8 @@ TEST_F(MenuBarApplication, a_switch_that_is_on_is_grey_where_menus_do_not_look_k
 
 TEST_F(MenuBarApplication, a_second_one_starts_beside_the_first) {
     start(threeDisplays);
-    const RunningProgram second(VEILPANE_EXECUTABLE, {}, mac->environment());
-    EXPECT_TRUE(eventually([&] { return second.errorsSoFar().contains("buttonWidth"); }));
+    const auto second = mac->start({});
+    EXPECT_TRUE(eventually([&] { return second->errorsSoFar().contains("buttonWidth"); }));
     EXPECT_TRUE(application->isRunning());
 }
 
@@ -323,7 +332,7 @@ TEST_F(MenuBarApplication, a_habit_that_no_mac_has_ends_it_with_one_line) {
          "AppKit's stand-in: there is no variable APPKIT_ACTIVATON\n"}};
     for (const auto& [variable, value, complaint] : rows) {
         habit = {"unknown", {{variable, value}}};
-        run(threeDisplays, VEILPANE_EXECUTABLE, {});
+        run(threeDisplays);
         EXPECT_EQ(finish(), (ProgramRun{2, "", complaint})) << variable;
     }
 }
@@ -346,8 +355,11 @@ class MenuBarApplicationWithout : public MenuBarApplication,
 
 // Nobody can be told then, but the application works.
 TEST_P(MenuBarApplicationWithout, a_usable_standard_error_works_and_logs_to_its_file) {
-    run(threeDisplays, "/bin/bash",
-        {"-c", std::string("exec '") + VEILPANE_EXECUTABLE + "' " + GetParam().redirection});
+    mac.emplace(threeDisplays);
+    application = std::make_unique<RunningProgram>(
+        "/bin/bash",
+        std::vector<std::string>{"-c", "exec " + veilpaneInShell() + GetParam().redirection},
+        mac->environment());
     const std::string log = mac->environment().at("TMPDIR") + "/Veilpane.log";
     ASSERT_TRUE(eventually([&] { return contentOf(log).contains("buttonWidth"); }));
     openMenu();

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -30,6 +31,26 @@ namespace {
 }
 
 } // namespace
+
+std::vector<std::string> veilpaneCommand() {
+    const char* const program = std::getenv("VEILPANE_PROGRAM");
+    const char* const launcher = std::getenv("VEILPANE_LAUNCHER");
+    if (launcher == nullptr) {
+        return {program == nullptr ? VEILPANE_EXECUTABLE : program};
+    }
+    if (program == nullptr) {
+        throw std::runtime_error("VEILPANE_LAUNCHER has no VEILPANE_PROGRAM to run");
+    }
+    return {launcher, program};
+}
+
+std::string veilpaneInShell() {
+    std::string words;
+    for (const std::string& word : veilpaneCommand()) {
+        words += "'" + word + "' ";
+    }
+    return words;
+}
 
 ProgramRun quiet(int status, const std::string& output) {
     return {status, output, ""};
@@ -94,13 +115,24 @@ std::map<std::string, std::string> MacOnDisk::environment() const {
             {"TMPDIR", directory_.path().string()}};
 }
 
+std::unique_ptr<RunningProgram>
+MacOnDisk::start(const std::vector<std::string>& arguments,
+                 const std::map<std::string, std::string>& more) const {
+    std::vector<std::string> command = veilpaneCommand();
+    const std::string executable = command.front();
+    command.erase(command.begin());
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    std::map<std::string, std::string> all = environment();
+    all.insert(more.begin(), more.end());
+    return std::make_unique<RunningProgram>(executable, command, all);
+}
+
 ProgramRun MacOnDisk::veilpane(const std::vector<std::string>& arguments) const {
-    return runProgram(VEILPANE_EXECUTABLE, arguments, environment());
+    return start(arguments)->finish();
 }
 
 ProgramRun MacOnDisk::veilpaneUnderShell(const std::string& text) const {
-    return runProgram("/bin/sh", {"-c", std::string("exec '") + VEILPANE_EXECUTABLE + "' " + text},
-                      environment());
+    return runProgram("/bin/sh", {"-c", "exec " + veilpaneInShell() + text}, environment());
 }
 
 ProgramRun MacOnDisk::macsim(const std::vector<std::string>& arguments) const {

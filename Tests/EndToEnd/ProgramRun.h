@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <ostream>
 #include <string>
@@ -26,6 +27,13 @@ struct ProgramRun {
 
 /// A run that wrote nothing to standard error.
 ProgramRun quiet(int status, const std::string& output);
+
+/// What runs Veilpane: the executable to start and its first arguments. It is the program for Linux
+/// unless VEILPANE_PROGRAM names another file; VEILPANE_LAUNCHER then names what runs that file.
+std::vector<std::string> veilpaneCommand();
+
+/// The same for a shell, quoted.
+std::string veilpaneInShell();
 
 /// A program that runs beside the test. It is killed when the object goes.
 class RunningProgram {
@@ -60,6 +68,10 @@ public:
     MacOnDisk(const MacOnDisk&) = delete;
     MacOnDisk& operator=(const MacOnDisk&) = delete;
 
+    /// Starts Veilpane with more in its environment than this Mac's own.
+    [[nodiscard]] std::unique_ptr<RunningProgram>
+    start(const std::vector<std::string>& arguments,
+          const std::map<std::string, std::string>& more = {}) const;
     [[nodiscard]] ProgramRun veilpane(const std::vector<std::string>& arguments) const;
     /// The text after the program's name is the shell's: arguments and redirections.
     [[nodiscard]] ProgramRun veilpaneUnderShell(const std::string& text) const;

@@ -44,6 +44,8 @@ def complaints_about_slice(part):
         yield f"has the flags {' '.join(sorted(part.flags()))}"
     if part.weak_definitions():
         yield "shares weak definitions with the system's libraries"
+    for symbol in part.weak_bindings():
+        yield f"takes {symbol} from whatever library defines it"
     for section in sorted({"__mod_init_func", "__init_offsets"} & set(part.sections())):
         yield f"runs code before main ({section})"
     surprising = [name for name in part.exports() if name != "__mh_execute_header"

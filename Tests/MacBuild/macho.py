@@ -62,6 +62,11 @@ class Slice:
     def weak_definitions(self):
         return "WEAK_DEFINES" in self.header or "BINDS_TO_WEAK" in self.header
 
+    def weak_bindings(self):
+        """Symbols that the loader looks for in every library."""
+        table = run("llvm-objdump", "--macho", "--weak-bind", self.file)
+        return sorted(set(re.findall(r" 0x[0-9A-F]+ +pointer +\S+ +(\S+)$", table, re.MULTILINE)))
+
     def sections(self):
         return re.findall(r"^ +sectname (\S+)$", self.header, flags=re.MULTILINE)
 

@@ -72,6 +72,20 @@ class CheckOfAWrongProgram(unittest.TestCase):
         program = self.copy_with(b"_IOObjectRetain\0", b"_IOObjectRetaim\0")
         self.assert_complaint(program, "IOKit is not known to export _IOObjectRetaim")
 
+    def test_a_symbol_of_any_library_is_found(self):
+        with open(self.program, "rb") as stream:
+            data = bytearray(stream.read())
+        begin = data.index(struct.pack("<I", 0xFEEDFACF))
+        command = data.index(struct.pack("<II", 0x80000022, 48))
+        ordinary_bindings = slice(command + 16, command + 24)
+        weak_bindings = slice(command + 24, command + 32)
+        offset, size = struct.unpack("<II", data[ordinary_bindings])
+        table = slice(begin + offset, begin + offset + size)
+        data[weak_bindings], data[ordinary_bindings] = data[ordinary_bindings], bytes(8)
+        # Symbol, type, place in the third segment, bind.
+        data[table] = b"\x40_anybodys\0\x51\x72\x00\x90".ljust(size, b"\0")
+        self.assert_complaint(self.write(data), "takes _anybodys from whatever library defines it")
+
     def test_a_path_of_the_build_machine_is_found(self):
         old = expectations.SKYLIGHT.encode()
         new = b"/home/builder/veilpane/Sources/".ljust(len(old), b"x")

@@ -7,6 +7,8 @@ namespace veilpane {
 DDCError::DDCError(Reason reason, const std::string& description)
     : std::runtime_error(description), reason_(reason) {}
 
+DDCError::~DDCError() = default;
+
 DDCError DDCError::noFramebuffer(CGDirectDisplayID displayID) {
     DDCError error(Reason::noFramebuffer, "找不到显示器 " + std::to_string(displayID) +
                                               " 的 IOFramebuffer（该链路可能不支持 DDC）");

@@ -22,6 +22,12 @@ public:
     /// For callers that have decided already that a display cannot be driven.
     static DDCError notSupported();
 
+    DDCError(const DDCError&) = default;
+    DDCError& operator=(const DDCError&) = default;
+    // Defined in one file, which then has the only type information: there is nothing for a Mac's
+    // loader to look for in other libraries.
+    ~DDCError() override;
+
     [[nodiscard]] Reason reason() const { return reason_; }
     /// The display that has no framebuffer; absent for any other reason.
     [[nodiscard]] std::optional<CGDirectDisplayID> displayID() const { return displayID_; }

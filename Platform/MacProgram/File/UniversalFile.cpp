@@ -1,0 +1,56 @@
+#include "MacProgram/File/UniversalFile.h"
+
+#include "MacProgram/File/BadProgram.h"
+#include "MacProgram/File/Formats.h"
+
+#include <optional>
+
+namespace mac_program {
+namespace {
+
+constexpr std::uint32_t universalMagic = 0xCAFEBABE;
+// Larger pages than any processor has.
+constexpr std::uint32_t greatestAlignment = 16;
+
+struct Slice {
+    std::uint32_t processor;
+    Bytes bytes;
+};
+
+Slice readSlice(ByteReader& table, Bytes file) {
+    const std::uint32_t processor = table.readBigEndian();
+    table.skip(4); // which of its models
+    const std::uint32_t offset = table.readBigEndian();
+    const std::uint32_t size = table.readBigEndian();
+    const std::uint32_t alignment = table.readBigEndian();
+    if (alignment > greatestAlignment || offset % (1U << alignment) != 0) {
+        throw BadProgram("slices are not aligned as the file says");
+    }
+    return {processor, partOf(file, offset, size, "slices")};
+}
+
+} // namespace
+
+Bytes sliceForThisProcessor(Bytes file) {
+    ByteReader table(file, "the file's first bytes");
+    if (table.readBigEndian() != universalMagic) {
+        return file;
+    }
+    std::optional<Bytes> found;
+    for (std::uint32_t count = table.readBigEndian(); count > 0; --count) {
+        const Slice slice = readSlice(table, file);
+        if (slice.processor != processorX86_64) {
+            continue;
+        }
+        if (found) {
+            throw BadProgram("there are two slices for x86_64");
+        }
+        found = slice.bytes;
+    }
+    if (!found) {
+        throw BadProgram("there is no slice for x86_64");
+    }
+    return *found;
+}
+
+} // namespace mac_program

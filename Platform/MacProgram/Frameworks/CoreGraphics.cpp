@@ -1,0 +1,30 @@
+#include "MacProgram/Frameworks/Frameworks.h"
+
+#include <CoreGraphics/CoreGraphics.h>
+
+namespace mac_program {
+
+Library coreGraphics() {
+    return {"/System/Library/Frameworks/CoreGraphics.framework/Versions/A/CoreGraphics",
+            {
+                function("_CGBeginDisplayConfiguration", CGBeginDisplayConfiguration),
+                function("_CGCancelDisplayConfiguration", CGCancelDisplayConfiguration),
+                function("_CGCompleteDisplayConfiguration", CGCompleteDisplayConfiguration),
+                function("_CGConfigureDisplayMirrorOfDisplay", CGConfigureDisplayMirrorOfDisplay),
+                function("_CGDisplayIsActive", CGDisplayIsActive),
+                function("_CGDisplayIsBuiltin", CGDisplayIsBuiltin),
+                function("_CGDisplayIsInMirrorSet", CGDisplayIsInMirrorSet),
+                function("_CGDisplayIsMain", CGDisplayIsMain),
+                function("_CGDisplayIsOnline", CGDisplayIsOnline),
+                function("_CGDisplayModelNumber", CGDisplayModelNumber),
+                function("_CGDisplayRestoreColorSyncSettings", CGDisplayRestoreColorSyncSettings),
+                function("_CGDisplayVendorNumber", CGDisplayVendorNumber),
+                function("_CGGetActiveDisplayList", CGGetActiveDisplayList),
+                function("_CGGetDisplayTransferByTable", CGGetDisplayTransferByTable),
+                function("_CGGetOnlineDisplayList", CGGetOnlineDisplayList),
+                function("_CGSetDisplayTransferByTable", CGSetDisplayTransferByTable),
+            },
+            {}};
+}
+
+} // namespace mac_program

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace mac_program {
+
+/// A Mac's flags of `open` as this system's. Refuses to go on for one that is not known here.
+int openFlags(int macFlags);
+
+// With a Mac's numbers.
+int openFile(const char* path, int flags, int mode);
+int controlDescriptor(int descriptor, int command, long argument);
+
+} // namespace mac_program

@@ -1,0 +1,41 @@
+#include "MacProgram/System/Signals.h"
+
+#include "MacProgram/Runtime/Refusal.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+namespace mac_program {
+namespace {
+
+constexpr int sameOnBoth[] = {SIGHUP, SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
+                              SIGFPE, SIGKILL, SIGSEGV, SIGPIPE, SIGALRM, SIGTERM};
+constexpr int macSignalCount = 32;
+
+void requireSame(int number) {
+    if (std::ranges::find(sameOnBoth, number) == std::end(sameOnBoth)) {
+        refuse("signal " + std::to_string(number) + " is not known here");
+    }
+}
+
+} // namespace
+
+sigset_t signalSet(MacSignalSet macSet) {
+    sigset_t set;
+    sigemptyset(&set);
+    for (int number = 1; number <= macSignalCount; ++number) {
+        if ((macSet >> (number - 1) & 1) != 0) {
+            requireSame(number);
+            sigaddset(&set, number);
+        }
+    }
+    return set;
+}
+
+SignalHandler setSignalHandler(int number, SignalHandler handler) {
+    requireSame(number);
+    return std::signal(number, handler);
+}
+
+} // namespace mac_program

@@ -1,0 +1,84 @@
+#include "MacProgram/System/Spawning.h"
+
+#include "MacProgram/Runtime/Refusal.h"
+#include "MacProgram/System/Descriptors.h"
+#include "MacProgram/System/ErrorNumbers.h"
+
+#include <string>
+
+namespace mac_program {
+namespace {
+
+// The program holds the object until it destroys it.
+template <class Object>
+int initHeld(Held<Object>* held, int (*init)(Object*)) {
+    auto object = std::make_unique<Object>();
+    const int error = init(object.get());
+    held->object = object.release();
+    return macErrorNumber(error);
+}
+
+template <class Object>
+int destroyHeld(Held<Object>* held, int (*destroy)(Object*)) {
+    const std::unique_ptr<Object> object(held->object);
+    held->object = nullptr;
+    return macErrorNumber(destroy(object.get()));
+}
+
+template <class Object>
+Object* heldObject(const Held<Object>* held) {
+    return held == nullptr ? nullptr : held->object;
+}
+
+} // namespace
+
+int initFileActions(HeldFileActions* held) {
+    return initHeld(held, posix_spawn_file_actions_init);
+}
+
+int destroyFileActions(HeldFileActions* held) {
+    return destroyHeld(held, posix_spawn_file_actions_destroy);
+}
+
+int addDuplicate(HeldFileActions* held, int descriptor, int target) {
+    return macErrorNumber(posix_spawn_file_actions_adddup2(held->object, descriptor, target));
+}
+
+int addOpen(HeldFileActions* held, int descriptor, const char* path, int flags, int mode) {
+    return macErrorNumber(posix_spawn_file_actions_addopen(
+        held->object, descriptor, path, openFlags(flags), static_cast<mode_t>(mode)));
+}
+
+int initAttributes(HeldAttributes* held) {
+    return initHeld(held, posix_spawnattr_init);
+}
+
+int destroyAttributes(HeldAttributes* held) {
+    return destroyHeld(held, posix_spawnattr_destroy);
+}
+
+// These two have the same numbers on both systems.
+int setFlags(HeldAttributes* held, short flags) {
+    if ((flags & ~(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK)) != 0) {
+        refuse("flags " + std::to_string(flags) + " of posix_spawn are not known here");
+    }
+    return macErrorNumber(posix_spawnattr_setflags(held->object, flags));
+}
+
+int setDefaultSignals(HeldAttributes* held, const MacSignalSet* signals) {
+    const sigset_t set = signalSet(*signals);
+    return macErrorNumber(posix_spawnattr_setsigdefault(held->object, &set));
+}
+
+int setSignalMask(HeldAttributes* held, const MacSignalSet* signals) {
+    const sigset_t set = signalSet(*signals);
+    return macErrorNumber(posix_spawnattr_setsigmask(held->object, &set));
+}
+
+int spawn(pid_t* child, const char* path, const HeldFileActions* actions,
+          const HeldAttributes* attributes, char* const arguments[], char* const environment[]) {
+    return macErrorNumber(posix_spawn(child, path, heldObject(actions), heldObject(attributes),
+                                      arguments, environment));
+}
+
+} // namespace mac_program

@@ -1,0 +1,362 @@
+#include "MacProgram/Tests/DamagedPrograms.h"
+
+#include "MacProgram/Tests/TinyClass.h"
+
+#include <cstring>
+#include <functional>
+
+namespace mac_program {
+namespace {
+
+using Damage = std::function<void(TinyProgram&)>;
+
+struct Row {
+    const char* name;
+    const char* complaint;
+    Damage damage;
+};
+
+std::vector<DamagedProgram> made(const std::vector<Row>& rows) {
+    std::vector<DamagedProgram> programs;
+    for (const Row& row : rows) {
+        TinyProgram program;
+        row.damage(program);
+        programs.push_back({row.name, program.file(), row.complaint});
+    }
+    return programs;
+}
+
+ByteVector firstBytes(std::size_t count) {
+    ByteVector file = TinyProgram().file();
+    file.resize(count);
+    return file;
+}
+
+template <class Value>
+ByteVector withField(std::size_t offset, Value value) {
+    ByteVector file = TinyProgram().file();
+    std::memcpy(file.data() + offset, &value, sizeof value);
+    return file;
+}
+
+constexpr std::size_t commandCountField = 16;
+constexpr std::size_t firstCommandSize = 36;
+
+std::vector<Row> headers() {
+    return {
+        {"another_magic", "it is no program for x86_64",
+         [](TinyProgram& program) { program.magic = 0xFEEDFACE; }},
+        {"another_processor", "it is no program for x86_64",
+         [](TinyProgram& program) { program.processor = 0x0100000C; }},
+        {"a_library", "it is no executable", [](TinyProgram& program) { program.fileKind = 6; }},
+        {"not_position_independent", "the header's flags 0x85 do not fit",
+         [](TinyProgram& program) { program.flags = 0x85; }},
+        {"weak_definitions", "the header's flags 0x208085 do not fit",
+         [](TinyProgram& program) { program.flags |= 0x8000; }},
+        {"an_unknown_command", "load command 0x80000034 is not known here",
+         [](TinyProgram& program) { program.more = {{0x80000034, ByteVector(8)}}; }},
+        {"a_run_path", "load command 0x8000001c is not known here",
+         [](TinyProgram& program) { program.more = {{0x8000001C, ByteVector(8)}}; }},
+        {"another_loader", "it asks for the loader '/usr/lib/other'",
+         [](TinyProgram& program) { program.loader = "/usr/lib/other"; }},
+        {"another_platform", "it is not for macOS",
+         [](TinyProgram& program) { program.platform = 2; }},
+        {"a_library_name_outside_its_command", "names in load commands reach outside the file",
+         [](TinyProgram& program) { program.more = {{0xC, {0xFF, 0, 0, 0, 0, 0, 0, 0}}}; }},
+        {"a_library_name_without_an_end", "names in load commands end too early",
+         [](TinyProgram& program) { program.more = {{0xC, {12, 0, 0, 0, 'n', 'a', 'm', 'e'}}}; }},
+        {"a_symbol_table_outside_the_file", "tables of load commands reach outside the file",
+         [](TinyProgram& program) {
+             program.more = {{0x2, {0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF}}};
+         }},
+        {"binding_outside_the_file", "binding instructions reach outside the file",
+         [](TinyProgram& program) { program.more = {{0x80000022, {0, 0, 0, 0x7F, 8, 0, 0, 0}}}; }},
+    };
+}
+
+std::vector<Row> segments() {
+    return {
+        {"segments_that_overlap_in_memory", "__TEXT and __DATA overlap",
+         [](TinyProgram& program) { program.data().address = program.code().address; }},
+        {"segments_that_overlap_in_the_file", "__TEXT and __DATA overlap",
+         [](TinyProgram& program) { program.data().fileOffset = 0; }},
+        {"a_segment_outside_the_file", "__DATA reaches outside the file",
+         [](TinyProgram& program) { program.data().fileOffset = 0x7000000000000000; }},
+        {"a_segment_that_ends_outside_the_file", "__LINKEDIT reaches outside the file",
+         [](TinyProgram& program) { program.tables().fileSize = 0x800; }},
+        {"a_segment_that_ends_past_all_addresses", "the sizes of __DATA do not fit",
+         [](TinyProgram& program) { program.data().size = ~std::uint64_t{0}; }},
+        {"a_segment_smaller_than_in_the_file", "the sizes of __DATA do not fit",
+         [](TinyProgram& program) { program.data().size = 0x800; }},
+        {"a_segment_in_the_middle_of_a_page", "__DATA does not begin on a page",
+         [](TinyProgram& program) { program.data().address += 8; }},
+        {"a_segment_far_away", "the segments lie too far apart",
+         [](TinyProgram& program) { program.tables().address = 0x7FFFFFFFF000; }},
+        {"two_segments_of_one_name", "there are two segments __DATA",
+         [](TinyProgram& program) { program.tables().name = "__DATA"; }},
+        {"no_code", "there is no segment __TEXT",
+         [](TinyProgram& program) {
+             program.code().name = "__CODE";
+             program.code().sections = {};
+         }},
+        {"no_tables", "there is no segment __LINKEDIT",
+         [](TinyProgram& program) { program.tables().name = "__TABLES"; }},
+        {"code_that_may_be_written", "__TEXT may be written and executed",
+         [](TinyProgram& program) { program.code().protection = 7; }},
+        {"an_unknown_protection", "the protection of __DATA does not fit",
+         [](TinyProgram& program) { program.data().protection = 0x13; }},
+        {"unknown_segment_flags", "the flags of __DATA are not known here",
+         [](TinyProgram& program) { program.data().flags = 0x8; }},
+        {"contents_that_cannot_be_read", "__DATA can never be read",
+         [](TinyProgram& program) { program.data().protection = 0; }},
+        {"a_beginning_outside_the_code", "it does not begin inside its code",
+         [](TinyProgram& program) { program.entryOffset = 0x1000; }},
+        {"no_beginning", "it does not begin inside its code",
+         [](TinyProgram& program) { program.entryOffset = 0; }},
+        {"an_unknown_section", "section __DATA,__mod_init_func is not known here",
+         [](TinyProgram& program) {
+             program.data().sections = {{"__mod_init_func", 9, 0, ByteVector(8)}};
+         }},
+        {"a_section_of_another_kind", "section __DATA,__data is not known here",
+         [](TinyProgram& program) { program.data().sections = {{"__data", 9, 0, ByteVector(8)}}; }},
+        {"a_section_outside_its_segment", "section __DATA,__data reaches outside its segment",
+         [](TinyProgram& program) {
+             program.data().sections = {{"__data", 0, 0x1000, ByteVector(8)}};
+         }},
+        {"a_section_past_the_segments_file",
+         "section __DATA,__data is elsewhere in the file than in memory",
+         [](TinyProgram& program) {
+             program.data().fileSize = 8;
+             program.data().sections = {{"__data", 0, 8, ByteVector(8)}};
+         }},
+    };
+}
+
+std::vector<Row> instructions() {
+    return {
+        {"an_unknown_rebase_instruction", "rebase instruction 0x90 is not known here",
+         [](TinyProgram& program) { program.rebasing = {0x90}; }},
+        {"rebasing_no_pointer", "something else than a pointer is to be rebased",
+         [](TinyProgram& program) { program.rebasing = {0x12}; }},
+        {"rebasing_code",
+         "a pointer is to be written to 0x100000000, where the program may not write",
+         [](TinyProgram& program) { program.rebasing = {0x21, 0x00, 0x51}; }},
+        {"rebasing_past_the_end",
+         "a pointer is to be written to 0x100001ff9, where the program may not write",
+         [](TinyProgram& program) { program.rebasing = {0x22, 0xF9, 0x1F, 0x51}; }},
+        {"rebasing_in_no_segment", "rebase instructions name a segment that is not there",
+         [](TinyProgram& program) { program.rebasing = {0x24, 0x00, 0x51}; }},
+        // 2^63 times the same pointer: each time the place goes back by as much as it has moved.
+        {"rebasing_for_ever", "there are more pointers to rebase than fit",
+         [](TinyProgram& program) {
+             program.rebasing = {0x22, 0x00, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80, 0x80,
+                                 0x7F, 0xF8, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01};
+         }},
+        {"a_number_without_an_end", "rebase instructions end too early",
+         [](TinyProgram& program) { program.rebasing = {0x22, 0x80}; }},
+        {"a_number_of_too_many_bits", "rebase instructions hold a number of more than 64 bits",
+         [](TinyProgram& program) {
+             program.rebasing = ByteVector(20, 0x80);
+             program.rebasing[0] = 0x22;
+         }},
+        {"an_unknown_bind_instruction", "bind instruction 0xd0 is not known here",
+         [](TinyProgram& program) { program.binding = {0xD0}; }},
+        {"binding_no_pointer", "something else than a pointer is to be bound",
+         [](TinyProgram& program) { program.binding = {0x52}; }},
+        {"binding_to_any_library", "bind instruction 0x30 is not known here",
+         [](TinyProgram& program) { program.binding = {0x3E}; }},
+        {"binding_to_a_missing_library", "bind instructions name a library that is not there",
+         [](TinyProgram& program) { program.binding = bindingOf("_exit", 2); }},
+        {"binding_to_itself", "bind instructions name a library that is not there",
+         [](TinyProgram& program) { program.binding = bindingOf("_exit", 0); }},
+        {"binding_in_no_segment", "bind instructions name a segment that is not there",
+         [](TinyProgram& program) { program.binding = {0x7F, 0x00}; }},
+        {"binding_nothing", "bind instructions name no symbol",
+         [](TinyProgram& program) { program.binding = {0x72, 0x00, 0x90}; }},
+        {"binding_code",
+         "a pointer is to be written to 0x100000000, where the program may not write",
+         [](TinyProgram& program) { program.binding = {0x11, 0x40, 'a', 0, 0x71, 0x00, 0x90}; }},
+        {"binding_a_definition_of_its_own", "the flags of a are not known here",
+         [](TinyProgram& program) { program.binding = {0x11, 0x48, 'a', 0}; }},
+        {"a_symbol_without_an_end", "bind instructions end too early",
+         [](TinyProgram& program) {
+             program.binding = {0x11, 0x40, 'a'};
+             program.lazyBinding = {};
+         }},
+        {"a_symbol_of_any_library", "any library may define _anybodys, and none does",
+         [](TinyProgram& program) { program.weakBinding = bindingOf("_anybodys"); }},
+        {"an_unknown_instruction_for_later", "bind instruction 0xd0 is not known here",
+         [](TinyProgram& program) { program.lazyBinding = {0x00, 0xD0}; }},
+    };
+}
+
+void append(std::vector<DamagedProgram>& all, std::vector<DamagedProgram> more) {
+    for (DamagedProgram& program : more) {
+        all.push_back(std::move(program));
+    }
+}
+
+std::vector<DamagedProgram> damagedBytes() {
+    const ByteVector slice = TinyProgram().file();
+    const auto size = static_cast<std::uint32_t>(slice.size());
+    constexpr std::uint32_t intel = 0x01000007;
+    return {
+        {"a_single_byte", {0xCF}, "the file's first bytes end too early"},
+        {"half_a_header", firstBytes(30), "the header's fields end too early"},
+        {"half_of_the_commands", firstBytes(200), "load commands reach outside the file"},
+        {"fewer_commands_than_counted", withField(commandCountField, std::uint32_t{1000}),
+         "load commands end too early"},
+        {"more_commands_than_counted", withField(commandCountField, std::uint32_t{3}),
+         "there are more load commands than the header says"},
+        {"a_command_of_no_size", withField(firstCommandSize, std::uint32_t{0}),
+         "the size of load command 0x19 does not fit"},
+        {"a_command_larger_than_all", withField(firstCommandSize, std::uint32_t{0x10000}),
+         "the size of load command 0x19 does not fit"},
+        {"a_segment_command_too_small", withField(firstCommandSize, std::uint32_t{64}),
+         "load commands end too early"},
+        {"a_universal_file_that_ends_at_once",
+         {0xCA, 0xFE, 0xBA, 0xBE},
+         "the file's first bytes end too early"},
+        {"a_slice_outside_the_file", universalFile(slice, intel, 0x1000, size + 1, 12),
+         "slices reach outside the file"},
+        {"a_slice_at_another_place", universalFile(slice, intel, 0x1001, size - 1, 12),
+         "slices are not aligned as the file says"},
+        {"a_slice_for_another_processor", universalFile(slice, 0x0100000C, 0x1000, size, 12),
+         "there is no slice for x86_64"},
+        {"a_slice_that_is_something_else",
+         universalFile(ByteVector(0x1000), intel, 0x1000, 0x1000, 12),
+         "it is no program for x86_64"},
+    };
+}
+
+struct ClassRow {
+    const char* name;
+    const char* complaint;
+    TinyClass tiny;
+};
+
+std::vector<DamagedProgram> damagedClasses() {
+    const std::vector<ClassRow> rows = {
+        {"a_class_of_unknown_flags",
+         "the flags 0x200 of class TinyClass do not fit",
+         {.flags = 0x200}},
+        {"a_class_that_says_it_constructs",
+         "the flags 0x4 of class TinyClass do not fit",
+         {.flags = 0x4}},
+        {"a_metaclass_among_the_classes",
+         "the flags 0x1 of class TinyClass do not fit",
+         {.flags = 0x1}},
+        {"a_class_that_is_no_metaclass",
+         "the flags 0x0 of class TinyClass do not fit",
+         {.metaclassFlags = 0}},
+        {"a_class_name_outside_the_program",
+         "a class's name lies outside the program",
+         {.unmoved = {TinyClass::namePlace}}},
+        {"a_class_that_is_there_already",
+         "there is a class NSObject already",
+         {.name = "NSObject"}},
+        {"a_class_that_inherits_itself",
+         "a reference to a class leads to none",
+         {.inheritsItself = true}},
+        {"methods_of_an_unknown_kind",
+         "a list of methods is of a kind that is not known here",
+         {.methodSize = 0x8000000C}},
+        {"methods_past_the_end",
+         "a list of methods lies outside the program",
+         {.methodCount = 0x100000}},
+        {"a_method_outside_the_program",
+         "method answer lies outside the program",
+         {.unmoved = {TinyClass::implementationPlace}}},
+    };
+    std::vector<DamagedProgram> programs;
+    for (const ClassRow& row : rows) {
+        TinyProgram program;
+        row.tiny.addTo(program);
+        programs.push_back({row.name, program.file(), row.complaint});
+    }
+    return programs;
+}
+
+} // namespace
+
+std::vector<DamagedProgram> damagedFiles() {
+    std::vector<DamagedProgram> all = damagedBytes();
+    for (const auto& rows : {headers(), segments(), instructions()}) {
+        append(all, made(rows));
+    }
+    return all;
+}
+
+std::vector<DamagedProgram> damagedContents() {
+    std::vector<DamagedProgram> all = damagedClasses();
+    append(
+        all,
+        made({
+            {"an_import_that_is_not_known",
+             "_launch of /usr/lib/libSystem.B.dylib is not known here",
+             [](TinyProgram& program) { program.binding = bindingOf("_launch"); }},
+            {"an_import_that_may_be_missing",
+             "_launch of /usr/lib/libSystem.B.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.binding = bindingOf("_launch");
+                 program.binding[1] |= 1;
+             }},
+            {"an_import_of_another_library", "_exit of /usr/lib/libobjc.A.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.libraries = {"/usr/lib/libobjc.A.dylib"};
+                 program.binding = bindingOf("_exit");
+             }},
+            {"an_unknown_library", "library /usr/lib/libz.dylib is not known here",
+             [](TinyProgram& program) {
+                 program.libraries = {"/usr/lib/libz.dylib"};
+                 program.binding = bindingOf("_exit");
+             }},
+            {"a_class_of_another_library", "class NSView is not known here",
+             [](TinyProgram& program) { program.binding = bindingOf("_OBJC_CLASS_$_NSView"); }},
+            {"a_class_outside_the_program", "a class lies outside the program",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_classlist", 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}}};
+             }},
+            {"half_a_class_list", "__objc_classlist ends in the middle of an element",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_classlist", 0, 0, ByteVector(12)}};
+             }},
+            {"a_class_without_a_description", "a class's description lies outside the program",
+             [](TinyProgram& program) {
+                 // A pointer to the zeros behind it, moved along with the program.
+                 program.data().sections = {
+                     {"__objc_classlist", 0, 0, {0x10, 0x10, 0, 0, 1, 0, 0, 0}}};
+                 program.rebasing = {0x22, 0x00, 0x51};
+             }},
+            {"a_selector_outside_the_program", "a selector lies outside the program",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_selrefs", 5, 0, ByteVector(8)}};
+             }},
+            {"a_literal_of_an_unknown_kind", "a literal is of a kind that is not known here",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__cfstring", 0, 0, ByteVector(32)}};
+             }},
+            {"objective_c_of_another_version",
+             "its Objective-C is of a kind that is not known here",
+             [](TinyProgram& program) {
+                 program.data().sections = {{"__objc_imageinfo", 0, 0, {9, 0, 0, 0, 0, 0, 0, 0}}};
+             }},
+            {"thread_locals_that_are_too_large", "its thread-local variables are too large",
+             [](TinyProgram& program) {
+                 program.data().size = 0x4000;
+                 program.tables().address += 0x4000;
+                 program.data().sections = {{"__thread_bss", 18, 0x1000, ByteVector(0x1400)}};
+             }},
+            {"no_unwinding", "there is no __unwind_info",
+             [](TinyProgram& program) { program.code().sections.pop_back(); }},
+            {"unwinding_of_another_version", "the version of __unwind_info is not known here",
+             [](TinyProgram& program) { program.code().sections.back().contents[0] = 2; }},
+            {"half_of_the_unwinding", "the entries of __unwind_info reach outside the file",
+             [](TinyProgram& program) { program.code().sections.back().contents.resize(20); }},
+            {"unwinding_outside_its_table", "the entries of __unwind_info reach outside the file",
+             [](TinyProgram& program) { program.code().sections.back().contents[4] = 0xFF; }},
+        }));
+    return all;
+}
+
+} // namespace mac_program

@@ -1,0 +1,169 @@
+#include "MacProgram/Unwinding/CompactUnwinding.h"
+
+#include <map>
+
+namespace mac_program {
+namespace {
+
+constexpr const char* what = "the entries of __unwind_info";
+
+/// Offsets in the table count from its beginning, those of functions from the code's beginning.
+class UnwindTable {
+public:
+    UnwindTable(const Image& image, Bytes bytes) : image_(image), bytes_(bytes) {
+        ByteReader header(bytes_, what);
+        if (header.read<std::uint32_t>() != 1) {
+            throw BadProgram("the version of __unwind_info is not known here");
+        }
+        const auto encodings = header.read<std::uint32_t>();
+        encodings_ = numbersAt(encodings, header.read<std::uint32_t>());
+        const auto personalities = header.read<std::uint32_t>();
+        personalities_ = numbersAt(personalities, header.read<std::uint32_t>());
+        const auto index = header.read<std::uint32_t>();
+        readIndex(at(index), header.read<std::uint32_t>());
+    }
+
+    std::vector<FunctionFrame> frames() {
+        for (std::size_t i = 0; i + 1 < functions_.size(); ++i) {
+            FunctionFrame frame = frameOf(functions_[i]);
+            frame.end = image_.codeBegin() + functions_[i + 1].offset;
+            if (frame.end < frame.begin) {
+                throw BadProgram("the functions of __unwind_info are out of order");
+            }
+            if (frame.end > frame.begin) {
+                frames_.push_back(frame);
+            }
+        }
+        return std::move(frames_);
+    }
+
+private:
+    struct Function {
+        std::uint32_t offset;
+        std::uint32_t encoding;
+    };
+
+    [[nodiscard]] ByteReader at(std::uint32_t offset) const {
+        return {partOf(bytes_, offset, bytes_.size() - std::min<std::size_t>(offset, bytes_.size()),
+                       what),
+                what};
+    }
+
+    [[nodiscard]] std::vector<std::uint32_t> numbersAt(std::uint32_t offset,
+                                                       std::uint32_t count) const {
+        ByteReader reader = at(offset);
+        std::vector<std::uint32_t> numbers;
+        for (; count > 0; --count) {
+            numbers.push_back(reader.read<std::uint32_t>());
+        }
+        return numbers;
+    }
+
+    // The last entry is only the end of the functions and of the handlers before it.
+    void readIndex(ByteReader index, std::uint32_t count) {
+        std::uint32_t handlersBegin = 0;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto offset = index.read<std::uint32_t>();
+            const auto page = index.read<std::uint32_t>();
+            const auto handlers = index.read<std::uint32_t>();
+            if (i > 0) {
+                readHandlers(handlersBegin, handlers);
+            }
+            handlersBegin = handlers;
+            page == 0 ? functions_.push_back({offset, 0}) : readPage(offset, page);
+        }
+    }
+
+    void readHandlers(std::uint32_t begin, std::uint32_t end) {
+        ByteReader reader = at(begin);
+        for (; begin < end; begin += 8) {
+            const auto function = reader.read<std::uint32_t>();
+            handlers_[function] = reader.read<std::uint32_t>();
+        }
+    }
+
+    // Of three bytes for the function and one for the encoding: one of all pages, or of this one.
+    void readPage(std::uint32_t firstFunction, std::uint32_t offset) {
+        constexpr std::uint32_t compressed = 3;
+        ByteReader page = at(offset);
+        if (page.read<std::uint32_t>() != compressed) {
+            throw BadProgram("a page of __unwind_info is of a kind that is not known here");
+        }
+        const auto entries = page.read<std::uint16_t>();
+        const auto count = page.read<std::uint16_t>();
+        const auto own = page.read<std::uint16_t>();
+        const auto encodings = numbersAt(offset + own, page.read<std::uint16_t>());
+        for (const std::uint32_t entry : numbersAt(offset + entries, count)) {
+            functions_.push_back(
+                {firstFunction + (entry & 0xFFFFFF), encodingOf(entry >> 24, encodings)});
+        }
+    }
+
+    [[nodiscard]] std::uint32_t encodingOf(std::uint32_t number,
+                                           const std::vector<std::uint32_t>& own) const {
+        if (number < encodings_.size()) {
+            return encodings_[number];
+        }
+        number -= static_cast<std::uint32_t>(encodings_.size());
+        if (number >= own.size()) {
+            throw BadProgram("__unwind_info names an encoding that is not there");
+        }
+        return own[number];
+    }
+
+    [[nodiscard]] FunctionFrame frameOf(const Function& function) const {
+        constexpr std::uint32_t hasHandlers = 0x40000000;
+        FunctionFrame frame;
+        frame.begin = image_.codeBegin() + function.offset;
+        frame.encoding = function.encoding & 0x0FFFFFFF;
+        frame.personality = personalityOf(function.encoding >> 28 & 3);
+        if ((function.encoding & hasHandlers) != 0) {
+            frame.handlers = handlersOf(function);
+        }
+        return frame;
+    }
+
+    [[nodiscard]] std::uint64_t personalityOf(std::uint32_t number) const {
+        if (number == 0) {
+            return 0;
+        }
+        if (number > personalities_.size()) {
+            throw BadProgram("__unwind_info names a personality that is not there");
+        }
+        const std::uint64_t place = image_.codeBegin() + personalities_[number - 1];
+        return image_.object<std::uint64_t>(reinterpret_cast<const void*>(place),
+                                            "a personality of __unwind_info");
+    }
+
+    [[nodiscard]] std::uint64_t handlersOf(const Function& function) const {
+        const auto found = handlers_.find(function.offset);
+        if (found == handlers_.end()) {
+            throw BadProgram("__unwind_info lacks a function's table of handlers");
+        }
+        const std::uint64_t place = image_.codeBegin() + found->second;
+        if (!image_.contains(reinterpret_cast<const void*>(place))) {
+            throw BadProgram("a table of handlers lies outside the program");
+        }
+        return place;
+    }
+
+    const Image& image_;
+    Bytes bytes_;
+    std::vector<std::uint32_t> encodings_;
+    std::vector<std::uint32_t> personalities_;
+    std::vector<Function> functions_;
+    std::map<std::uint32_t, std::uint32_t> handlers_;
+    std::vector<FunctionFrame> frames_;
+};
+
+} // namespace
+
+std::vector<FunctionFrame> functionFrames(const Image& image) {
+    const auto bytes = image.section("__unwind_info");
+    if (bytes.empty()) {
+        throw BadProgram("there is no __unwind_info");
+    }
+    return UnwindTable(image, bytes).frames();
+}
+
+} // namespace mac_program

@@ -1,0 +1,38 @@
+#!/bin/sh
+# Runs the program in Veilpane.app, as it ships for a Mac, on the simulated Mac:
+# run-shipped.sh [--arch x86_64|arm64] [--app | OPTION OF VEILPANE…]
+#
+#   --app         the menu-bar application, on this X display or on a screen that nobody sees
+#   OPTION…       the command line; nothing is --list
+set -eu
+
+fail() { # STATUS TEXT
+    echo "run-shipped.sh: $2" >&2
+    exit "$1"
+}
+
+architecture=x86_64
+if [ "${1:-}" = --arch ]; then
+    [ $# -ge 2 ] || fail 2 "--arch takes x86_64 or arm64"
+    architecture=$2
+    shift 2
+fi
+case "$architecture" in
+x86_64) ;;
+arm64) fail 1 "the program for arm64 cannot be run here yet" ;;
+*) fail 2 "--arch takes x86_64 or arm64, not '$architecture'" ;;
+esac
+[ "$(uname)" != Darwin ] || fail 1 "on a Mac it runs by itself: Scripts/run.sh"
+
+cd "$(dirname "$0")/.."
+sh Scripts/bootstrap.sh --tests
+sh Scripts/fetch-tools.sh
+sh Scripts/build.sh macos-cross
+sh Scripts/build.sh linux macrun macsim
+
+[ $# -gt 0 ] || set -- --list
+program=build/macos-cross/Veilpane.app/Contents/MacOS/Veilpane
+[ "$1" = --app ] || exec build/linux/macrun "$program" "$@"
+[ -z "${DISPLAY:-}" ] || exec build/linux/macrun "$program"
+echo "There is no X display, so nobody will see the application; Control-C ends it."
+exec xvfb-run -a -s '-screen 0 1280x800x24' build/linux/macrun "$program"

@@ -34,6 +34,7 @@ TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) 
         {R"({ "": "Nameless", "fr": "Atelier" })", "Nameless"},
         {R"({ "de": "", "fr": "Atelier" })", "Atelier"},
         {R"({ "de": "", "fr": "" })", std::nullopt},
+        {R"({ "en_US": "Studio", "de": 7 })", std::nullopt},
         {R"({})", std::nullopt},
         {"7", std::nullopt},
         {"true", std::nullopt},

@@ -169,6 +169,11 @@ INSTANTIATE_TEST_SUITE_P(
         MatchCase{"childs_display_id_as_number", framebuffer(child(R"("DisplayID": 2)")), 2, true},
         MatchCase{"childs_display_id_as_data_is_none",
                   framebuffer(child(R"("DisplayID": { "data": "02000000" })")), 2, false},
+        MatchCase{"childs_other_display_id_is_none", framebuffer(child(R"("DisplayID": 3)")), 2,
+                  false},
+        MatchCase{"childs_vendor_as_text_is_none",
+                  framebuffer(child(R"("DisplayVendorID": "100", "DisplayProductID": 7)")), 2,
+                  false},
         MatchCase{"childs_vendor_and_product",
                   framebuffer(
                       R"("children": [ { "class": "X" }, { "class": "IODisplayConnect",
@@ -187,6 +192,12 @@ INSTANTIATE_TEST_SUITE_P(
                     "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ] } ])"),
             2, false}),
     [](const auto& info) { return info.param.name; });
+
+TEST_F(DDCTransport, a_product_without_a_vendor_identifies_a_monitor) {
+    boot(scene({R"({ "id": 2, "vendor": 0, "model": 7 })"},
+               {registry(framebuffer(child(R"("DisplayVendorID": 0, "DisplayProductID": 7)")))}));
+    EXPECT_TRUE(copy_framebuffer_for_display(2));
+}
 
 TEST_F(DDCTransport, a_single_i2c_framebuffer_serves_any_display) {
     boot(sceneWithRegistry(R"({ "class": "IOFramebuffer" },

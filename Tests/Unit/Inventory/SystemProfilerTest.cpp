@@ -3,6 +3,7 @@
 #include "Support/SimulatedMacTest.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
@@ -50,6 +51,38 @@ TEST_F(SystemProfilerTest, the_profiler_gets_none_of_our_descriptors) {
     const auto inheritable = inheritableDescriptors();
     EXPECT_EQ(startOfProfiler().at("descriptors").get<std::vector<int>>(), inheritable);
 }
+
+struct Disturbance {
+    const char* name;
+    simulated_mac::SceneFault fault;
+    bool hasOutput;
+
+    friend void PrintTo(const Disturbance& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class DisturbedProfiler : public SimulatedMacTest,
+                          public testing::WithParamInterface<Disturbance> {};
+
+TEST_P(DisturbedProfiler, is_read_as_far_as_it_can_be) {
+    boot().failCall(GetParam().fault);
+    const auto output = runSystemProfiler();
+    EXPECT_EQ(output.has_value() && output->find("Studio") != std::string::npos,
+              GetParam().hasOutput);
+}
+
+simulated_mac::SceneFault failsWith(const char* call, int error, int nth = 1) {
+    return {.call = call, .nth = nth, .returns = -1, .errorNumber = error};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SystemProfiler, DisturbedProfiler,
+    testing::Values(Disturbance{"no_pipe", failsWith("pipe", EMFILE), false},
+                    Disturbance{"no_second_descriptor", failsWith("fcntl", EMFILE, 2), false},
+                    Disturbance{"an_interrupted_read", failsWith("read", EINTR), true},
+                    Disturbance{"a_failed_read", failsWith("read", EIO), false},
+                    Disturbance{"an_interrupted_wait", failsWith("waitpid", EINTR), true},
+                    Disturbance{"a_failed_wait", failsWith("waitpid", ECHILD), true}),
+    [](const auto& info) { return info.param.name; });
 
 } // namespace
 } // namespace veilpane::test

@@ -454,7 +454,7 @@ TEST_F(AppDelegateTest, a_click_on_the_quit_row_is_recognized_and_does_what_the_
             NSClickGestureRecognizer* const click = [recognizers objectAtIndex:0];
             EXPECT_TRUE([click isKindOfClass:[NSClickGestureRecognizer class]]);
             EXPECT_EQ([click target], [item target]);
-            EXPECT_EQ([click action], [item action]);
+            EXPECT_EQ(name([click action]), name([item action]));
         }
     }
 }
@@ -554,13 +554,12 @@ TEST_F(AppDelegateTest, answers_for_the_menus_keys_without_a_rebuild) {
                                                      forEvent:event
                                                        target:&target
                                                        action:&action];
-        return has ? (target == delegate.get() ? "own " : "another's ") +
-                         text(NSStringFromSelector(action))
-                   : std::string("none");
+        const bool quits = target == delegate.get() && name(action) == "quit";
+        return has ? (quits ? "quits" : "does something else") : "nothing";
     };
     Mac::current().clearCalls();
-    EXPECT_EQ(answerFor(@"q"), "own quit");
-    EXPECT_EQ(answerFor(@"w"), "none");
+    EXPECT_STREQ(answerFor(@"q"), "quits");
+    EXPECT_STREQ(answerFor(@"w"), "nothing");
     EXPECT_EQ(calls(), Lines());
 }
 

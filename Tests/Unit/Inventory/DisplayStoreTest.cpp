@@ -4,7 +4,9 @@
 #include "Support/SimulatedMacTest.h"
 #include "Veilpane/Power/DisplayDisconnect.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <numeric>
 
 namespace veilpane::test {
 
@@ -23,6 +25,19 @@ std::vector<CGDirectDisplayID> listedIDs() {
     for (const DisplayItem& item : list()) {
         ids.push_back(item.id);
     }
+    return ids;
+}
+
+/// 1 to `last`.
+std::vector<CGDirectDisplayID> upTo(int last) {
+    std::vector<CGDirectDisplayID> ids(static_cast<std::size_t>(last));
+    std::iota(ids.begin(), ids.end(), 1U);
+    return ids;
+}
+
+std::vector<CGDirectDisplayID> listedInOrderOfID() {
+    auto ids = listedIDs();
+    std::ranges::sort(ids);
     return ids;
 }
 
@@ -155,9 +170,48 @@ TEST_F(DisplayStoreTest, built_in_and_main_are_flagged) {
 }
 
 TEST_F(DisplayStoreTest, at_most_32_online_displays_are_listed) {
-    boot(scene({numberedDisplays(33)}));
-    EXPECT_EQ(listedIDs().size(), 32u);
-    EXPECT_EQ(calls({"CGGetOnlineDisplayList"})[0], "CGGetOnlineDisplayList(32) = 0");
+    for (const int online : {16, 17, 31, 32, 33, 63, 64}) {
+        boot(scene({numberedDisplays(online)}));
+        EXPECT_EQ(listedInOrderOfID(), upTo(std::min(online, 32))) << online;
+        EXPECT_EQ(calls({"CGGetOnlineDisplayList"})[0], "CGGetOnlineDisplayList(32) = 0");
+    }
+}
+
+TEST_F(DisplayStoreTest, a_disconnected_display_is_listed_beside_32_online_ones) {
+    boot(scene({numberedDisplays(32), R"({ "id": 33, "enabled": false })"}, {remembered("[33]")}));
+    const auto displays = list();
+    ASSERT_EQ(displays.size(), 33u);
+    EXPECT_EQ(displays.back().id, 33u);
+    EXPECT_TRUE(displays.back().isDisconnected);
+}
+
+TEST_F(DisplayStoreTest, an_id_0_in_a_list_is_no_display) {
+    for (const char* const function :
+         {"CGGetOnlineDisplayList", "CGGetActiveDisplayList", "SLSGetDisplayList"}) {
+        Mac& mac = boot(scene({main1, plain2}));
+        mac.failCall({.call = function, .nth = 0, .list = simulated_mac::ListFault::zero});
+        EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2})) << function;
+    }
+}
+
+TEST_F(DisplayStoreTest, a_remembered_id_0_is_listed_only_where_skylight_knows_it) {
+    Mac& mac = boot(scene({main1, plain2}, {remembered("[0]")}));
+    mac.failCall({.call = "SLSGetDisplayList", .nth = 0, .list = simulated_mac::ListFault::zero});
+    const auto displays = list();
+    ASSERT_EQ(displays.size(), 3u);
+    EXPECT_EQ(displays[2].id, 0u);
+    EXPECT_TRUE(displays[2].isDisconnected);
+    mac.clearFaults();
+    EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 2}));
+}
+
+TEST_F(DisplayStoreTest, the_largest_id_is_listed_like_any_other) {
+    boot(scene({main1, R"({ "id": 4294967295, "screenName": "Last" })",
+                R"({ "id": 4294967294, "enabled": false })"},
+               {remembered("[0, 4294967294, 4294967295]")}));
+    EXPECT_EQ(listedIDs(), (std::vector<CGDirectDisplayID>{1, 4294967295, 4294967294}));
+    EXPECT_EQ(nameOf(4294967295), "Last");
+    EXPECT_EQ(nameOf(4294967294), "显示器 4294967294");
 }
 
 TEST_F(DisplayStoreTest, every_display_costs_its_queries_afresh) {

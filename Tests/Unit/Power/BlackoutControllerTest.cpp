@@ -264,6 +264,19 @@ TEST_F(Blackout, restore_all_ends_mirrors_of_others_too) {
               (std::vector<std::string>{"CGGetOnlineDisplayList(16) = 0"}));
 }
 
+TEST_F(Blackout, restore_all_gives_back_what_this_program_has_blacked_out_whatever_its_place) {
+    for (const int online : {16, 17, 32, 33}) {
+        Mac& mac = boot(scene({numberedDisplays(online)}));
+        const auto last = static_cast<CGDirectDisplayID>(online);
+        controller().blackout(last);
+        EXPECT_EQ(mac.display(last).mirrors, 1u) << online;
+        EXPECT_FALSE(mac.display(last).lit) << online;
+        controller().restoreAll();
+        EXPECT_EQ(mac.display(last).mirrors, 0u) << online;
+        EXPECT_TRUE(mac.display(last).lit) << online;
+    }
+}
+
 TEST_F(Blackout, restore_all_stops_at_an_online_list_that_fails) {
     Mac& mac = boot(scene({main1, mirror2}));
     mac.failCall(fails("CGGetOnlineDisplayList").with(1000));

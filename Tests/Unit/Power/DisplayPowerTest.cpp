@@ -213,6 +213,28 @@ TEST_F(DisplayPowerTest, at_most_16_active_displays_are_asked_for) {
               (std::vector<std::string>{"CGGetActiveDisplayList(16) = 0"}));
 }
 
+TEST_F(DisplayPowerTest, the_last_of_many_displays_is_disconnected_and_reconnected) {
+    for (const int online : {16, 17, 32, 33, 62, 63}) {
+        Mac& mac = boot(scene({numberedDisplays(online)}));
+        const auto last = static_cast<CGDirectDisplayID>(online);
+        EXPECT_EQ(DisplayPower::setPower(false, last).method, disconnect) << online;
+        EXPECT_FALSE(mac.display(last).lit) << online;
+        EXPECT_TRUE(DisplayDisconnect::isDisconnectedByUs(last)) << online;
+        EXPECT_EQ(DisplayPower::setPower(true, last).message, "已重新连接显示器") << online;
+        EXPECT_TRUE(mac.display(last).lit) << online;
+    }
+}
+
+TEST_F(DisplayPowerTest, the_largest_id_is_switched_like_any_other) {
+    Mac& mac = boot(scene({main1, R"({ "id": 4294967295 })"}));
+    EXPECT_EQ(DisplayPower::setPower(false, 4294967295).method, disconnect);
+    EXPECT_FALSE(mac.display(4294967295).lit);
+    EXPECT_EQ(mac.storedDefaults()["Veilpane.disconnectedDisplayIDs"].dump(), "[4294967295]");
+    EXPECT_EQ(DisplayPower::statusLine(4294967295), "状态：已断开（系统设置不可见）");
+    EXPECT_EQ(DisplayPower::setPower(true, 4294967295).message, "已重新连接显示器");
+    EXPECT_TRUE(mac.display(4294967295).lit);
+}
+
 TEST_F(DisplayPowerTest, without_skylight_no_active_display_is_counted) {
     boot(scene({main1, ddc2}, {noSkyLight}));
     ASSERT_TRUE(DisplayPower::setPower(false, 2).success);

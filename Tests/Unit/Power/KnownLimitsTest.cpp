@@ -6,6 +6,7 @@
 #include "Veilpane/Power/DisplayDisconnect.h"
 #include "Veilpane/Power/DisplayPower.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace veilpane::test {
@@ -39,6 +40,44 @@ TEST_F(KnownLimits, display_0_is_asked_for_like_any_other) {
     (void)DisplayPower::setPower(false, 0);
     EXPECT_EQ(calls({"SLSConfigureDisplayEnabled"}),
               (std::vector<std::string>{"SLSConfigureDisplayEnabled(1, 0, false) = 1001"}));
+}
+
+std::vector<CGDirectDisplayID> listedIDs() {
+    std::vector<CGDirectDisplayID> displayIDs;
+    for (const DisplayItem& display : DisplayStore::shared().listDisplays()) {
+        displayIDs.push_back(display.id);
+    }
+    return displayIDs;
+}
+
+bool isListed(CGDirectDisplayID displayID) {
+    return std::ranges::count(listedIDs(), displayID) != 0;
+}
+
+TEST_F(KnownLimits, online_displays_from_the_33rd_on_are_not_listed_or_look_disconnected) {
+    boot(scene({R"({ "id": 1 })", numberedDisplays(33).substr(main1.size() + 2),
+                R"({ "id": 34, "main": true })"},
+               {remembered("[33]")}));
+    EXPECT_FALSE(isListed(34)) << "although it is the main one";
+    EXPECT_TRUE(isListed(33));
+    EXPECT_EQ(DisplayPower::setPower(false, 33).message, "显示器已断开");
+}
+
+TEST_F(KnownLimits, beside_64_known_displays_a_disconnected_one_is_not_listed) {
+    Mac& mac = boot(scene({numberedDisplays(64)}));
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    ASSERT_FALSE(mac.display(2).lit);
+    EXPECT_FALSE(isListed(2));
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_TRUE(mac.display(2).lit);
+}
+
+TEST_F(KnownLimits, what_others_mirror_from_the_17th_display_on_is_not_let_go_at_the_end) {
+    Mac& mac = boot(scene(
+        {numberedDisplays(15), R"({ "id": 16, "mirrors": 1 })", R"({ "id": 17, "mirrors": 1 })"}));
+    BlackoutController::shared().restoreAll();
+    EXPECT_EQ(mac.display(16).mirrors, 0u);
+    EXPECT_EQ(mac.display(17).mirrors, 1u);
 }
 
 TEST_F(KnownLimits, a_display_that_does_not_exist_is_said_to_be_blacked_out) {

@@ -45,13 +45,7 @@ forbid 'SimulatedMac/(Calls|Tools)/|ObjectiveC/' "$simulated/World"
 forbid 'SimulatedMac/(Tools/|World/(Attended)?Mac\.h)' "$simulated/Calls"
 forbid 'SimulatedMac/(Calls/|World/Mac\.h)' "$simulated/Tools"
 
-# Each known limit names the test that pins it.
-grep -o '\.[a-z_0-9]*` |$' Docs/KnownLimits.md | tr -cd 'a-z_0-9\n' | while read -r test; do
-    git grep -q -E "[ ,(\"]${test}[)\"]?" -- Tests || {
-        echo "lint.sh: Docs/KnownLimits.md names '$test', which is no test" >&2
-        exit 1
-    }
-done
+python3 Scripts/check_limits.py
 
 cmake --preset linux >/dev/null
 git ls-files 'Sources/*.cpp' 'Sources/*.mm' |

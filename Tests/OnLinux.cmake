@@ -85,7 +85,7 @@ set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
-foreach(script bootstrap check_layers fetch_tools)
+foreach(script bootstrap check_layers fetch_tools planted_bugs)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)

@@ -96,7 +96,7 @@ target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
-foreach(script bootstrap check_layers check_limits coverage fetch_tools)
+foreach(script bootstrap check_layers check_limits coverage fetch_tools planted_bugs)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)

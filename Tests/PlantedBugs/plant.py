@@ -1,0 +1,245 @@
+#!/usr/bin/env python3
+"""Makes wrong programs out of Sources/, one small change each, and tells which no test notices.
+
+A change that does not compile is no wrong program. Each of the others is run against the tests that could
+notice it, until one fails or takes 20 s longer than usual. Every survivor is printed with the line before
+and after, and the last line gives the score. What is the same program in other words is listed in
+equal.txt beside this file, with the reason.
+
+The exit status is 0 when every wrong program was noticed, 1 when one survived, 2 for bad usage or when the
+tests fail by themselves. About an hour on two idle cores for everything.
+"""
+import argparse
+import collections
+import hashlib
+import pathlib
+import sys
+import threading
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+
+import builds  # noqa: E402
+import mutations  # noqa: E402
+import trials  # noqa: E402
+
+HERE = pathlib.Path(__file__).resolve().parent
+ORDER = ["Power", "WindowServer", "CDdc", "Registry", "Inventory", "CommandLine", "Support", "Ownership",
+         "Veilpane", "Menu"]
+SOAK = trials.Trial("Soak", ("--faults", "3000", "--steps", "0", "--jobs", "2"), "Safety", "Soak")
+
+
+def source_files():
+    files = [path.relative_to(builds.SOURCES).as_posix() for path in sorted(builds.SOURCES.rglob("*"))
+             if path.suffix in (".h", ".cpp", ".mm")]
+    return sorted(files, key=lambda file: (ORDER.index(trials.room_of(file)), file))
+
+
+def text_of(file):
+    return (builds.SOURCES / file).read_text(encoding="utf-8")
+
+
+def all_mutants():
+    return [mutant for file in source_files() for mutant in mutations.mutants_of(file, text_of(file))]
+
+
+def equal_entries(mutants, path=HERE / "equal.txt"):
+    """The mutants that are the program itself in other words. Throws Failure for an entry that fits
+    none."""
+    by_change = collections.defaultdict(set)
+    for mutant in mutants:
+        by_change[mutant.file, mutant.kind, mutant.changed_lines(text_of(mutant.file))].add(mutant)
+    equal = set()
+    for file, kind, before, after, reason in read_equal(path):
+        fitting = by_change.get((file, kind, (before, after)))
+        if not fitting or not reason:
+            raise builds.Failure(f"equal.txt: '{file} {kind}: {after}' fits no wrong program any more")
+        equal |= fitting
+    return equal
+
+
+def read_equal(path):
+    """Entries of four lines and an empty one: file and kind, the line before, after, the reason."""
+    lines = [line for line in path.read_text(encoding="utf-8").splitlines() if not line.startswith("#")]
+    for entry in "\n".join(lines).strip().split("\n\n"):
+        parts = entry.split("\n")
+        if entry and (len(parts) != 4 or not parts[1].startswith("- ") or not parts[2].startswith("+ ")):
+            raise builds.Failure(f"equal.txt: this is no entry:\n{entry}")
+        if entry:
+            file, _, kind = parts[0].partition(" ")
+            yield file, kind, parts[1][2:], parts[2][2:], parts[3].strip()
+
+
+def chosen_from(mutants, options):
+    if options.only:
+        mutants = [mutant for mutant in mutants if any(part in mutant.file for part in options.only)]
+        if not mutants:
+            raise builds.Failure(f"nothing can be planted in {', '.join(options.only)}")
+    if options.count is None or options.count >= len(mutants):
+        return mutants
+    scattered = sorted(mutants, key=lambda mutant: hashlib.sha1(mutant.name.encode()).digest())
+    kept = set(scattered[options.skip:options.skip + options.count])
+    return [mutant for mutant in mutants if mutant in kept]
+
+
+class Tally:
+    """What has become of the wrong programs so far."""
+
+    def __init__(self, wanted):
+        self.wanted = wanted
+        self.lock = threading.Lock()
+        self.verdicts = collections.defaultdict(collections.Counter)
+        self.done = 0
+
+    def add(self, mutant, verdict, test=None):
+        with self.lock:
+            self.done += 1
+            self.verdicts[trials.room_of(mutant.file)][verdict] += 1
+            if verdict == "survived":
+                before, after = mutant.changed_lines(text_of(mutant.file))
+                print(f"survived: {mutant.name}\n    - {before}\n    + {after}", flush=True)
+            with open(builds.FOLDER / "verdicts.txt", "a", encoding="utf-8") as file:
+                file.write(f"{verdict}\t{mutant.name}\t{test or ''}\n")
+            if self.done % 20 == 0:
+                print(f"{self.done} of {self.wanted}", file=sys.stderr, flush=True)
+
+    def count(self, verdict):
+        return sum(counts[verdict] for counts in self.verdicts.values())
+
+    def print_rooms(self):
+        for room in sorted(self.verdicts, key=ORDER.index):
+            counts = self.verdicts[room]
+            print(f"{room}: {counts['noticed'] + counts['survived']} planted, {counts['survived']} survived, "
+                  f"{counts['not compiling']} did not compile")
+
+
+def judge_all(mutants, benches, knowledge, tally):
+    waiting = list(reversed(mutants))
+    problems = []
+
+    def work(bench):
+        while not problems:
+            with tally.lock:
+                if not waiting:
+                    return
+                mutant = waiting.pop()
+            try:
+                judge(mutant, bench, knowledge, tally)
+            except builds.Failure as failure:
+                problems.append(failure)
+            finally:
+                bench.restore()
+
+    workers = [threading.Thread(target=work, args=(bench,)) for bench in benches]
+    for worker in workers:
+        worker.start()
+    for worker in workers:
+        worker.join()
+    knowledge.remember()
+    if problems:
+        raise problems[0]
+
+
+def judge(mutant, bench, knowledge, tally):
+    if not bench.plant(mutant.file, mutant.applied(text_of(mutant.file))):
+        tally.add(mutant, "not compiling")
+        return
+    test = knowledge.noticing(mutant.file, bench)
+    tally.add(mutant, "noticed" if test else "survived", test)
+
+
+def score(noticed, survived):
+    return 100.0 * noticed / max(noticed + survived, 1)
+
+
+def plant(options):
+    mutants = all_mutants()
+    equal = equal_entries(mutants)
+    chosen = chosen_from(mutants, options)
+    if options.list:
+        for mutant in chosen:
+            print(mutant.name + (" (equal)" if mutant in equal else ""))
+        return 0
+    to_judge = [mutant for mutant in chosen if mutant not in equal]
+    builds.build_all()
+    benches = make_benches(options.jobs)
+    knowledge = trials.Trials(trials.all_trials())
+    if not options.unchecked:
+        knowledge.require_all_pass(benches)
+    tally = Tally(len(to_judge))
+    judge_all(to_judge, benches, knowledge, tally)
+    tally.print_rooms()
+    noticed, survived = tally.count("noticed"), tally.count("survived")
+    print(f"{noticed + survived} planted, {noticed} noticed, {survived} survived, "
+          f"{len(chosen) - len(to_judge)} equal to the program: score {score(noticed, survived):.1f} %")
+    return 1 if survived else 0
+
+
+def make_benches(jobs):
+    recipes = builds.Recipes()
+    return [builds.Bench(recipes, number) for number in range(jobs)]
+
+
+def read_by_hand(path):
+    """A bug chosen by hand: what is wrong, the file, and what replaces what in it."""
+    title, _, rest = path.read_text(encoding="utf-8").partition("\n")
+    file, _, rest = rest.partition("\n")
+    before, separator, after = rest.partition("\n--- becomes\n")
+    text = text_of(file.strip())
+    if not separator or text.count(before) != 1:
+        raise builds.Failure(f"{path.name}: what it replaces is not in {file.strip()} just once")
+    return title, file.strip(), text.replace(before, after.rstrip("\n"))
+
+
+def plant_by_hand():
+    """Each bug chosen by hand has to be found by the safety runs alone."""
+    bugs = [read_by_hand(path) for path in sorted((HERE / "by-hand").glob("*.txt"))]
+    builds.build_all()
+    bench = make_benches(1)[0]
+    knowledge = trials.Trials([])
+    found = 0
+    for title, file, text in bugs:
+        if not bench.plant(file, text):
+            raise builds.Failure(f"'{title}' does not compile")
+        is_found = knowledge.fails(SOAK, bench)
+        found += is_found
+        print(f"{'found' if is_found else 'NOT FOUND'}: {title}", flush=True)
+        bench.restore()
+    print(f"{len(bugs)} planted by hand, {found} found by the safety runs")
+    return 0 if found == len(bugs) else 1
+
+
+def natural(text):
+    number = int(text)
+    if number < 1:
+        raise ValueError
+    return number
+
+
+def options_from(words):
+    parser = argparse.ArgumentParser(prog="planted-bugs.sh", description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--jobs", type=natural, default=2, metavar="N", help="so many at once (2)")
+    parser.add_argument("--only", action="append", metavar="FILE",
+                        help="only in files whose path below Sources/ has this in it; may be repeated")
+    parser.add_argument("--count", type=natural, metavar="N", help="only N, taken evenly")
+    parser.add_argument("--skip", type=int, default=0, metavar="N",
+                        help="with --count: not the first N of them, to go on after another run")
+    parser.add_argument("--list", action="store_true", help="only print the names")
+    parser.add_argument("--unchecked", action="store_true",
+                        help="take it that the tests pass with no bug planted")
+    parser.add_argument("--by-hand", action="store_true",
+                        help="the bugs chosen by hand instead, against the safety runs alone")
+    return parser.parse_args(words)
+
+
+def main():
+    options = options_from(sys.argv[1:])
+    try:
+        return plant_by_hand() if options.by_hand else plant(options)
+    except builds.Failure as failure:
+        print(f"planted-bugs.sh: {failure}", file=sys.stderr)
+        return 2
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""What is planted as a bug, and what the lists of bugs are held to: test_planted_bugs.py"""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+PLANT = PROJECT / "Tests" / "PlantedBugs" / "plant.py"
+sys.path.insert(0, str(PLANT.parent))
+
+import builds  # noqa: E402
+import mutations  # noqa: E402
+import plant  # noqa: E402
+
+
+def changes(text):
+    return {(mutant.kind, mutant.changed_lines(text)[1]) for mutant in mutations.mutants_of("a.cpp", text)}
+
+
+def in_function(statements, head="void f(int a, int b)"):
+    return changes(f"{head} {{\n{statements}\n}}\n")
+
+
+class WhatIsPlanted(unittest.TestCase):
+    def test_a_condition_is_turned_in_every_way(self):
+        self.assertEqual(in_function("if (a == b) {\n}"),
+                         {("condition-false", "if (false) {"), ("condition-true", "if (true) {"),
+                          ("comparison-turned", "if (a != b) {")})
+
+    def test_a_declaration_in_a_condition_stays(self):
+        self.assertIn(("condition-false", "if (auto x = g(); false) {"), in_function("if (auto x = g()) {\n}"))
+
+    def test_calls_are_dropped_and_exchanged_with_their_neighbours(self):
+        found = in_function("g();\n[h run];\nint x = k();")
+        self.assertIn(("call-dropped", ";"), found)
+        self.assertIn(("calls-swapped", "[h run]; g();"), found)
+        self.assertNotIn(("call-dropped", "int x = ;"), found)
+        self.assertEqual({kind for kind, _ in found}, {"call-dropped", "calls-swapped"})
+
+    def test_arguments_are_exchanged_also_those_of_a_message(self):
+        self.assertIn(("arguments-exchanged", "g(b, a);"), in_function("g(a, b);"))
+        self.assertIn(("arguments-exchanged", "[x put:b at:a];"), in_function("[x put:a at:b];"))
+
+    def test_results_are_turned_or_emptied(self):
+        self.assertIn(("result-turned", "return !(a == b);"),
+                      in_function("return a == b;", "bool f(int a, int b)"))
+        self.assertIn(("result-emptied", "return {};"), in_function("return g();", "Thing f()"))
+
+    def test_constants_and_texts_move(self):
+        self.assertEqual(changes('constexpr int a = 0x6E;\nconst char* const t = "on";\n'),
+                         {("constant-moved", "constexpr int a = 0x6F;"),
+                          ("text-changed", 'const char* const t = "onx";')})
+
+    def test_comments_includes_and_declarations_are_left_alone(self):
+        self.assertEqual(changes('#include "a.h"\n// if (a == 1)\nvoid f(int a, int b);\n'
+                                 'template <class T> using U = V<T>;\n[[nodiscard]] int g();\n'), set())
+
+    def test_names_tell_file_line_column_and_kind(self):
+        mutants = mutations.mutants_of("a.cpp", "void f() {\n    g(true);\n}\n")
+        self.assertEqual([mutant.name for mutant in mutants],
+                         ["a.cpp:2:5 call-dropped", "a.cpp:2:7 truth-turned"])
+
+
+class Lists(unittest.TestCase):
+    def test_every_file_with_code_in_it_gives_wrong_programs(self):
+        planted = {mutant.file for mutant in plant.all_mutants()}
+        sources = {file for file in plant.source_files() if not file.endswith(".h")}
+        self.assertEqual(sources - planted, {"Veilpane/AppMain.mm"})
+
+    def test_every_entry_of_the_equal_ones_fits_a_change(self):
+        plant.equal_entries(plant.all_mutants())
+
+    def test_an_entry_that_fits_no_change_any_more_is_an_error(self):
+        self.assert_rejected("a.cpp call-dropped\n- g();\n+ ;\nNobody asks.\n", "fits no wrong program")
+
+    def test_what_is_no_entry_is_an_error(self):
+        self.assert_rejected("a.cpp call-dropped\n- g();\n", "no entry")
+
+    def test_every_bug_chosen_by_hand_can_be_planted(self):
+        bugs = sorted((PLANT.parent / "by-hand").glob("*.txt"))
+        self.assertGreaterEqual(len(bugs), 12)
+        for path in bugs:
+            _, file, text = plant.read_by_hand(path)
+            self.assertNotEqual(text, plant.text_of(file))
+
+    def assert_rejected(self, text, problem):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "equal.txt"
+            path.write_text(text, encoding="utf-8")
+            with self.assertRaisesRegex(builds.Failure, problem):
+                plant.equal_entries([], path)
+
+
+class CommandLine(unittest.TestCase):
+    def assert_refused(self, *words):
+        done = subprocess.run([sys.executable, PLANT, *words], capture_output=True, text=True, check=False)
+        self.assertEqual((done.returncode, done.stdout), (2, ""))
+
+    def test_bad_usage_is_refused(self):
+        self.assert_refused("--jobs", "0")
+        self.assert_refused("--only", "Nowhere.cpp", "--list")
+        self.assert_refused("--nonsense")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -31,7 +31,8 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/HostileProcessTest.cpp
   EndToEnd/MenuBarApplicationTest.cpp
   EndToEnd/UnusualAnswersTest.cpp)
-add_executable(Soak
+# The promises and rules, for whoever holds the program to them.
+add_library(Safety STATIC
   Safety/Companion.cpp
   Safety/Desk.cpp
   Safety/FaultRuns.cpp
@@ -41,9 +42,10 @@ add_executable(Soak
   Safety/Operation.cpp
   Safety/Promise.cpp
   Safety/Rules.cpp
-  Safety/Situations.cpp
-  Safety/Soak.mm)
-target_link_libraries(Soak PRIVATE TestSupport CompilerWarnings)
+  Safety/Situations.cpp)
+target_link_libraries(Safety PUBLIC TestSupport PRIVATE CompilerWarnings)
+add_executable(Soak Safety/Soak.mm)
+target_link_libraries(Soak PRIVATE Safety CompilerWarnings)
 # A fair sample of what Scripts/soak.sh does at length; under the sanitizers a smaller one.
 if(VEILPANE_SANITIZE)
   set(SOAK_SAMPLE --faults 1500 --steps 5000)
@@ -77,7 +79,9 @@ target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIR
 target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm
   Unit/Menu/AppDelegateOnGNUstepTest.mm
-  Unit/Menu/EventLogOnLinuxTest.mm)
+  Unit/Menu/EventLogOnLinuxTest.mm
+  Unit/Menu/MenuUnderFaultsTest.mm)
+target_link_libraries(MenuBarTests PRIVATE Safety)
 
 set(GNUSTEP_TESTS ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Tests)
 add_executable(GNUstepTests
@@ -89,7 +93,7 @@ add_executable(GNUstepTests
   ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Layout/LinearProgram.cpp)
 target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
 
-precompile(Soak <nlohmann/json.hpp>)
+precompile(Safety <nlohmann/json.hpp>)
 
 add_executable(StatusIconPicture Pictures/StatusIconPicture.mm)
 target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)

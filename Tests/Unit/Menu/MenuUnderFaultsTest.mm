@@ -1,0 +1,139 @@
+// The menu is built, a switch is flipped and the application quits while a call of the platform
+// goes wrong, or somebody changes the Mac at that moment.
+
+#include "Safety/Forked.h"
+#include "Safety/Mischief.h"
+#include "Safety/Rules.h"
+#include "SimulatedMac/World/Ledger.h"
+#include "Support/MenuBarTest.h"
+#include "Support/Scenes.h"
+#import "Veilpane/Menu/PowerSwitchRowView.h"
+
+#include <csignal>
+#include <map>
+#include <sstream>
+
+namespace veilpane::test {
+
+namespace {
+
+using safety::Mischief;
+using simulated_mac::Mac;
+using simulated_mac::Scene;
+
+constexpr int impossibleEvent = 2;  // the status with which the simulated Mac refuses one
+constexpr std::size_t everyNth = 5; // calls; the others' turns are the safety runs', without a menu
+
+const Scene& desk() {
+    static const Scene scene = Scene::parse(
+        ::scene({builtIn1, ddcStudio2, right3}, {R"("profiler": { "missing": true })"}), "desk");
+    return scene;
+}
+
+PowerSwitchRowView* switchRowOf(NSMenu* menu, CGDirectDisplayID displayID) {
+    for (NSMenuItem* item in [menu itemArray]) {
+        if ([[item view] isKindOfClass:[PowerSwitchRowView class]]) {
+            auto* const row = static_cast<PowerSwitchRowView*>([item view]);
+            if ([row displayID] == displayID) {
+                return row;
+            }
+        }
+    }
+    return nil;
+}
+
+bool hasQuitItem(NSMenu* menu) {
+    for (NSMenuItem* item in [menu itemArray]) {
+        if ([[item keyEquivalent] isEqualToString:@"q"]) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// What the application does between its start and its end, and what is wrong with it; empty for
+/// nothing.
+std::string useMenu(AppDelegate* delegate) {
+    NSMenu* const menu = [[[NSMenu alloc] init] autorelease];
+    for (const CGDirectDisplayID displayID : {2U, 3U}) {
+        [delegate menuNeedsUpdate:menu];
+        if (!hasQuitItem(menu)) {
+            return "a menu without a way to quit";
+        }
+        if (PowerSwitchRowView* const row = switchRowOf(menu, displayID)) {
+            flip(row);
+        }
+    }
+    [delegate applicationWillTerminate:anyNotification()];
+    return simulated_mac::ledger::outstanding();
+}
+
+struct Session {
+    std::string broken;
+    std::string calls; ///< their names, a line each
+};
+
+Session runSession(const Mischief* wrong) {
+    @autoreleasepool {
+        [NSApplication sharedApplication];
+        const ReplacedMethod runModal(
+            [NSAlert class], @selector(runModal),
+            implementationOf(+[](NSAlert*, SEL) { return NSInteger(0); }));
+        Mac& mac = Mac::boot(desk());
+        safety::Calls calls;
+        mac.listen([&calls](const safety::LoggedCall& call) { calls.push_back(call); });
+        if (wrong != nullptr) {
+            wrong->plan(mac);
+        }
+        const auto delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
+        Session session;
+        session.broken = useMenu(delegate.get());
+        if (session.broken.empty()) {
+            session.broken = safety::brokenRule(calls);
+        }
+        if (session.broken.empty() && (wrong == nullptr || !wrong->misleads) &&
+            !mac.display(1).lit) {
+            session.broken = "the main display is dark";
+        }
+        for (const safety::LoggedCall& call : calls) {
+            session.calls += call.call + "\n";
+        }
+        return session;
+    }
+}
+
+/// One thing that can go wrong at every few calls of a session.
+std::vector<Mischief> mischiefInTurn(const std::string& calls) {
+    std::vector<Mischief> all;
+    std::map<std::string, int> made;
+    std::istringstream stream(calls);
+    std::size_t place = 0;
+    for (std::string call; std::getline(stream, call); ++place) {
+        const int nth = ++made[call];
+        const auto ways = safety::mischiefAt(call, nth, desk());
+        if (place % everyNth == 0 && !ways.empty()) {
+            all.push_back(ways[place * 7 % ways.size()]);
+        }
+    }
+    return all;
+}
+
+TEST(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) {
+    safety::Forked forked;
+    const auto sound = forked.run([] { return runSession(nullptr).calls; });
+    const std::vector<Mischief> all = mischiefInTurn(sound.text);
+    ASSERT_GT(all.size(), 20U);
+    for (const Mischief& wrong : all) {
+        const auto end = forked.run([&wrong] { return runSession(&wrong).broken; });
+        const bool endedByEvent =
+            wrong.event && (end.signal == SIGTERM || end.status == impossibleEvent);
+        EXPECT_EQ(end.text, "") << wrong.described();
+        EXPECT_TRUE(endedByEvent || (end.signal == 0 && end.status == 0))
+            << wrong.described() << ": signal " << end.signal << ", status " << end.status;
+    }
+    RecordProperty("sessions", static_cast<int>(all.size()));
+}
+
+} // namespace
+
+} // namespace veilpane::test

@@ -100,6 +100,10 @@ target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
+add_test(NAME Program.destroys_nothing_at_its_end
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/check_destructors.py
+    ${CMAKE_NM} $<TARGET_FILE:VeilpaneCore> $<TARGET_OBJECTS:Veilpane>)
+set_tests_properties(Program.destroys_nothing_at_its_end PROPERTIES LABELS unit)
 foreach(script bootstrap check_layers check_limits coverage fetch_tools planted_bugs)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)

@@ -5,8 +5,8 @@ set -eu
 usage="usage: test.sh [--all | NAME]
 
 Without arguments: sets up, builds, and runs every test once, about five minutes on two processors.
-  --all   also checks the form of the sources, runs the tests under the sanitizers, and builds the
-          program for a Mac, looks at it and runs it here, about a quarter of an hour
+  --all   also checks the form of the sources, runs the tests under the sanitizers, feeds the fuzzers
+          and builds the program for a Mac, looks at it and runs it here, about half an hour
   NAME    runs the tests in whose names this occurs, and nothing else"
 
 cd "$(dirname "$0")/.."
@@ -33,6 +33,8 @@ test_all() {
     test_preset linux "what Linux runs, and the program for a Mac on Linux" \
         "-DVEILPANE_SHIPPED_PROGRAM=$PWD/build/macos-cross/Veilpane.app/Contents/MacOS/Veilpane"
     test_preset linux-asan "what Linux runs, under the sanitizers"
+    step build/fuzz.log "Feeding the fuzzers" sh Scripts/fuzz.sh 20
+    cat build/fuzz.log
 }
 
 test_some() { # NAME
@@ -40,7 +42,7 @@ test_some() { # NAME
     step build/linux-configure.log "Configuring" cmake --preset linux
     step build/linux-build.log "Building" cmake --build --preset linux
     found=no
-    for tests in UnitTests SimulatedMacTests MenuBarTests GNUstepTests EndToEndTests; do
+    for tests in UnitTests SimulatedMacTests MenuBarTests GNUstepTests EndToEndTests MacProgramTests; do
         program=build/linux/Tests/$tests
         if "$program" --gtest_list_tests --gtest_filter="*$1*" | grep -q '^  '; then
             found=yes

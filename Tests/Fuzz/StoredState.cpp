@@ -6,6 +6,7 @@
 #include "Fuzz/FuzzInput.h"
 #include "Fuzz/MacStateInvariants.h"
 #include "SimulatedMac/World/InputError.h"
+#include "SimulatedMac/World/StateDirectory.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -32,7 +33,7 @@ struct StoredMac {
 };
 
 StoredMac readMac() {
-    const std::string file = directory().file(StateDirectory::stateFile);
+    const std::string file = directory().place(StateDirectory::stateFile);
     const nlohmann::json stored = readState(directory());
     const Scene scene = Scene::parse(stored["scene"].get<std::string>(), file + ": scene");
     return {scene, MacState(scene, stored["displays"], file)};
@@ -41,7 +42,7 @@ StoredMac readMac() {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string file = directory().file(StateDirectory::stateFile);
+    const std::string file = directory().place(StateDirectory::stateFile);
     std::ofstream(file, std::ios::binary) << fuzz::textOf(data, size);
     try {
         const StoredMac mac = readMac();

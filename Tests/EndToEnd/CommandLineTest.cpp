@@ -2,6 +2,7 @@
 #include "Support/Scenes.h"
 
 #include <algorithm>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -190,18 +191,113 @@ TEST(CommandLine, a_damaged_stored_set_is_ignored_and_written_anew) {
               "{\"Veilpane.disconnectedDisplayIDs\":[]}\n");
 }
 
-TEST(CommandLine, a_closed_standard_output_changes_nothing_else) {
-    const MacOnDisk mac;
-    EXPECT_EQ(mac.veilpaneUnderShell("--power off 2 >&-"), quiet(0, ""));
-    EXPECT_FALSE(mac.display(2)["online"]);
+struct ClosedStreams {
+    const char* name;
+    const char* redirection;
+    bool printsAll; ///< or nothing
+
+    friend void PrintTo(const ClosedStreams& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class CommandLineWithout : public testing::TestWithParam<ClosedStreams> {};
+
+TEST_P(CommandLineWithout, some_standard_streams_does_and_prints_the_same) {
+    for (const char* const command : {"--list", "--power off 2", "--selftest"}) {
+        const MacOnDisk usual;
+        const MacOnDisk mac;
+        const ProgramRun expected = usual.veilpaneUnderShell(command);
+        ASSERT_EQ(expected.status, 0) << command;
+        EXPECT_EQ(mac.veilpaneUnderShell(std::string(command) + " " + GetParam().redirection),
+                  quiet(0, GetParam().printsAll ? expected.output : ""))
+            << command;
+        EXPECT_EQ(mac.macsim({"show"}), usual.macsim({"show"})) << command;
+        EXPECT_EQ(mac.macsim({"defaults"}), usual.macsim({"defaults"})) << command;
+    }
 }
 
-TEST(CommandLine, standard_input_and_error_may_be_closed) {
-    const MacOnDisk mac;
-    EXPECT_EQ(mac.veilpaneUnderShell("--list <&- 2>&-"),
-              quiet(0, "1\tColor LCD\tmain,builtin,no-ddc\n"
-                       "3\tSide\tno-ddc\n"
-                       "2\tStudio\tddc\n"));
+INSTANTIATE_TEST_SUITE_P(StandardStreams, CommandLineWithout,
+                         testing::Values(ClosedStreams{"input", "<&-", true},
+                                         ClosedStreams{"output", ">&-", false},
+                                         ClosedStreams{"error", "2>&-", true},
+                                         ClosedStreams{"input_and_error", "<&- 2>&-", true},
+                                         ClosedStreams{"output_and_error", ">&- 2>&-", false},
+                                         ClosedStreams{"all", "<&- >&- 2>&-", false}),
+                         [](const auto& info) { return info.param.name; });
+
+/// So many displays, whose names together are more than a pipe holds.
+std::string displaysWithLongNames() {
+    nlohmann::json displays = nlohmann::json::array();
+    for (int id = 1; id <= 9; ++id) {
+        displays.push_back(
+            {{"id", id}, {"main", id == 1}, {"profilerName", std::string(10'000, 'x')}});
+    }
+    return nlohmann::json{{"displays", displays}}.dump();
+}
+
+TEST(CommandLine, a_reader_that_takes_only_the_first_line_changes_nothing_else) {
+    // Whoever runs the tests may have it ignored, which children inherit.
+    std::signal(SIGPIPE, SIG_DFL);
+    for (const char* const command : {"--list", "--selftest", "--power off 2"}) {
+        const MacOnDisk mac(displaysWithLongNames());
+        const MacOnDisk untouched(displaysWithLongNames());
+        const std::string pipeline = std::string("'") + VEILPANE_EXECUTABLE + "' " + command +
+                                     " | head -n 1 >/dev/null; echo ${PIPESTATUS[0]}";
+        EXPECT_EQ(runProgram("/bin/bash", {"-c", pipeline}, mac.environment()), quiet(0, "0\n"))
+            << command;
+        if (std::string(command) == "--power off 2") {
+            EXPECT_FALSE(mac.display(2)["online"]);
+        } else {
+            EXPECT_EQ(mac.macsim({"show"}), untouched.macsim({"show"})) << command;
+        }
+    }
+}
+
+struct NameRow {
+    const char* name;
+    std::string displayName;
+
+    friend void PrintTo(const NameRow& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class NameOnTheCommandLine : public testing::TestWithParam<NameRow> {};
+
+// A list of one line per display needs names without line feeds, and fields names without tabs.
+TEST_P(NameOnTheCommandLine, is_printed_as_it_stands) {
+    const std::string& name = GetParam().displayName;
+    const nlohmann::json displays = {{{"id", 1}, {"main", true}, {"profilerName", "Panel"}},
+                                     {{"id", 2}, {"profilerName", name}}};
+    const MacOnDisk mac(nlohmann::json{{"displays", displays}}.dump());
+    EXPECT_EQ(mac.veilpane({"--list"}),
+              quiet(0, "1\tPanel\tmain,no-ddc\n2\t" + name + "\tno-ddc\n"));
+    const ProgramRun test = mac.veilpane({"--selftest"});
+    EXPECT_EQ(test.status, 0);
+    EXPECT_TRUE(test.output.contains("- id=2 name=" + name + " main=false"));
+    EXPECT_TRUE(test.output.contains("on id=2 " + name + " ...\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, NameOnTheCommandLine,
+    testing::Values(NameRow{"of_10000_characters", std::string(10'000, 'x')},
+                    NameRow{"with_control_characters", "A\x1B[31mB\x07\x7F\r"},
+                    NameRow{"from_right_to_left", "שולחן \u202Eabc\u202C"},
+                    NameRow{"with_joined_emoji", "👨‍👩‍👧‍👦 Desk"},
+                    NameRow{"with_a_zero_character", std::string("A\0B", 3)},
+                    NameRow{"with_a_tab", "A\tno-ddc"}, NameRow{"with_a_line_feed", "A\n3\tB\tddc"},
+                    NameRow{"of_a_line_feed", "\n"},
+                    NameRow{"with_other_line_ends", "A\u2028B\u0085C\v\f"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(CommandLine, the_largest_id_is_listed_and_switched_like_any_other) {
+    const MacOnDisk mac(
+        scene({panel1, R"({ "id": 4294967295, "screenName": "Last" })"}, {remembered("[0]")}));
+    EXPECT_EQ(mac.veilpane({"--power", "off", "4294967295"}), quiet(0, disconnected));
+    EXPECT_EQ(mac.veilpane({"--list"}),
+              quiet(0, "1\tPanel\tmain,builtin,no-ddc\n"
+                       "4294967295\t显示器 4294967295\tno-ddc,disconnected,sls-off\n"));
+    EXPECT_EQ(mac.veilpane({"--power", "on", "4294967295"}).status, 0);
+    EXPECT_TRUE(mac.display(4294967295)["lit"]);
+    EXPECT_EQ(mac.veilpane({"--list"}).output,
+              "1\tPanel\tmain,builtin,no-ddc\n4294967295\tLast\tno-ddc\n");
 }
 
 } // namespace

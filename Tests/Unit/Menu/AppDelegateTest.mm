@@ -7,8 +7,10 @@
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 #include "Veilpane/Power/BlackoutController.h"
+#include "Veilpane/Support/UTF8Text.h"
 
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 /// A status item that AppKit has made no button for.
@@ -342,12 +344,94 @@ TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
     EXPECT_TRUE(rows().at(7).starts_with("disabled '开： ")) << rows().at(7);
 }
 
-TEST_F(AppDelegateTest, a_name_with_a_zero_character_is_shown_whole) {
-    boot(scene({main1, R"({ "id": 2, "profilerName": "A\u0000B" })"}));
+struct NameRow {
+    const char* name;
+    std::string displayName;
+
+    friend void PrintTo(const NameRow& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class NameInTheMenu : public AppDelegateTest, public testing::WithParamInterface<NameRow> {
+protected:
+    void bootWithName() {
+        const nlohmann::json displays = {{{"id", 1}, {"main", true}},
+                                         {{"id", 2}, {"profilerName", GetParam().displayName}}};
+        boot(nlohmann::json{{"displays", displays}}.dump());
+        launch();
+    }
+};
+
+TEST_P(NameInTheMenu, is_shown_whole_in_a_row_like_any_other) {
+    bootWithName();
+    PowerSwitchRowView* const row = switchRow(openMenu(), 2);
+    EXPECT_EQ(utf8Text([[row titleLabel] stringValue]), GetParam().displayName);
+    [row layoutSubtreeIfNeeded];
+    EXPECT_TRUE(NSEqualSizes([row frame].size, NSMakeSize(280, 40)));
+    EXPECT_EQ(NSMaxX([[row powerSwitch] frame]), 264);
+    flip(row);
+    EXPECT_FALSE(Mac::current().display(2).lit);
+    EXPECT_TRUE(rows().at(5).contains("已断开显示器")) << rows().at(5);
+}
+
+TEST_P(NameInTheMenu, is_no_part_of_an_alert) {
+    bootWithName();
+    Mac::current().failCall(fails("CGGetActiveDisplayList").every().with(1001));
+    flip(switchRow(openMenu(), 2));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_TRUE(alerts[0].information.starts_with("显示器 ID: 2\n"
+                                                  "方法: 断开显示器（SLS）\n"
+                                                  "拒绝断开：只剩这一台活动显示器\n\n"
+                                                  "说明："))
+        << alerts[0].information;
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, NameInTheMenu,
+                         testing::Values(NameRow{"of_10000_characters", std::string(10'000, 'x')},
+                                         NameRow{"with_control_characters", "A\x1B[31mB\x07\x7F\r"},
+                                         NameRow{"from_right_to_left", "שולחן \u202Eabc\u202C"},
+                                         NameRow{"with_joined_emoji",
+                                                 "👨‍👩‍👧‍👦 Desk"},
+                                         NameRow{"with_a_zero_character", std::string("A\0B", 3)},
+                                         NameRow{"with_tab_and_line_feeds", "A\tB\nC\nD\nE"},
+                                         NameRow{"with_other_line_ends", "A\u2028B\u0085C\v\f"}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(AppDelegateTest, of_33_displays_32_have_their_row) {
+    boot(scene({numberedDisplays(33)}));
     launch();
-    NSString* const title = [[switchRow(openMenu(), 2) titleLabel] stringValue];
-    EXPECT_EQ([title length], 3u);
-    EXPECT_EQ([title characterAtIndex:2], 'B');
+    NSMenu* const menu = openMenu();
+    for (const CGDirectDisplayID displayID : {1U, 16U, 17U, 32U}) {
+        EXPECT_NE(switchRow(menu, displayID), nil) << displayID;
+    }
+    EXPECT_EQ(switchRow(menu, 33), nil);
+    // Header, separators between the rows and below them, quit, spacer.
+    EXPECT_EQ([menu numberOfItems], 1 + 32 + 31 + 1 + 2);
+}
+
+TEST_F(AppDelegateTest, the_largest_id_has_its_row_and_its_alert_like_any_other) {
+    Mac& mac = boot(scene({main1, R"({ "id": 4294967295 })"}));
+    launch();
+    NSMenu* const menu = openMenu();
+    flip(switchRow(menu, 4294967295));
+    EXPECT_FALSE(mac.display(4294967295).lit);
+    EXPECT_FALSE(isOn(switchRow(menu, 4294967295)));
+    mac.failCall(fails("SLSConfigureDisplayEnabled").with(1001));
+    flip(switchRow(menu, 4294967295));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_TRUE(alerts[0].information.starts_with("显示器 ID: 4294967295\n"));
+}
+
+TEST_F(AppDelegateTest, a_remembered_id_0_that_skylight_knows_has_its_row) {
+    Mac& mac = boot(scene({main1, plain2}, {remembered("[0]")}));
+    mac.failCall({.call = "SLSGetDisplayList", .nth = 0, .list = simulated_mac::ListFault::zero});
+    launch();
+    NSMenu* const menu = openMenu();
+    EXPECT_EQ(row([menu itemAtIndex:5]), "enabled switch 0 '显示器 0' off height 40");
+    flip(switchRow(menu, 0));
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_TRUE(alerts[0].information.starts_with("显示器 ID: 0\n"));
+    EXPECT_TRUE(mac.display(1).lit);
+    EXPECT_TRUE(mac.display(2).lit);
 }
 
 TEST_F(AppDelegateTest, a_display_that_was_switched_off_by_ddc_is_shown_as_on) {

@@ -32,9 +32,11 @@ struct Shortening {
 
 class MenuText : public testing::TestWithParam<Shortening> {};
 
-TEST_P(MenuText, of_64_characters_is_shown_whole) {
-    const std::string text = repeated(GetParam().character, 64);
-    EXPECT_EQ(shortened(text), text);
+TEST_P(MenuText, of_63_or_64_characters_is_shown_whole) {
+    for (const int count : {63, 64}) {
+        const std::string text = repeated(GetParam().character, count);
+        EXPECT_EQ(shortened(text), text);
+    }
 }
 
 TEST_P(MenuText, of_65_characters_is_cut_to_61_and_an_ellipsis) {
@@ -43,13 +45,16 @@ TEST_P(MenuText, of_65_characters_is_cut_to_61_and_an_ellipsis) {
 }
 
 TEST_P(MenuText, that_is_much_longer_is_cut_to_61_and_an_ellipsis) {
-    EXPECT_EQ(shortened(repeated(GetParam().character, 1000)),
-              repeated(GetParam().character, 61) + "…");
+    for (const int count : {66, 1000, 10'000}) {
+        EXPECT_EQ(shortened(repeated(GetParam().character, count)),
+                  repeated(GetParam().character, 61) + "…");
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Characters, MenuText,
                          testing::Values(Shortening{"Latin", "a"}, Shortening{"Chinese", "断"},
                                          Shortening{"combined", "e\u0301"},
+                                         Shortening{"right_to_left", "ש"},
                                          Shortening{"beyond_16_bits", "𠮷"}),
                          [](const auto& info) { return info.param.name; });
 

@@ -317,6 +317,22 @@ TEST_F(MenuBarApplication, a_logout_ends_it_before_its_menu_was_ever_opened) {
     EXPECT_EQ(finish().status, 0) << "it quits as it does by its menu";
 }
 
+TEST_P(OnMac, a_logout_ends_it_while_its_menu_is_open) {
+    start(threeDisplays);
+    openMenu();
+    ASSERT_EQ(mac->macsim({"logout"}), (ProgramRun{0, "", ""}));
+    EXPECT_EQ(finish().status, 0) << "it quits as it does by its menu";
+}
+
+TEST_P(OnMac, a_logout_ends_it_while_an_alert_is_shown) {
+    start(nothingWorks);
+    openMenu();
+    desktop.click(switchOf(1));
+    ASSERT_TRUE(eventually([&] { return isAlertShown(); }));
+    ASSERT_EQ(mac->macsim({"logout"}), (ProgramRun{0, "", ""}));
+    EXPECT_EQ(finish().status, 0) << "it quits as it does by its menu";
+}
+
 TEST_F(MenuBarApplication, unknown_options_start_it) {
     for (const char* option : {"--help", "-list", "--List", "--list=1"}) {
         start(threeDisplays, {option});

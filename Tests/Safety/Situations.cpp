@@ -18,6 +18,8 @@ constexpr std::string_view large =
 constexpr std::string_view small =
     R"({ "id": 3, "vendor": 7789, "model": 23, "pixels": [1280, 1024], "ddc": { "brightness": 70 } })";
 constexpr std::string_view projector = R"({ "id": 4, "vendor": 25001, "model": 9 })";
+// The lists tell of a change a little later.
+constexpr std::string_view slowLists = R"("settleCalls": 2)";
 constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
 
 Situation situation(const char* name, std::initializer_list<std::string_view> displays,
@@ -57,6 +59,7 @@ std::vector<Situation> all() {
                   {remembered("[9]")}),
         situation("a remembered display, SkyLight only lists", {main1, disabled2},
                   {remembered("[2]"), onlySkyLightsList}),
+        situation("three displays, slow lists", {main1, ddc2, plain3}, {slowLists}),
     };
 }
 

@@ -15,7 +15,7 @@ struct Situation {
 
 /// Macs of every kind that matters for switching: one to four displays, the registries of Intel
 /// Macs and of Apple silicon, SkyLight whole, in part and not at all, hardware and software
-/// mirroring, remembered displays that are off, on again, gone, and not ours.
+/// mirroring, remembered displays that are off, on again, gone, and not ours, lists that are slow.
 [[nodiscard]] const std::vector<Situation>& situations();
 
 } // namespace safety

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <ranges>
 
 namespace veilpane::test {
 
@@ -173,6 +174,16 @@ TEST_F(KnownLimits, a_reload_of_the_tables_ends_a_blackout_that_still_counts) {
     EXPECT_TRUE(BlackoutController::shared().isBlackedOut(2));
 }
 
+std::vector<CGGammaValue> redTable(CGDirectDisplayID id, std::uint32_t capacity) {
+    std::vector<CGGammaValue> red(capacity);
+    std::vector<CGGammaValue> green(capacity);
+    std::vector<CGGammaValue> blue(capacity);
+    EXPECT_EQ(
+        CGGetDisplayTransferByTable(id, capacity, red.data(), green.data(), blue.data(), nullptr),
+        kCGErrorSuccess);
+    return red;
+}
+
 TEST_F(KnownLimits, tables_of_another_size_come_back_with_less_detail) {
     constexpr std::uint32_t capacity = 1024;
     boot(scene({main1, R"({ "id": 2, "gammaCapacity": 1024 })"}));
@@ -183,13 +194,66 @@ TEST_F(KnownLimits, tables_of_another_size_come_back_with_less_detail) {
     CGSetDisplayTransferByTable(2, capacity, steps.data(), steps.data(), steps.data());
     BlackoutController::shared().blackout(2);
     BlackoutController::shared().restore(2);
-    std::vector<CGGammaValue> red(capacity);
-    std::vector<CGGammaValue> green(capacity);
-    std::vector<CGGammaValue> blue(capacity);
-    ASSERT_EQ(
-        CGGetDisplayTransferByTable(2, capacity, red.data(), green.data(), blue.data(), nullptr),
-        kCGErrorSuccess);
-    EXPECT_NE(red, steps);
+    EXPECT_NE(redTable(2, capacity), steps);
+}
+
+// What is not filled of the 256 entries stays zero, and they are squeezed into the display's.
+TEST_F(KnownLimits, smaller_tables_come_back_with_black_for_bright_tones) {
+    constexpr std::uint32_t capacity = 128;
+    boot(scene({main1, R"({ "id": 2, "gammaCapacity": 128 })"}));
+    ASSERT_EQ(redTable(2, capacity).back(), 1.0F);
+    BlackoutController::shared().blackout(2);
+    BlackoutController::shared().restore(2);
+    const std::vector<CGGammaValue> red = redTable(2, capacity);
+    EXPECT_GT(red[capacity / 2 - 1], 0.9F);
+    EXPECT_EQ(std::ranges::count(red | std::views::drop(capacity / 2), 0.0F), capacity / 2);
+}
+
+TEST_F(KnownLimits, tables_of_which_only_the_first_entries_are_read_come_back_dark) {
+    constexpr std::uint32_t capacity = 1024;
+    boot(scene({main1, R"({ "id": 2, "gammaCapacity": 1024, "gammaReading": "truncate" })"}));
+    ASSERT_EQ(redTable(2, capacity).back(), 1.0F);
+    BlackoutController::shared().blackout(2);
+    BlackoutController::shared().restore(2);
+    EXPECT_NEAR(redTable(2, capacity).back(), 0.25, 0.01);
+}
+
+TEST_F(KnownLimits, the_end_of_the_process_may_leave_another_display_black) {
+    for (const bool ends : {false, true}) {
+        Mac& mac = boot(scene({main1, plain2}, {noSkyLight, R"("gammaExitZeroes": 1)"}));
+        inChildProcess([ends] {
+            (void)DisplayPower::setPower(false, 2);
+            if (ends) {
+                BlackoutController::shared().restoreAll(); // as quitting does
+            }
+            return std::string();
+        });
+        EXPECT_FALSE(mac.display(1).lit) << ends;
+        EXPECT_TRUE(mac.display(2).lit) << ends;
+    }
+}
+
+simulated_mac::SceneFault despiteItsEffect(simulated_mac::SceneFault fault) {
+    fault.effect = true;
+    return fault;
+}
+
+TEST_F(KnownLimits, a_disconnect_that_took_effect_and_reports_an_error_is_told_as_failed) {
+    Mac& mac = boot(scene({main1, plain2, plain3}));
+    const ChildOutcome outcome = inChildProcess([&mac] {
+        for (const int nth : {1, 2}) {
+            mac.failCall(
+                despiteItsEffect(fails("CGCompleteDisplayConfiguration").nth(nth).with(1000)));
+        }
+        return DisplayPower::setPower(false, 2).message;
+    });
+    EXPECT_TRUE(outcome.message.starts_with("SLS 断开失败")) << outcome;
+    EXPECT_FALSE(mac.display(2).online);
+    EXPECT_FALSE(mac.storedDefaults().contains(storedKey));
+    const std::vector<DisplayItem> listed = DisplayStore::shared().listDisplays();
+    EXPECT_EQ(std::ranges::count(listed, 2u, &DisplayItem::id), 0);
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_TRUE(mac.display(2).lit) << "the way out";
 }
 
 TEST_F(KnownLimits, a_monitor_in_standby_may_miss_the_message_that_is_to_wake_it) {
@@ -199,6 +263,21 @@ TEST_F(KnownLimits, a_monitor_in_standby_may_miss_the_message_that_is_to_wake_it
     mac.clearFaults();
     EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
     EXPECT_FALSE(mac.display(2).lit);
+}
+
+// The standby was reported as failed, so that a BlackOut began; calls of the process stand for
+// time.
+TEST_F(KnownLimits, the_second_of_two_messages_without_a_pause_is_lost) {
+    constexpr int pause = 300; // calls
+    Mac& mac = boot(scene({main1, R"({ "id": 2, "ddc": { "minGapCalls": 200 } })"}, {noSkyLight}));
+    mac.failCall(despiteItsEffect(fails("IOI2CSendRequest").with(-1)));
+    ASSERT_EQ(DisplayPower::setPower(false, 2).method, PowerMethod::blackout);
+    for (int i = 0; i < pause; ++i) {
+        (void)CGDisplayIsMain(1);
+    }
+    EXPECT_EQ(DisplayPower::setPower(true, 2).message, "已解除 BlackOut，显示器恢复显示");
+    EXPECT_EQ(mac.display(2).brightness, 100) << "the first one is taken";
+    EXPECT_FALSE(mac.display(2).lit) << "the one that wakes it is not";
 }
 
 TEST_F(KnownLimits, a_kill_right_after_the_change_leaves_a_display_off_that_nobody_remembers) {
@@ -237,6 +316,11 @@ TEST_F(KnownLimits, any_answer_but_0_makes_a_display_the_main_one) {
     for (const DisplayItem& display : DisplayStore::shared().listDisplays()) {
         EXPECT_TRUE(display.isMain) << display.id;
     }
+    mac.clearFaults();
+    ASSERT_TRUE(DisplayPower::setPower(false, 2).success);
+    mac.failCall(fails("CGDisplayIsMain").every().with(-1));
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_TRUE(mac.display(2).lit) << "the way out";
 }
 
 TEST_F(KnownLimits, a_display_that_nobody_can_see_counts_as_the_one_that_remains) {

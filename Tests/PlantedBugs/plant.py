@@ -2,7 +2,7 @@
 """Makes wrong programs out of Sources/, one small change each, and tells which no test notices.
 
 A change that does not compile is no wrong program. Each of the others is run against the tests that could
-notice it, until one fails or takes 20 s longer than usual. Every survivor is printed with the line before
+notice it, until one fails, or waits for 20 s, or computes for a minute. Every survivor is printed with the line before
 and after, and the last line gives the score. What is the same program in other words is listed in
 equal.txt beside this file, with the reason.
 

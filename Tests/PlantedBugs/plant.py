@@ -113,30 +113,14 @@ class Tally:
 
 
 def judge_all(mutants, benches, knowledge, tally):
-    waiting = list(reversed(mutants))
-    problems = []
+    def judge_one(mutant, bench):
+        try:
+            judge(mutant, bench, knowledge, tally)
+        finally:
+            bench.restore()
 
-    def work(bench):
-        while not problems:
-            with tally.lock:
-                if not waiting:
-                    return
-                mutant = waiting.pop()
-            try:
-                judge(mutant, bench, knowledge, tally)
-            except builds.Failure as failure:
-                problems.append(failure)
-            finally:
-                bench.restore()
-
-    workers = [threading.Thread(target=work, args=(bench,)) for bench in benches]
-    for worker in workers:
-        worker.start()
-    for worker in workers:
-        worker.join()
+    builds.share_out(mutants, benches, judge_one)
     knowledge.remember()
-    if problems:
-        raise problems[0]
 
 
 def judge(mutant, bench, knowledge, tally):

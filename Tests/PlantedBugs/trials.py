@@ -11,7 +11,7 @@ import signal
 import subprocess
 import threading
 
-from builds import FOLDER, PROJECT, Failure, run
+from builds import FOLDER, PROJECT, Failure, run, share_out
 
 SECONDS_OF_WAITING = 20
 SECONDS_OF_COMPUTING = 60  # the longest test takes some ten
@@ -110,22 +110,13 @@ class Trials:
     def require_all_pass(self, benches):
         """Runs every trial against the right program: a test that fails anyway notices nothing. Throws
         Failure for one that does."""
-        waiting = list(self.trials)
         failed = []
 
-        def work(bench):
-            while True:
-                with self.lock:
-                    if not waiting:
-                        return
-                    trial = waiting.pop()
-                if self.fails(trial, bench) and self._fails_again(trial, bench):
-                    failed.append(trial.name)
-        workers = [threading.Thread(target=work, args=(bench,)) for bench in benches]
-        for worker in workers:
-            worker.start()
-        for worker in workers:
-            worker.join()
+        def try_one(trial, bench):
+            if self.fails(trial, bench) and self._fails_again(trial, bench):
+                failed.append(trial.name)
+
+        share_out(self.trials, benches, try_one)
         if failed:
             raise Failure("these tests fail with no bug planted: " + ", ".join(sorted(failed)))
 

@@ -1,4 +1,6 @@
 """The program and its tests, built once; then, for each wrong program, only what it changes."""
+import collections
+import concurrent.futures
 import json
 import pathlib
 import shlex
@@ -37,6 +39,27 @@ def build_all():
         done = run(command)
         if done.returncode != 0:
             raise Failure(f"the program itself does not build:\n{done.stdout}")
+
+
+def share_out(tasks, benches, carry_out):
+    """Calls `carry_out` with each task and a bench that is free. What it throws ends all work."""
+    waiting = collections.deque(tasks)
+    lock = threading.Lock()
+
+    def work(bench):
+        while True:
+            with lock:
+                if not waiting:
+                    return
+                task = waiting.popleft()
+            try:
+                carry_out(task, bench)
+            except BaseException:
+                waiting.clear()
+                raise
+
+    with concurrent.futures.ThreadPoolExecutor(len(benches)) as pool:
+        list(pool.map(work, benches))
 
 
 class Recipes:

@@ -2,7 +2,7 @@
 """Makes wrong programs out of Sources/, one small change each, and tells which no test notices.
 
 A change that does not compile is no wrong program. Each of the others is run against the tests that could
-notice it, until one fails or takes 20 s longer than usual. Every survivor is printed with the line before
+notice it, until one fails, or waits for 20 s, or computes for a minute. Every survivor is printed with the line before
 and after, and the last line gives the score. What is the same program in other words is listed in
 equal.txt beside this file, with the reason.
 
@@ -113,30 +113,14 @@ class Tally:
 
 
 def judge_all(mutants, benches, knowledge, tally):
-    waiting = list(reversed(mutants))
-    problems = []
+    def judge_one(mutant, bench):
+        try:
+            judge(mutant, bench, knowledge, tally)
+        finally:
+            bench.restore()
 
-    def work(bench):
-        while not problems:
-            with tally.lock:
-                if not waiting:
-                    return
-                mutant = waiting.pop()
-            try:
-                judge(mutant, bench, knowledge, tally)
-            except builds.Failure as failure:
-                problems.append(failure)
-            finally:
-                bench.restore()
-
-    workers = [threading.Thread(target=work, args=(bench,)) for bench in benches]
-    for worker in workers:
-        worker.start()
-    for worker in workers:
-        worker.join()
+    builds.share_out(mutants, benches, judge_one)
     knowledge.remember()
-    if problems:
-        raise problems[0]
 
 
 def judge(mutant, bench, knowledge, tally):

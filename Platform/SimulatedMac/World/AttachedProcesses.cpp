@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 using Processes = std::vector<ProcessIdentity>;
 
 constexpr const char* processesFile = StateStore::processesFile;
-constexpr auto timeToQuit = 2s;
+constexpr auto timeToQuit = 8s;
 constexpr auto pollInterval = 10ms;
 
 void signal(const Processes& processes, int number) {

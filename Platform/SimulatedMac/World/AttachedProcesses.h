@@ -17,7 +17,7 @@ public:
     /// Adds this process, at its first call.
     void attachThisProcess();
 
-    /// Ends them as a logout does, this process excepted: asks with SIGTERM, waits two seconds and
+    /// Ends them as a logout does, this process excepted: asks with SIGTERM, waits eight seconds and
     /// kills those that are left. Returns when they have ended.
     void endOthers() const;
 

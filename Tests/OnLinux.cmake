@@ -11,7 +11,8 @@ target_sources(TestSupport PRIVATE
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
   add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
-  set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS 2)
+  # All tests of an executable together, under the sanitizers on a busy machine; a single one has its own.
+  set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS 2 TIMEOUT 2400)
 endfunction()
 register_tests(UnitTests unit)
 register_tests(SimulatedMacTests simulated-mac)
@@ -54,7 +55,7 @@ else()
 endif()
 add_test(NAME Safety.faults_and_histories COMMAND Soak ${SOAK_SAMPLE})
 # Its processes are thousands of copies, which end without a look for leaks; the ledger is asked instead.
-set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS 2
+set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS 2 TIMEOUT 1800
   ENVIRONMENT ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0:quarantine_size_mb=8)
 
 find_package(X11 REQUIRED)

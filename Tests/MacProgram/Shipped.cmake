@@ -8,6 +8,7 @@ add_test(NAME shipped-x86_64.EndToEndTests
 set_tests_properties(shipped-x86_64.EndToEndTests PROPERTIES
   LABELS shipped-x86_64
   PROCESSORS 2
+  TIMEOUT 1800
   FIXTURES_REQUIRED no-call-yet
   FIXTURES_SETUP shipped-program-has-run
   ENVIRONMENT "VEILPANE_LAUNCHER=${CMAKE_BINARY_DIR}/macrun;\

@@ -38,6 +38,13 @@ TEST(SelfTestCommand, reports_only_the_guards_with_one_display) {
     EXPECT_EQ(mac.veilpane({"--selftest"}), quiet(0, header("true", 1) + panel + skipped));
 }
 
+TEST(SelfTestCommand, chooses_the_first_display_of_the_list_that_can_be_switched) {
+    const MacOnDisk mac(scene({right3, left2, panel1}));
+    const std::string output = mac.veilpane({"--selftest"}).output;
+    EXPECT_NE(output.find("testing SLS disconnect/reconnect on id=2 Left ...\n"), std::string::npos)
+        << output;
+}
+
 TEST(SelfTestCommand, never_chooses_a_disconnected_display) {
     const MacOnDisk mac(scene({panel1, disabledStudio2}, {remembered("[2]")}));
     EXPECT_EQ(mac.veilpane({"--selftest"}),

@@ -11,15 +11,15 @@ namespace {
 
 constexpr std::uint32_t entries = 256;
 
-std::array<std::vector<float>, 3> tablesOf(std::uint32_t id) {
-    std::array<std::vector<float>, 3> tables;
+Tables tablesOf(std::uint32_t id) {
+    Tables tables;
     for (std::vector<float>& channel : tables) {
         channel.resize(entries);
     }
     const bool readable =
         CGGetDisplayTransferByTable(id, entries, tables[0].data(), tables[1].data(),
                                     tables[2].data(), nullptr) == kCGErrorSuccess;
-    return readable ? tables : std::array<std::vector<float>, 3>();
+    return readable ? tables : Tables();
 }
 
 Sight sightOf(const simulated_mac::DisplayStatus& status) {
@@ -69,7 +69,7 @@ Desk lookAt(simulated_mac::Mac& mac) {
 void calibrate(simulated_mac::Mac& mac) {
     const simulated_mac::InternalCalls unseen;
     for (const auto& status : mac.displays()) {
-        std::array<std::vector<float>, 3> tables;
+        Tables tables;
         for (std::size_t channel = 0; channel < tables.size(); ++channel) {
             for (std::uint32_t i = 0; i < entries; ++i) {
                 const float share = static_cast<float>(i) / static_cast<float>(entries - 1);

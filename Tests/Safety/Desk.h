@@ -12,13 +12,16 @@
 
 namespace safety {
 
+/// The gamma tables of red, green and blue; empty when they cannot be read.
+using Tables = std::array<std::vector<float>, 3>;
+
 /// What a person sees of a display, and what another program could ask about it.
 struct Sight {
     bool connected = false, enabled = false, main = false, lit = false, asleep = false;
     std::uint32_t mirrors = 0;
     bool standby = false;
     std::optional<int> brightness;
-    std::array<std::vector<float>, 3> tables; ///< red, green, blue; empty when not readable
+    Tables tables;
 
     bool operator==(const Sight&) const = default;
     [[nodiscard]] bool isBlack() const;

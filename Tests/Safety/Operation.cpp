@@ -148,6 +148,7 @@ std::string Program::switched(const Operation& operation, bool misled) {
                 : (void)blackFromBefore_.erase(operation.id);
     }
     done.blackByAnother = blackFromBefore_.contains(operation.id);
+    done.tablesBeforeBlackout = tablesBefore_[operation.id];
     done.outcome = outcomeOf(veilpane::DisplayPower::setPower(done.on, operation.id));
     done.after = lookAt(mac_);
     done.resetAllTables = std::ranges::find(calls_, "CGDisplayRestoreColorSyncSettings",
@@ -155,6 +156,11 @@ std::string Program::switched(const Operation& operation, bool misled) {
     Promise promise(calls_, memory_);
     const Outcome outcome = promise.setPower(done.on, operation.id);
     promise.requireEnd();
+    if (!done.wasUnderBlackout) {
+        const auto target = done.before.displays.find(operation.id);
+        const bool areKnown = !misled && target != done.before.displays.end();
+        tablesBefore_[operation.id] = areKnown ? target->second.tables : Tables();
+    }
     if (outcome != done.outcome) {
         return "says: " + described(done.outcome) + "; promised: " + described(outcome);
     }

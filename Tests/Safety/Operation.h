@@ -4,6 +4,7 @@
 #include "Safety/Promise.h"
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 
@@ -57,7 +58,8 @@ private:
     simulated_mac::Mac& mac_;
     Calls calls_;
     Memory memory_;
-    std::set<std::uint32_t> blackFromBefore_; ///< when the BlackOut of this process began
+    std::set<std::uint32_t> blackFromBefore_;      ///< when the BlackOut of this process began
+    std::map<std::uint32_t, Tables> tablesBefore_; ///< likewise; none when they may be others
     int lastCall_ = 0;
 };
 

@@ -94,6 +94,18 @@ std::string missingEffect(const Switching& done) {
     return holds ? "" : "success, and the display is not " + std::string(done.on ? "on" : "off");
 }
 
+// Whoever has calibrated a display gets its own tables back, each for its colour.
+std::string otherColours(const Switching& done) {
+    if (!done.on || !done.outcome.success || !done.wasUnderBlackout || done.resetAllTables ||
+        done.tablesBeforeBlackout[0].empty() || !isThere(done.after, done.id)) {
+        return {};
+    }
+    const Tables& tables = done.after.at(done.id).tables;
+    return tables[0].empty() || tables == done.tablesBeforeBlackout
+               ? ""
+               : "the display comes back in other colours";
+}
+
 std::string touchedInSpiteOfRefusal(const Switching& done) {
     const bool refused =
         !done.outcome.success && done.outcome.message.find("失败") == std::string::npos;
@@ -160,7 +172,7 @@ std::string brokenRule(const Switching& done) {
     if (done.misled) {
         return {};
     }
-    for (const auto rule : {darkness, changedOthers, missingEffect, badMemory}) {
+    for (const auto rule : {darkness, changedOthers, missingEffect, otherColours, badMemory}) {
         if (std::string broken = rule(done); !broken.empty()) {
             return broken;
         }

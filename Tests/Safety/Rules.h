@@ -23,6 +23,8 @@ struct Switching {
     bool blackByAnother = false;
     /// The one way back from tables that could not be read resets those of all displays.
     bool resetAllTables = false;
+    /// What it showed when this process's BlackOut began; empty when that is not known.
+    Tables tablesBeforeBlackout;
 };
 
 /// The rules that hold for every operation whatever it was answered; empty, or the one that is

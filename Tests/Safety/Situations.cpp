@@ -20,6 +20,14 @@ constexpr std::string_view small =
 constexpr std::string_view projector = R"({ "id": 4, "vendor": 25001, "model": 9 })";
 // The lists tell of a change a little later.
 constexpr std::string_view slowLists = R"("settleCalls": 2)";
+constexpr std::string_view plainLarge =
+    R"({ "id": 2, "vendor": 4268, "model": 16, "ddc": { "brightness": 40 } })";
+constexpr std::string_view makersInRegistry = R"(
+    { "class": "IOFramebuffer", "children": [ { "class": "IODisplayConnect" } ] },
+    { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
+      "properties": { "DisplayVendorID": 4268, "DisplayProductID": 16 } } ] },
+    { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
+      "properties": { "DisplayVendorID": 7789, "DisplayProductID": 23 } } ] })";
 constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
 
 Situation situation(const char* name, std::initializer_list<std::string_view> displays,
@@ -45,6 +53,8 @@ std::vector<Situation> all() {
         situation("a monitor that is mute", {main1, mute2}, {noSkyLight}),
         situation("a monitor whose bus is locked", {main1, locked2}, {noSkyLight}),
         situation("three displays of an Intel Mac", {panel, large, small}, {intel, noSkyLight}),
+        situation("three displays, told by their makers alone", {panel, plainLarge, small},
+                  {noSkyLight, registry(makersInRegistry)}),
         situation("three displays on Apple silicon", {panel, large, small}, {appleSilicon}),
         situation("four displays", {panel, large, small, projector}),
         situation("four displays, no SkyLight, software mirroring",

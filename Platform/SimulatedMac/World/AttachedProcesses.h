@@ -17,8 +17,8 @@ public:
     /// Adds this process, at its first call.
     void attachThisProcess();
 
-    /// Ends them as a logout does, this process excepted: asks with SIGTERM, waits eight seconds and
-    /// kills those that are left. Returns when they have ended.
+    /// Ends them as a logout does, this process excepted: asks with SIGTERM, waits eight seconds
+    /// and kills those that are left. Returns when they have ended.
     void endOthers() const;
 
     /// Like `endOthers`, but this process ends, too, and `afterwards` is done when all have

@@ -2,6 +2,10 @@
 #include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
 
+extern "C" {
+#include <IOKit/i2c/IOI2CInterface.h>
+}
+
 namespace veilpane::test {
 
 namespace {
@@ -10,11 +14,13 @@ using simulated_mac::Mac;
 
 using DDCTransport = SimulatedMacTest;
 
-/// A scene with display 2 (vendor 100, product 7) and 3, and a registry of its own.
+/// A scene with displays 2 (vendor 100, product 7), 3 and 4 (product 7 of no known vendor), and a
+/// registry of its own.
 std::string sceneWithRegistry(std::string_view nodes) {
     return scene({R"({ "id": 1, "main": true, "vendor": 0, "model": 0 })",
                   R"({ "id": 2, "vendor": 100, "model": 7, "ddc": {} })",
-                  R"({ "id": 3, "vendor": 100, "model": 8 })"},
+                  R"({ "id": 3, "vendor": 100, "model": 8 })",
+                  R"({ "id": 4, "vendor": 0, "model": 7 })"},
                  {registry(nodes)});
 }
 
@@ -54,6 +60,18 @@ TEST_F(DDCTransport, a_message_goes_to_address_0x6E_and_the_monitor_obeys) {
     for (const auto& call : mac.calls()) {
         if (call.call == "IOI2CSendRequest") {
             EXPECT_EQ(call.notes.at("address"), 0x6E);
+        }
+    }
+}
+
+// The call log tells of every field of a request that is not as a plain write without a reply has
+// it.
+TEST_F(DDCTransport, a_request_asks_for_nothing_but_the_sending_of_its_bytes) {
+    Mac& mac = boot();
+    ddc_set_power(2, true);
+    for (const auto& call : mac.calls()) {
+        if (call.call == "IOI2CSendRequest") {
+            EXPECT_EQ(call.notes, (nlohmann::json{{"address", 0x6E}, {"bytes", "5184030C0001B5"}}));
         }
     }
 }
@@ -133,14 +151,19 @@ class FramebufferMatch : public SimulatedMacTest, public testing::WithParamInter
 TEST_P(FramebufferMatch, finds_the_framebuffer_by_its_rule) {
     boot(sceneWithRegistry(GetParam().registry));
     const IORef framebuffer = copy_framebuffer_for_display(GetParam().display);
-    EXPECT_EQ(static_cast<bool>(framebuffer), GetParam().found);
+    ASSERT_EQ(static_cast<bool>(framebuffer), GetParam().found);
+    if (framebuffer) {
+        IOItemCount buses = 0;
+        EXPECT_EQ(IOFBGetI2CInterfaceCount(framebuffer.get(), &buses), kIOReturnSuccess);
+        EXPECT_EQ(buses, 1u) << "this is another framebuffer";
+    }
 }
 
-// A framebuffer with a bus and further members, beside another one that keeps the single-monitor
-// fallback out of the way.
+// A framebuffer with one bus and further members, between others, of two buses each, that keep the
+// single-monitor fallback out of the way.
 std::string framebuffer(const std::string& members, const std::string& name = "IOFramebuffer") {
-    return R"({ "class": ")" + name + R"(", "i2cBuses": 1, )" + members +
-           R"( }, { "class": "IOFramebuffer", "i2cBuses": 1 })";
+    const std::string other = R"({ "class": "IOFramebuffer", "i2cBuses": 2 })";
+    return other + R"(, { "class": ")" + name + R"(", "i2cBuses": 1, )" + members + " }, " + other;
 }
 
 std::string displayID(const std::string& value) {
@@ -179,6 +202,13 @@ INSTANTIATE_TEST_SUITE_P(
                       R"("children": [ { "class": "X" }, { "class": "IODisplayConnect",
                     "properties": { "DisplayVendorID": 100, "DisplayProductID": 7 } } ])"),
                   2, true},
+        MatchCase{"childs_vendor_and_product_as_data_are_none",
+                  framebuffer(child(R"("DisplayVendorID": { "data": "64000000" },
+                      "DisplayProductID": { "data": "07000000" })")),
+                  2, false},
+        MatchCase{"childs_vendor_that_is_no_number_counts_as_zero",
+                  framebuffer(child(R"("DisplayVendorID": "100", "DisplayProductID": 7)")), 4,
+                  true},
         MatchCase{"childs_vendor_alone_is_none", framebuffer(child(R"("DisplayVendorID": 100)")), 2,
                   false},
         MatchCase{"childs_other_product_is_none",

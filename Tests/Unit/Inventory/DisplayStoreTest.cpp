@@ -115,6 +115,15 @@ TEST_F(DisplayStoreTest, a_disconnected_display_is_flagged_and_last) {
     EXPECT_FALSE(displays[0].isDisconnected);
 }
 
+TEST_F(DisplayStoreTest, a_disconnected_display_is_no_mirror_slave_whatever_the_mac_says) {
+    Mac& mac = boot(scene({main1, disabled2}, {remembered("[2]")}));
+    mac.failCall(fails("CGDisplayIsInMirrorSet").every().with(1));
+    const auto displays = list();
+    ASSERT_EQ(displays.size(), 2u);
+    EXPECT_TRUE(displays[1].isDisconnected);
+    EXPECT_FALSE(displays[1].isMirrorSlave);
+}
+
 TEST_F(DisplayStoreTest, a_remembered_display_that_is_online_again_is_listed_once_as_connected) {
     boot(scene({main1, plain2}, {remembered("[2]")}));
     const auto displays = list();

@@ -4,12 +4,16 @@
 #include "Support/MenuBarTest.h"
 #include "Support/Scenes.h"
 #include "Veilpane/Menu/EventLog.h"
+#include "Veilpane/Menu/FailureAlert.h"
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 #include "Veilpane/Power/BlackoutController.h"
 #include "Veilpane/Support/UTF8Text.h"
 
+#import <objc/runtime.h>
+
 #include <cmath>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -112,8 +116,10 @@ struct ShownAlert {
 std::vector<ShownAlert>* shownAlerts = nullptr;
 bool isActivated = false;
 Lines toldMenu;
+std::function<void()> whenShown = [] {};
 
 NSInteger rememberAlert(NSAlert* alert, SEL) {
+    whenShown();
     Lines buttons;
     for (NSButton* button in [alert buttons]) {
         buttons.push_back(text([button title]));
@@ -131,7 +137,9 @@ protected:
         : MenuBarTest(Needs::Application),
           runModal_([NSAlert class], @selector(runModal), implementationOf(rememberAlert)),
           activate_([NSApplication class], @selector(activateIgnoringOtherApps:),
-                    implementationOf(+[](NSApplication*, SEL, BOOL) { isActivated = true; })) {
+                    implementationOf(+[](NSApplication*, SEL, BOOL ignoringOthers) {
+                        isActivated = ignoringOthers;
+                    })) {
         shownAlerts = &alerts;
     }
 
@@ -499,6 +507,44 @@ TEST_F(AppDelegateTest, a_failed_switch_off_names_the_method_and_leaves_the_swit
     EXPECT_EQ(alerts[0].message, "无法关闭显示器");
     EXPECT_TRUE(isOn(switchRow(menu, 2)));
     EXPECT_TRUE(rows().at(3).starts_with("disabled '关： ")) << rows().at(3);
+}
+
+TEST_F(AppDelegateTest, the_switch_has_returned_before_the_alert_is_shown) {
+    boot(scene({builtIn1, left2}, {faults({fails("CGGetActiveDisplayList").every().with(1001)})}));
+    launch();
+    PowerSwitchRowView* const row = switchRow(openMenu(), 2);
+    bool wasOn = false;
+    whenShown = [&wasOn, row] { wasOn = isOn(row); };
+    flip(row);
+    ASSERT_EQ(alerts.size(), 1U);
+    EXPECT_TRUE(wasOn);
+}
+
+TEST_F(AppDelegateTest, an_alert_names_the_mechanism_that_failed) {
+    const std::pair<PowerMethod, std::string> mechanisms[] = {
+        {PowerMethod::disconnect, "断开显示器（SLS）"},
+        {PowerMethod::ddc, "DDC 硬件电源"},
+        {PowerMethod::blackout, "BlackOut（镜像+Gamma）"}};
+    for (const auto& [method, name] : mechanisms) {
+        showAlert(false, 3, {method, false, "nothing works"});
+        EXPECT_TRUE(alerts.back().information.starts_with("显示器 ID: 3\n方法: " + name +
+                                                          "\nnothing works\n"))
+            << alerts.back().information;
+    }
+}
+
+TEST_F(AppDelegateTest, a_rebuilt_menu_keeps_no_row_of_a_display_that_has_gone) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    NSRef<PowerSwitchRowView> row;
+    @autoreleasepool {
+        row = NSRef<PowerSwitchRowView>::retain(switchRow(openMenu(), 3));
+    }
+    mac.unplug(3);
+    @autoreleasepool {
+        openMenu();
+    }
+    EXPECT_EQ([row.get() retainCount], 1U) << "somebody else holds it, too";
 }
 
 TEST_F(AppDelegateTest, a_row_whose_delegate_is_gone_does_nothing) {

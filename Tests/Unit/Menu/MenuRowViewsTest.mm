@@ -173,6 +173,21 @@ TEST_F(MenuRowViews, a_switch_row_is_set_up_as_a_menu_row) {
     EXPECT_FALSE([row.get() translatesAutoresizingMaskIntoConstraints]);
 }
 
+// Not every system has a font of its own for each weight.
+TEST_F(MenuRowViews, a_displays_name_is_of_medium_weight) {
+    static std::vector<NSFontWeight> weights;
+    Class const metaclass = object_getClass(static_cast<id>([NSFont class]));
+    const ReplacedMethod made(
+        metaclass, @selector(systemFontOfSize:weight:),
+        implementationOf(+[](Class, SEL, CGFloat size, NSFontWeight weight) -> NSFont* {
+            weights.push_back(weight);
+            return [NSFont systemFontOfSize:size];
+        }));
+    row(true);
+    row(false);
+    EXPECT_EQ(weights, (std::vector<NSFontWeight>{NSFontWeightMedium, NSFontWeightMedium}));
+}
+
 // Which symbol an image shows is asked from the image's maker.
 TEST_F(MenuRowViews, the_main_display_has_another_symbol_than_the_others) {
     static std::vector<std::string> symbols;

@@ -3,6 +3,8 @@
 #include "Support/AppKitHost.h"
 #include "Support/MenuBarTest.h"
 
+#import <objc/runtime.h>
+
 #include <sstream>
 
 namespace veilpane::test {
@@ -71,6 +73,20 @@ protected:
 
 TEST_F(StatusIcon, is_18_points_square) {
     EXPECT_TRUE(NSEqualSizes([makeStatusIcon() size], NSMakeSize(18, 18)));
+}
+
+// On which side its coordinates begin is asked from the image's maker.
+TEST_F(StatusIcon, is_drawn_from_its_lower_edge_upwards) {
+    static std::vector<bool> flips;
+    Class const metaclass = object_getClass(static_cast<id>([NSImage class]));
+    const ReplacedMethod made(
+        metaclass, @selector(imageWithSize:flipped:drawingHandler:),
+        implementationOf(+[](Class, SEL, NSSize, BOOL flipped, BOOL (^)(NSRect)) -> NSImage* {
+            flips.push_back(flipped);
+            return nil;
+        }));
+    (void)makeStatusIcon();
+    EXPECT_EQ(flips, std::vector<bool>{false});
 }
 
 TEST_F(StatusIcon, is_a_screen_on_a_stand_with_a_power_dot) {

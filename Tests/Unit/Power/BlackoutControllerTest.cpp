@@ -179,11 +179,13 @@ TEST_F(Blackout, restoring_survives_a_monitor_that_no_longer_answers) {
 
 TEST_F(Blackout, the_tables_saved_first_come_back_exactly) {
     Mac& mac = boot(scene({main1, plain2}));
-    std::vector<CGGammaValue> dim(256);
+    std::vector<CGGammaValue> dim(256), dimmer(256), dimmest(256);
     for (std::size_t i = 0; i < dim.size(); ++i) {
         dim[i] = static_cast<CGGammaValue>(i) / 512;
+        dimmer[i] = dim[i] / 2;
+        dimmest[i] = dim[i] / 4;
     }
-    ASSERT_EQ(CGSetDisplayTransferByTable(2, 256, dim.data(), dim.data(), dim.data()), 0);
+    ASSERT_EQ(CGSetDisplayTransferByTable(2, 256, dim.data(), dimmer.data(), dimmest.data()), 0);
     controller().blackout(2);
     controller().blackout(2);
     EXPECT_EQ(mac.display(2).gamma, "zero");
@@ -192,8 +194,8 @@ TEST_F(Blackout, the_tables_saved_first_come_back_exactly) {
     ASSERT_EQ(CGGetDisplayTransferByTable(2, 256, red.data(), green.data(), blue.data(), nullptr),
               0);
     EXPECT_EQ(red, dim);
-    EXPECT_EQ(green, dim);
-    EXPECT_EQ(blue, dim);
+    EXPECT_EQ(green, dimmer);
+    EXPECT_EQ(blue, dimmest);
 }
 
 TEST_F(Blackout, a_failed_table_read_is_restored_by_the_global_reset) {

@@ -40,6 +40,10 @@ void disconnect2() {
 void blackOut2() {
     BlackoutController::shared().blackout(2);
 }
+void blackOutAndDisconnect2() {
+    blackOut2();
+    disconnect2();
+}
 
 class Outcome : public SimulatedMacTest, public testing::WithParamInterface<OutcomeRow> {};
 
@@ -87,6 +91,12 @@ const std::vector<OutcomeRow> outcomeRows = {
      true,
      2,
      {blackout, true, "已解除 BlackOut，显示器恢复显示"}},
+    {"on_disconnected_although_blacked_out",
+     scene({main1, ddc2}),
+     blackOutAndDisconnect2,
+     true,
+     2,
+     {disconnect, true, "已重新连接显示器"}},
     {"on_enable_worked",
      scene({main1, plain2}),
      nothing,
@@ -172,6 +182,12 @@ const std::vector<OutcomeRow> outcomeRows = {
      false,
      2,
      {blackout, true, "BlackOut：镜像 + Gamma 归零（软件兜底）"}},
+    {"off_under_blackout_without_skylight",
+     scene({main1, ddc2}, {noSkyLight}),
+     blackOut2,
+     false,
+     2,
+     {ddc, true, "DDC 已发送 Power Off"}},
     {"off_only_display_without_skylight_is_not_refused",
      scene({main1}, {noSkyLight, faults({fails("CGDisplayIsMain").every().with(0)})}),
      nothing,
@@ -353,10 +369,6 @@ struct StatusRow {
 void blackOut1() {
     BlackoutController::shared().blackout(1);
 }
-void blackOutAndDisconnect2() {
-    blackOut2();
-    disconnect2();
-}
 
 class StatusLine : public SimulatedMacTest, public testing::WithParamInterface<StatusRow> {};
 
@@ -375,6 +387,9 @@ const std::vector<StatusRow> statusRows = {
      "状态：软件关屏中"},
     {"main_display", scene({main1, ddc2}), nothing, 1, "状态：主屏 · 始终开启"},
     {"main_display_without_skylight", scene({main1, ddc2}, {noSkyLight}), nothing, 1,
+     "状态：主屏 · 始终开启"},
+    {"main_display_with_ddc_without_skylight",
+     scene({R"({ "id": 1, "main": true, "ddc": {} })", plain2}, {noSkyLight}), nothing, 1,
      "状态：主屏 · 始终开启"},
     {"skylight", scene({main1, ddc2}), nothing, 2, "状态：可 SLS 断开"},
     {"skylight_for_an_unknown_display", scene({main1, ddc2}), nothing, 99, "状态：可 SLS 断开"},

@@ -42,9 +42,10 @@ fuzz() { # NAME
     find=$work/$1/find
     mkdir -p "$work/$1/corpus"
     rm -f "$find"
+    python3 Tests/Fuzz/found_inputs.py unpack "Tests/Fuzz/Found/$1.txt" "$temporary/$1"
     if "build/linux-fuzz/fuzzers/$1" -max_total_time="$seconds" -max_len=4096 -timeout=10 \
         -rss_limit_mb=4096 -detect_leaks=0 -print_funcs=0 -print_final_stats=1 -exact_artifact_path="$find" \
-        "$work/$1/corpus" "Tests/Fuzz/Corpora/$1" >"$work/$1/log" 2>&1 &&
+        "$work/$1/corpus" "Tests/Fuzz/Corpora/$1" "$temporary/$1" >"$work/$1/log" 2>&1 &&
         [ -n "$(of_log "$1" '^\(stat::number_of_executed_units\):')" ]; then
         tell "$1" "nothing found"
         return

@@ -21,6 +21,7 @@ register_tests(GNUstepTests gnustep --screens)
 register_tests(EndToEndTests end-to-end --screens)
 
 target_sources(UnitTests PRIVATE
+  Unit/Inventory/LargeReportTest.cpp
   Unit/Power/KnownLimitsTest.cpp
   Unit/Ownership/OwnedObjectsTest.cpp
   Unit/Support/StandardStreamsTest.mm)

@@ -79,6 +79,12 @@ protected:
         application = mac->start(arguments, habit.environment);
     }
 
+    void runInShell(const std::string& text) {
+        mac.emplace(threeDisplays);
+        application = std::make_unique<RunningProgram>(
+            "/bin/bash", std::vector<std::string>{"-c", text}, mac->environment());
+    }
+
     bool isMenuOpen() { return desktop.colorAt(menuCorner) == menuBackground; }
 
     void openMenu() {
@@ -370,12 +376,8 @@ class MenuBarApplicationWithout : public MenuBarApplication,
                                   public testing::WithParamInterface<UnusableStream> {};
 
 // Nobody can be told then, but the application works.
-TEST_P(MenuBarApplicationWithout, a_usable_standard_error_works_and_logs_to_its_file) {
-    mac.emplace(threeDisplays);
-    application = std::make_unique<RunningProgram>(
-        "/bin/bash",
-        std::vector<std::string>{"-c", "exec " + veilpaneInShell() + GetParam().redirection},
-        mac->environment());
+TEST_P(MenuBarApplicationWithout, a_usable_standard_stream_works_and_logs_to_its_file) {
+    runInShell("exec " + veilpaneInShell() + GetParam().redirection);
     const std::string log = mac->environment().at("TMPDIR") + "/Veilpane.log";
     ASSERT_TRUE(eventually([&] { return contentOf(log).contains("buttonWidth"); }));
     openMenu();
@@ -387,10 +389,69 @@ TEST_P(MenuBarApplicationWithout, a_usable_standard_error_works_and_logs_to_its_
 }
 
 INSTANTIATE_TEST_SUITE_P(StandardStreams, MenuBarApplicationWithout,
-                         testing::Values(UnusableStream{"error_closed", "2>&-"},
+                         testing::Values(UnusableStream{"input_closed", "<&-"},
+                                         UnusableStream{"output_closed", ">&-"},
+                                         UnusableStream{"error_closed", "2>&-"},
                                          UnusableStream{"error_full", "2>/dev/full"},
                                          UnusableStream{"all_closed", "<&- >&- 2>&-"},
                                          UnusableStream{"error_without_reader", "2> >(exec true)"}),
                          [](const auto& info) { return info.param.name; });
+
+struct UnusablePlace {
+    const char* name;
+    const char* path; ///< for the shell
+
+    friend void PrintTo(const UnusablePlace& row, std::ostream* stream) { *stream << row.name; }
+};
+
+class MenuBarApplicationIn : public MenuBarApplication,
+                             public testing::WithParamInterface<UnusablePlace> {
+protected:
+    void startIn(const std::string& temporaryDirectory) {
+        runInShell("export TMPDIR=" + temporaryDirectory + "; exec " + veilpaneInShell());
+        ASSERT_TRUE(eventually([&] { return application->errorsSoFar().contains("buttonWidth"); }))
+            << application->errorsSoFar();
+    }
+};
+
+TEST_P(MenuBarApplicationIn, an_unusable_temporary_directory_works_and_logs_to_standard_error) {
+    startIn(GetParam().path);
+    openMenu();
+    desktop.click(switchOf(1));
+    EXPECT_TRUE(eventually([&] { return display(2).at("enabled") == false; }));
+    desktop.pressCommand('q');
+    EXPECT_EQ(end(), cleanRun());
+}
+
+// Nobody can make a file in /proc, not even root, who may write to a folder without write access.
+INSTANTIATE_TEST_SUITE_P(Each, MenuBarApplicationIn,
+                         testing::Values(UnusablePlace{"not_writable", "/proc"},
+                                         UnusablePlace{"missing", "\"$TMPDIR/none\""},
+                                         UnusablePlace{"a_file", "\"$SIMULATED_MAC_SCENE\""},
+                                         UnusablePlace{"a_device", "/dev/full"}),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(MenuBarApplication, a_temporary_directory_that_vanishes_is_not_missed) {
+    runInShell("TMPDIR=$TMPDIR/own; mkdir \"$TMPDIR\"; exec " + veilpaneInShell());
+    const std::string own = mac->environment().at("TMPDIR") + "/own";
+    ASSERT_TRUE(
+        eventually([&] { return contentOf(own + "/Veilpane.log").contains("buttonWidth"); }));
+    std::filesystem::remove_all(own);
+    EXPECT_EQ(quit(), cleanRun());
+    EXPECT_FALSE(std::filesystem::exists(own));
+}
+
+// Such a menu is higher than the screen.
+TEST_F(MenuBarApplication, a_menu_of_33_displays_opens_and_switches) {
+    start(scene({builtIn1, R"({ "id": 2, "screenName": "A" })",
+                 numberedDisplays(33).substr(numberedDisplays(2).size() + 2)}));
+    openMenu();
+    EXPECT_TRUE(isShownOn(1));
+    desktop.click(switchOf(1));
+    EXPECT_TRUE(eventually([&] { return display(2).at("enabled") == false; }));
+    EXPECT_TRUE(eventually([&] { return !isShownOn(1); }));
+    desktop.pressCommand('q');
+    EXPECT_EQ(end(), cleanRun());
+}
 
 } // namespace

@@ -104,6 +104,25 @@ TEST(ProfilerNamesTest, a_device_whose_displays_are_of_another_shape_is_passed_o
     }
 }
 
+TEST(ProfilerNamesTest, a_report_that_is_nested_beyond_all_reason_gives_no_names) {
+    constexpr std::size_t depth = 1'000'000;
+    EXPECT_TRUE(parseProfilerNames(std::string(depth, '[')).empty());
+    EXPECT_TRUE(parseProfilerNames(R"({ "SPDisplaysDataType" : )" + std::string(depth, '[') +
+                                   std::string(depth, ']') + " }")
+                    .empty());
+    std::string objects;
+    for (std::size_t i = 0; i < depth; ++i) {
+        objects += "{\"\":";
+    }
+    EXPECT_TRUE(parseProfilerNames(objects).empty());
+}
+
+TEST(ProfilerNamesTest, brackets_and_quotes_inside_a_name_are_no_nesting) {
+    const std::string name(2000, '[');
+    EXPECT_EQ(parseProfilerNames(report(display("\"\\\\\\\"" + name + "\"", R"("4")"))),
+              (ProfilerNames{{4, "\\\"" + name}}));
+}
+
 TEST(ProfilerNamesTest, output_that_is_no_report_gives_no_names) {
     const std::string device =
         R"({ "spdisplays_ndrvs" : [ )" + display("\"lost\"", R"("5")") + " ] }";

@@ -37,6 +37,31 @@ TEST_F(EventLogTest, a_file_that_cannot_be_written_is_ignored) {
     EXPECT_TRUE(fs::is_directory(file()));
 }
 
+TEST_F(EventLogTest, a_temporary_directory_that_takes_no_file_is_ignored) {
+    std::ofstream(file()) << "a file";
+    // Nobody can make a file in /proc, not even root.
+    const fs::path none = file().parent_path() / "none";
+    for (const fs::path& place : {fs::path("/proc"), file(), fs::path("/dev/full"), none}) {
+        setenv("TMPDIR", place.c_str(), 1);
+        EXPECT_EQ(logged(@"started"), "[time] started\n") << place;
+        EXPECT_FALSE(fs::exists(place / "Veilpane.log")) << place;
+    }
+    EXPECT_EQ(contentOf(file()), "a file");
+}
+
+TEST_F(EventLogTest, a_temporary_directory_that_vanishes_is_ignored_until_it_is_back) {
+    const fs::path own = file().parent_path() / "own";
+    setenv("TMPDIR", own.c_str(), 1);
+    fs::create_directory(own);
+    EXPECT_EQ(logged(@"before"), "[time] before\n");
+    fs::remove_all(own);
+    EXPECT_EQ(logged(@"without"), "[time] without\n");
+    EXPECT_FALSE(fs::exists(own));
+    fs::create_directory(own);
+    EXPECT_EQ(logged(@"after"), "[time] after\n");
+    EXPECT_EQ(withoutTimes(contentOf(own / "Veilpane.log")), "[time] after\n");
+}
+
 TEST_F(EventLogTest, a_closed_standard_error_is_ignored_and_the_file_still_written) {
     const int kept = dup(STDERR_FILENO);
     close(STDERR_FILENO);

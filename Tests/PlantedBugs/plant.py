@@ -163,33 +163,53 @@ def make_benches(jobs):
     return [builds.Bench(recipes, number) for number in range(jobs)]
 
 
-def read_by_hand(path):
-    """A bug chosen by hand: what is wrong, the file, and what replaces what in it."""
-    title, _, rest = path.read_text(encoding="utf-8").partition("\n")
-    file, _, rest = rest.partition("\n")
-    before, separator, after = rest.partition("\n--- becomes\n")
-    text = text_of(file.strip())
-    if not separator or text.count(before) != 1:
-        raise builds.Failure(f"{path.name}: what it replaces is not in {file.strip()} just once")
-    return title, file.strip(), text.replace(before, after.rstrip("\n"))
+def read_bugs(path):
+    """The bugs of a list: for each its title, the file, and the file's text with the bug in it."""
+    text = "\n".join(line for line in path.read_text(encoding="utf-8").split("\n") if line[:1] != "#" or
+                     line.startswith("#include"))
+    for entry in text.strip().removeprefix("=== ").split("\n\n=== "):
+        title, _, rest = entry.partition("\n")
+        file, _, changes = rest.partition("\n")
+        yield title, file, text_with(changes, text_of(file), title)
 
 
-def plant_by_hand():
-    """Each bug chosen by hand has to be found by the safety runs alone."""
-    bugs = [read_by_hand(path) for path in sorted((HERE / "by-hand").glob("*.txt"))]
+def text_with(changes, text, title):
+    """A text after changes, each of them lines, "--- becomes" and other lines."""
+    for change in changes.split("\n--- and\n"):
+        before, separator, after = change.partition("\n--- becomes")
+        if not separator or text.count(before) != 1:
+            raise builds.Failure(f"'{title}': what it replaces is not in the file just once")
+        text = text.replace(before, after.removeprefix("\n"))
+    return text
+
+
+def plant_list(path, is_noticed):
+    """Each bug of a list has to be noticed. `is_noticed` is called with a file and a bench."""
+    bugs = list(read_bugs(path))
     builds.build_all()
     bench = make_benches(1)[0]
-    knowledge = trials.Trials([])
-    found = 0
+    noticed = 0
     for title, file, text in bugs:
         if not bench.plant(file, text):
             raise builds.Failure(f"'{title}' does not compile")
-        is_found = knowledge.fails(SOAK, bench)
-        found += is_found
-        print(f"{'found' if is_found else 'NOT FOUND'}: {title}", flush=True)
+        test = is_noticed(file, bench)
+        noticed += bool(test)
+        print(f"{'noticed' if test else 'SURVIVED'}: {title}", flush=True)
         bench.restore()
-    print(f"{len(bugs)} planted by hand, {found} found by the safety runs")
-    return 0 if found == len(bugs) else 1
+    print(f"{path.name}: {len(bugs)} planted, {noticed} noticed")
+    return 0 if noticed == len(bugs) else 1
+
+
+def plant_by_hand():
+    """By the safety runs alone."""
+    knowledge = trials.Trials([])
+    return plant_list(HERE / "by-hand.txt", lambda _, bench: knowledge.fails(SOAK, bench))
+
+
+def plant_once_unnoticed():
+    builds.build_all()
+    knowledge = trials.Trials(trials.all_trials())
+    return plant_list(HERE / "once-unnoticed.txt", knowledge.noticing)
 
 
 def natural(text):
@@ -213,13 +233,17 @@ def options_from(words):
                         help="take it that the tests pass with no bug planted")
     parser.add_argument("--by-hand", action="store_true",
                         help="the bugs chosen by hand instead, against the safety runs alone")
+    parser.add_argument("--once-unnoticed", action="store_true",
+                        help="the bugs instead that all tests once let pass")
     return parser.parse_args(words)
 
 
 def main():
     options = options_from(sys.argv[1:])
     try:
-        return plant_by_hand() if options.by_hand else plant(options)
+        if options.by_hand:
+            return plant_by_hand()
+        return plant_once_unnoticed() if options.once_unnoticed else plant(options)
     except builds.Failure as failure:
         print(f"planted-bugs.sh: {failure}", file=sys.stderr)
         return 2

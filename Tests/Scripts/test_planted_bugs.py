@@ -79,12 +79,16 @@ class Lists(unittest.TestCase):
     def test_what_is_no_entry_is_an_error(self):
         self.assert_rejected("a.cpp call-dropped\n- g();\n", "no entry")
 
-    def test_every_bug_chosen_by_hand_can_be_planted(self):
-        bugs = sorted((PLANT.parent / "by-hand").glob("*.txt"))
-        self.assertGreaterEqual(len(bugs), 12)
-        for path in bugs:
-            _, file, text = plant.read_by_hand(path)
-            self.assertNotEqual(text, plant.text_of(file))
+    def test_every_bug_of_the_lists_can_be_planted(self):
+        for name, least in (("by-hand.txt", 12), ("once-unnoticed.txt", 38)):
+            bugs = list(plant.read_bugs(PLANT.parent / name))
+            self.assertGreaterEqual(len(bugs), least)
+            for title, file, text in bugs:
+                self.assertNotEqual(text, plant.text_of(file), title)
+
+    def test_a_bug_that_does_not_fit_its_file_is_an_error(self):
+        with self.assertRaisesRegex(builds.Failure, "'lost': what it replaces"):
+            plant.text_with("a;\n--- becomes\nb;", "a; a;", "lost")
 
     def assert_rejected(self, text, problem):
         with tempfile.TemporaryDirectory() as folder:

@@ -12,7 +12,7 @@ case "${1:-}" in
 --bench) debian_packages="$debian_packages time valgrind" ;;
 --pictures) debian_packages="$debian_packages imagemagick xdotool" ;;
 --tests)
-    debian_packages="$debian_packages clang-format-19 clang-tidy-19 fish llvm-19 mandoc python3 ruby
+    debian_packages="$debian_packages clang-format-19 clang-tidy-19 fish lld-19 llvm-19 mandoc python3 ruby
 shellcheck unzip zsh"
     # The cross compiler comes through npm; another npm than Debian's will do.
     command -v npm >/dev/null 2>&1 || debian_packages="$debian_packages npm"

@@ -33,9 +33,24 @@ def complaints_about_contents(part):
                 yield f"holds the path {path}"
 
 
+def complaints_about_layout(part):
+    page = expectations.PAGE_SIZES[part.architecture]
+    for name, memory, file in part.segments():
+        if memory % page or name != "__LINKEDIT" and file % page:
+            yield f"the segment {name} ends within a page"
+    if part.section_size("__objc_imageinfo") != 8:
+        yield "has not one entry in __objc_imageinfo"
+    if part.function_starts() == 0:
+        yield "tells no starts of functions"
+    if len(part.bytes) > expectations.LARGEST_SLICE:
+        yield f"has {len(part.bytes)} bytes"
+
+
 def complaints_about_slice(part):
     if part.oldest_system() != expectations.OLDEST_SYSTEM:
         yield f"starts on macOS {part.oldest_system()}"
+    if part.sdk() != expectations.SDK:
+        yield f"is linked against the SDK {part.sdk()}"
     if part.libraries() != expectations.LIBRARIES:
         yield f"loads {', '.join(part.libraries())}"
     if part.run_paths():
@@ -48,13 +63,13 @@ def complaints_about_slice(part):
         yield f"takes {symbol} from whatever library defines it"
     for section in sorted({"__mod_init_func", "__init_offsets"} & set(part.sections())):
         yield f"runs code before main ({section})"
-    surprising = [name for name in part.exports() if name != "__mh_execute_header"
-                  and name != "___dso_handle"]
+    surprising = [name for name in part.exports() if name != "__mh_execute_header"]
     if surprising:
         yield f"exports {', '.join(surprising)}"
     fault = part.signature_fault()
     if fault:
         yield fault
+    yield from complaints_about_layout(part)
     yield from complaints_about_imports(part)
     yield from complaints_about_contents(part)
 

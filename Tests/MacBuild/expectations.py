@@ -8,6 +8,15 @@ ARCHITECTURES = ["arm64", "x86_64"]
 
 OLDEST_SYSTEM = "13.0"
 
+# AppKit chooses some of its behaviour by it.
+SDK = "14.2"
+
+# Bytes. The kernel maps whole pages only.
+PAGE_SIZES = {"arm64": 0x4000, "x86_64": 0x1000}
+
+# Bytes, signed for both processors. What is far beyond has something linked in that nobody meant.
+LARGEST_SLICE = 200_000
+
 _FRAMEWORK = "/System/Library/Frameworks/{0}.framework/Versions/{1}/{0}"
 
 LIBRARIES = sorted([

@@ -34,9 +34,33 @@ class Slice:
         return [command for command in commands if re.search(rf"\bcmd {name}\n", command)]
 
     def oldest_system(self):
+        return self._build_version("minos")
+
+    def sdk(self):
+        return self._build_version("sdk")
+
+    def _build_version(self, field):
         commands = self.load_commands("LC_BUILD_VERSION")
-        found = re.search(r"minos (\S+)", commands[0]) if commands else None
+        found = re.search(rf"{field} (\S+)", commands[0]) if commands else None
         return found.group(1) if found else "none"
+
+    def segments(self):
+        """Each segment's name, its size in memory and in the file, in bytes."""
+        for command in self.load_commands("LC_SEGMENT_64"):
+            name, = re.findall(r"^ +segname (\S+)$", command, re.MULTILINE)[:1]
+            memory, = re.findall(r"^ +vmsize 0x(\w+)$", command, re.MULTILINE)
+            file, = re.findall(r"^ +filesize (\d+)$", command, re.MULTILINE)
+            yield name, int(memory, 16), int(file)
+
+    def section_size(self, name):
+        """The section's bytes; None if there is none of the name."""
+        found = re.search(rf"sectname {name}\n.*?size 0x(\w+)\n", self.header, re.DOTALL)
+        return int(found.group(1), 16) if found else None
+
+    def function_starts(self):
+        """The bytes of the table of functions, by which crash reports name them."""
+        commands = self.load_commands("LC_FUNCTION_STARTS")
+        return int(re.search(r"datasize (\d+)", commands[0]).group(1)) if commands else 0
 
     def libraries(self):
         names = [re.search(r"\bname (\S+)", command).group(1)

@@ -11,6 +11,7 @@ import unittest
 
 import check_program
 import expectations
+import macho
 
 
 class CheckOfAWrongProgram(unittest.TestCase):
@@ -116,6 +117,38 @@ class CheckOfAWrongProgram(unittest.TestCase):
         build_version = struct.pack("<IIII", 0x32, 32, 1, 13 << 16)
         newer = struct.pack("<IIII", 0x32, 32, 1, 15 << 16)
         self.assert_complaint(self.copy_with(build_version, newer), "starts on macOS 15.0")
+
+    def test_another_sdk_is_found(self):
+        build_version = struct.pack("<IIIII", 0x32, 32, 1, 13 << 16, 14 << 16 | 2 << 8)
+        newer = struct.pack("<IIIII", 0x32, 32, 1, 13 << 16, 26 << 16)
+        self.assert_complaint(self.copy_with(build_version, newer), "is linked against the SDK 26.0")
+
+    def test_a_segment_that_ends_within_a_page_is_found(self):
+        part = macho.Slice(self.program, "arm64", self.directory.name)
+        memory = {name: size for name, size, _ in part.segments()}["__DATA_CONST"]
+        name = b"__DATA_CONST".ljust(16, b"\0")
+        place = part.bytes.index(name)
+        data = bytearray(part.bytes)
+        struct.pack_into("<Q", data, place + 24, memory + 8)
+        self.assert_complaint(self.write(data), "the segment __DATA_CONST ends within a page")
+
+    def test_several_entries_of_the_image_are_found(self):
+        part = macho.Slice(self.program, "arm64", self.directory.name)
+        data = bytearray(part.bytes)
+        place = data.index(b"__objc_imageinfo")
+        struct.pack_into("<Q", data, place + 40, 128)
+        self.assert_complaint(self.write(data), "has not one entry in __objc_imageinfo")
+
+    def test_missing_starts_of_functions_are_found(self):
+        part = macho.Slice(self.program, "arm64", self.directory.name)
+        data = bytearray(part.bytes)
+        place = data.index(struct.pack("<II", 0x26, 16))
+        struct.pack_into("<I", data, place + 12, 0)
+        self.assert_complaint(self.write(data), "tells no starts of functions")
+
+    def test_a_large_part_is_found(self):
+        part = macho.Slice(self.program, "arm64", self.directory.name)
+        self.assert_complaint(self.write(part.bytes + bytes(60_000)), " bytes")
 
 
 if __name__ == "__main__":

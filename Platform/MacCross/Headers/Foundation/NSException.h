@@ -4,6 +4,7 @@
 
 @class NSString;
 
+__attribute__((objc_exception))
 @interface NSException : NSObject
 @property (nullable, readonly, copy) NSString* reason;
 @end

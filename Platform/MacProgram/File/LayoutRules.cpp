@@ -37,6 +37,7 @@ constexpr KnownSection knownSections[] = {
     {"__const", regular},
     {"__cstring", texts},
     {"__literal16", literals16},
+    {"__literals", regular},
     {"__ustring", regular},
     {"__gcc_except_tab", regular},
     {"__unwind_info", regular},
@@ -57,8 +58,10 @@ constexpr KnownSection knownSections[] = {
     {"__objc_imageinfo", regular},
     {"__objc_ivar", regular},
     {"__objc_methname", regular},
+    {"__objc_methname", texts},
     {"__objc_methtype", regular},
     {"__objc_protolist", regular},
+    {"__objc_protolist", coalesced},
     {"__objc_selrefs", pointersToTexts},
     {"__objc_superrefs", regular},
 };

@@ -2,6 +2,13 @@
 # Makes the pictures in Docs/Pictures from the running application.
 set -eu
 
+usage="usage: pictures.sh
+
+Makes the pictures in Docs/Pictures from the running application, on a screen that nobody sees."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
+
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --pictures
 sh Scripts/build.sh linux Veilpane macsim StatusIconPicture

@@ -213,6 +213,8 @@ def options_from(words):
                         help="take it that the tests pass with no bug planted")
     parser.add_argument("--by-hand", action="store_true",
                         help="the bugs chosen by hand instead, against the safety runs alone")
+    # One line: --help has the rest.
+    parser.error = lambda text: parser.exit(2, f"planted-bugs.sh: {text}; see --help\n")
     return parser.parse_args(words)
 
 

@@ -113,6 +113,10 @@ foreach(script bootstrap check_layers check_limits coverage every_script fetch_t
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)
 endforeach()
 
+add_test(NAME Scripts.readme
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_readme.py $<TARGET_FILE:Veilpane>)
+set_tests_properties(Scripts.readme PROPERTIES LABELS scripts)
+
 set(MAC_PROGRAM_TESTS ${CMAKE_SOURCE_DIR}/Platform/MacProgram/Tests)
 add_executable(MacProgramTests
   ${MAC_PROGRAM_TESTS}/DamagedFileTest.cpp

@@ -170,7 +170,7 @@ frame() { # NAME [X Y]: of the pointer, in the picture of the screen
     import -silent -window root -crop 340x330+940+0 +repage "$work/menu.png"
     [ $# -eq 1 ] || convert "$work/menu.png" -fill black -stroke white -strokewidth 1 \
         -draw "translate $2,$3 path 'M 0,0 L 0,17 4,13.5 7,19.5 9.8,18.2 7,12.5 12,12.5 Z'" "$work/menu.png"
-    convert "$work/desk.png" -resize 50% -gravity center -background '#f2f1ee' -extent 772x330 "$work/menu.png" \
+    convert "$work/desk.png" -resize 50% -gravity center -background '#f3f1ef' -extent 772x330 "$work/menu.png" \
         +append -strip -define png:exclude-chunks=date,time "$work/$1.png"
 }
 start_application

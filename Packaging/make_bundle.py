@@ -36,6 +36,7 @@ def make_bundle(program, version, oldest_system, folder):
     for command in ("veilpane", "veilpane-login", "veilpane-uninstall"):
         add(PACKAGING / command, resources / "bin" / command, 0o755)
     add(PACKAGING / "veilpane.1", resources / "man" / "man1" / "veilpane.1", 0o644)
+    add(PACKAGING / "veilpane.zh_CN.1", resources / "man" / "zh_CN.UTF-8" / "man1" / "veilpane.1", 0o644)
     add(PACKAGING.parent / "LICENSE", resources / "LICENSE", 0o644)
     for completion in ("veilpane.bash", "_veilpane", "veilpane.fish"):
         add(PACKAGING / "completions" / completion, resources / "completions" / completion, 0o644)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the Homebrew cask of a zip: make_cask.py FILE.zip VERSION FILE.rb
+"""Makes the Homebrew cask of a zip: make_cask.py FILE.zip VERSION FILE.rb [--notarized]
 
 The zip is called Veilpane-VERSION.zip. The cask's URL ends in the same name, and its hash is the zip's.
 """
@@ -10,6 +10,12 @@ import sys
 
 TEMPLATE = pathlib.Path(__file__).resolve().parent / "Homebrew" / "veilpane.rb.in"
 
+FIRST_START = """    Veilpane is signed ad hoc and not notarized. Before its first start:
+      xattr -dr com.apple.quarantine #{appdir}/Veilpane.app
+    or open it once and allow it in System Settings, Privacy & Security.
+
+"""
+
 
 def check_name(archive, version):
     name, expected = pathlib.Path(archive).name, f"Veilpane-{version}.zip"
@@ -17,9 +23,9 @@ def check_name(archive, version):
         raise ValueError(f"{name} is not called {expected}")
 
 
-def make_cask(archive, version, file):
+def make_cask(archive, version, file, notarized=False):
     check_name(archive, version)
-    values = {"@VERSION@": version,
+    values = {"@VERSION@": version, "@FIRST_START@": "" if notarized else FIRST_START,
               "@SHA256@": hashlib.sha256(pathlib.Path(archive).read_bytes()).hexdigest()}
     text = TEMPLATE.read_text(encoding="utf-8")
     for name, value in values.items():
@@ -28,10 +34,11 @@ def make_cask(archive, version, file):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 4:
-        print("usage: make_cask.py FILE.zip VERSION FILE.rb", file=sys.stderr)
+    arguments = [word for word in sys.argv[1:] if word != "--notarized"]
+    if len(arguments) != 3:
+        print("usage: make_cask.py FILE.zip VERSION FILE.rb [--notarized]", file=sys.stderr)
         sys.exit(2)
     try:
-        make_cask(*sys.argv[1:])
+        make_cask(*arguments, notarized="--notarized" in sys.argv)
     except (OSError, ValueError) as error:
         sys.exit(f"make_cask.py: {error}")

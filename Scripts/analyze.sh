@@ -1,10 +1,19 @@
 #!/bin/sh
-# Walks the paths through Sources/, or through the given files, with clang's static analyzer: what is
-# retained and not released or the other way round, null pointers, moved-from and freed objects:
-# analyze.sh [FILE…]
+# Looks for leaks and null pointers with clang's static analyzer.
 #
 # It reads the declarations of the cross build: GNUstep's do not tell who owns what.
 set -eu
+
+usage="usage: analyze.sh [FILE...]
+
+Walks the paths through Sources/, or through the given files, with clang's static analyzer: what is
+retained and not released or the other way round, null pointers, moved-from and freed objects."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
+for file; do
+    [ -f "$file" ] || fail 2 "there is no file '$file'; see --help"
+done
 
 root=$(cd "$(dirname "$0")/.." && pwd)
 sh "$root/Scripts/bootstrap.sh" --tests
@@ -36,11 +45,11 @@ if [ $# -eq 0 ]; then
     set -- $(git ls-files 'Sources/*.cpp' 'Sources/*.mm')
 fi
 found=0
+done=0
 for file; do
+    done=$((done + 1))
+    echo "[$done/$#] $file"
     analyze "$file" || found=1
 done
-[ "$found" -eq 0 ] || {
-    echo "analyze.sh: the analyzer found something" >&2
-    exit 1
-}
+[ "$found" -eq 0 ] || fail 1 "the analyzer found something"
 echo "$# files: nothing found"

@@ -1,11 +1,18 @@
 #!/bin/sh
 # Prints what Veilpane costs beside a straight-line program that makes the same platform calls.
-# Numbers only: nothing here passes or fails, apart from the two making different calls.
-#
-#   instructions  of the whole process, counted by callgrind
-#   own           of the program's own objects, without libraries and the simulated Mac
-#   peak          resident memory at most, in KiB
 set -eu
+
+usage="usage: bench.sh
+
+Prints what Veilpane costs beside a straight-line program that makes the same platform calls. Numbers
+only: nothing here passes or fails, apart from the two making different calls.
+
+  instructions  of the whole process, counted by callgrind
+  own           of the program's own objects, without libraries and the simulated Mac
+  peak          resident memory at most, in KiB"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
 
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --bench
@@ -14,6 +21,7 @@ sh Scripts/build.sh linux-bench
 build=build/linux-bench
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+trap 'exit 130' INT TERM HUP
 
 # A Mac with COUNT displays, all with DDC, the first one built in and main. From the tenth on the
 # profiler's hexadecimal IDs would name other displays, so the screen list names those.
@@ -49,10 +57,8 @@ check_same_calls() { # COUNT OPTION…
     shift
     calls_of "$count" "$build/Veilpane" "$@" >"$work/program.calls"
     calls_of "$count" "$build/Reference" "$@" >"$work/reference.calls"
-    diff "$work/reference.calls" "$work/program.calls" >&2 || {
-        echo "bench.sh: Veilpane and the reference make different calls for '$*'" >&2
-        exit 1
-    }
+    diff "$work/reference.calls" "$work/program.calls" >&2 ||
+        fail 1 "Veilpane and the reference make different calls for '$*'"
 }
 
 measure() { # COUNT PROGRAM OPTION…: sets total, own and peak

@@ -2,6 +2,17 @@
 # Installs what the build and the tests need; does nothing when all of it is there.
 set -eu
 
+usage="usage: bootstrap.sh [--bench|--pictures|--tests]
+
+Installs what the build needs, with apt; does nothing when all of it is there. On a Mac it only tells what
+is missing.
+  --bench     also what the measurements need
+  --pictures  also what the pictures need
+  --tests     also what the tests and the checks of form need"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
+
 # A|B is the first of the two that apt knows: Debian 12 has GNUstep's 0.29, Ubuntu 24.04 its 0.30.
 debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git
 gnustep-back0.29-cairo|gnustep-back0.30-cairo gobjc libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
@@ -18,10 +29,7 @@ shellcheck unzip zsh"
     command -v npm >/dev/null 2>&1 || debian_packages="$debian_packages npm"
     ;;
 '') ;;
-*)
-    echo "usage: bootstrap.sh [--bench|--pictures|--tests]" >&2
-    exit 2
-    ;;
+*) refuse "$1" ;;
 esac
 
 alternatives() { # A|B
@@ -63,10 +71,8 @@ check_release() { # A|B…: all that is to be installed
     for packages in "$@"; do
         known_package "$packages" >/dev/null || unknown="$unknown $packages"
     done
-    [ -z "$unknown" ] || {
-        echo "bootstrap.sh: $(release_name) is not known here, and its apt has no$unknown; Debian 12 has all that is needed" >&2
-        exit 1
-    }
+    [ -z "$unknown" ] ||
+        fail 1 "$(release_name) is not known here, and its apt has no$unknown; Debian 12 has all that is needed"
 }
 
 as_root() {
@@ -75,8 +81,7 @@ as_root() {
     elif command -v sudo >/dev/null 2>&1; then
         sudo "$@"
     else
-        echo "bootstrap.sh: need root, or sudo, to install: $missing" >&2
-        exit 1
+        fail 1 "there is no sudo; let root type: apt-get update && apt-get install $(echo "$missing" | sed 's/|[^ ]*//g; s/ *$//')"
     fi
 }
 
@@ -84,12 +89,13 @@ bootstrap_debian() {
     missing=$(missing_debian_packages | tr '\n' ' ')
     [ -n "$missing" ] || return 0
     echo "Installing: $missing"
-    as_root apt-get update -qq
+    as_root apt-get update -qq || fail 1 "apt cannot fetch its lists; connect to a network, then run this again"
     # shellcheck disable=SC2086 # a list of names
     check_release $missing
     names=$(for packages in $missing; do known_package "$packages"; done)
     # shellcheck disable=SC2086 # a list of names
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $names
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $names ||
+        fail 1 "apt cannot install all of it, see above; with a network and room on the disk run this again"
 }
 
 cmake_is_recent() {
@@ -102,14 +108,10 @@ cmake_is_recent() {
 # A Mac needs Xcode's command-line tools and CMake; nothing is installed there unasked. CMake 3.25, which
 # Debian 12 has, does not ask Apple's compiler for C++23 in Objective-C++.
 check_mac() {
-    xcode-select -p >/dev/null 2>&1 || {
-        echo "bootstrap.sh: the command-line tools are missing; get them with: xcode-select --install" >&2
-        exit 1
-    }
-    cmake_is_recent || {
-        echo "bootstrap.sh: CMake 3.26 or later is missing; get it from cmake.org or with: brew install cmake" >&2
-        exit 1
-    }
+    xcode-select -p >/dev/null 2>&1 ||
+        fail 1 "the command-line tools are missing; get them with: xcode-select --install"
+    cmake_is_recent ||
+        fail 1 "CMake 3.26 or later is missing; get it from cmake.org or with: brew install cmake"
 }
 
 if [ "$(uname)" = Darwin ]; then
@@ -117,6 +119,5 @@ if [ "$(uname)" = Darwin ]; then
 elif command -v apt-get >/dev/null 2>&1; then
     bootstrap_debian
 else
-    echo "bootstrap.sh: this is no Debian; install the counterparts of: $debian_packages" >&2
-    exit 1
+    fail 1 "this is no Debian; install the counterparts of: $(echo "$debian_packages" | tr '\n' ' ')"
 fi

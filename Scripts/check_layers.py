@@ -61,8 +61,11 @@ def problems(sources):
 
 
 def main(arguments):
+    if "--help" in arguments:
+        print("usage: check_layers.py [FOLDER]\n\n" + __doc__, end="")
+        return 0
     if len(arguments) > 1:
-        sys.exit("usage: check_layers.py [FOLDER]")
+        sys.exit("check_layers.py: there is one argument at most; see --help")
     sources = pathlib.Path(arguments[0] if arguments else "Sources")
     if not sources.is_dir():
         sys.exit(f"check_layers.py: {sources}: no such folder")

@@ -53,8 +53,11 @@ def problems(project):
 
 
 def main(arguments):
+    if "--help" in arguments:
+        print("usage: check_limits.py [PROJECT]\n\n" + __doc__, end="")
+        return 0
     if len(arguments) > 1:
-        sys.exit("usage: check_limits.py [PROJECT]")
+        sys.exit("check_limits.py: there is one argument at most; see --help")
     project = pathlib.Path(arguments[0] if arguments else ".")
     if not (project / PAGE).is_file():
         sys.exit(f"check_limits.py: {project / PAGE}: no such file")

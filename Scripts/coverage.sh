@@ -1,9 +1,18 @@
 #!/bin/sh
-# Runs the tests and tells which lines and branches of Sources/ they reach. What they do not reach must
-# be explained in Tests/Coverage/unreached.txt, and nothing else may be.
+# Tells which lines and branches of Sources/ the tests reach.
 set -eu
 
+usage="usage: coverage.sh
+
+Runs the tests and tells which lines and branches of Sources/ they reach. What they do not reach must
+be explained in Tests/Coverage/unreached.txt, and nothing else may be."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
+
 cd "$(dirname "$0")/.."
+# shellcheck source=Scripts/steps.sh
+. Scripts/steps.sh
 sh Scripts/bootstrap.sh --tests
 # GNUstep's tests do not run the program.
 sh Scripts/build.sh linux-coverage UnitTests EndToEndTests MenuBarTests SimulatedMacTests
@@ -14,11 +23,8 @@ work=$PWD/build/coverage
 rm -rf "$work"
 mkdir -p "$work"
 export LLVM_PROFILE_FILE="$work/%c%m.profraw"
-ctest --preset linux-coverage -L 'unit|end-to-end|menu-bar|simulated-mac' --output-log "$work/tests.log" >/dev/null || {
-    cat "$work/tests.log" >&2
-    echo "coverage.sh: the tests failed" >&2
-    exit 1
-}
+step "$work/tests.log" "Running the tests" \
+    ctest --preset linux-coverage -L 'unit|end-to-end|menu-bar|simulated-mac'
 llvm-profdata-19 merge "$work"/*.profraw -o "$work/merged.profdata"
 
 export_as() { # FORMAT

@@ -1,16 +1,23 @@
 #!/bin/sh
-# Feeds each fuzzed program with what a fuzzer makes of its corpus: fuzz.sh [SECONDS FOR EACH]
+# Feeds each fuzzed program with what a fuzzer makes of its corpus.
 #
 # Nothing is written into the source tree. New inputs that reach more of the code are in
 # build/fuzz/NAME/corpus, those that found something in build/fuzz/NAME.
 set -eu
 
+usage="usage: fuzz.sh [SECONDS FOR EACH]
+
+Feeds each fuzzed program with what a fuzzer makes of its corpus, for 20 seconds or as many as it is told.
+What found something is in build/fuzz/NAME, with the command that replays it."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
+
 cd "$(dirname "$0")/.."
 seconds=${1:-20}
 case "$seconds" in
 '' | 0* | *[!0-9]*)
-    echo "usage: fuzz.sh [SECONDS FOR EACH], a whole number above 0" >&2
-    exit 2
+    fail 2 "'$seconds' is no number of seconds above 0; see --help"
     ;;
 esac
 sh Scripts/bootstrap.sh --tests
@@ -23,6 +30,7 @@ work=$PWD/build/fuzz
 # The simulated Mac's files: in memory where there is a place for them.
 temporary=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
 trap 'rm -rf "$temporary"' EXIT
+trap 'exit 130' INT TERM HUP
 export TMPDIR="$temporary"
 
 of_log() { # NAME PATTERN
@@ -39,6 +47,7 @@ tell() { # NAME RESULT
 
 # Naming functions (print_funcs) would launch a symbolizer through the simulated Mac's calls.
 fuzz() { # NAME
+    echo "Feeding $1 for $seconds s"
     find=$work/$1/find
     mkdir -p "$work/$1/corpus"
     rm -f "$find"

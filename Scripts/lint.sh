@@ -4,24 +4,34 @@
 # other in one direction only, and that the documents name tests that exist.
 set -eu
 
+usage="usage: lint.sh
+
+Checks form: clang-format everywhere, clang-tidy on the program, shellcheck on the scripts, actionlint on
+the workflows, that every source file is built, which rooms include which, and the documents' references.
+It changes nothing."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
+
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
 sh Scripts/fetch-tools.sh
 
+echo "Checking the format"
 git ls-files '*.h' '*.cpp' '*.mm' | xargs clang-format-19 --dry-run --Werror
 
+echo "Checking the scripts and workflows"
 git ls-files '*.sh' .ci/run Packaging/veilpane Packaging/veilpane-login \
     Packaging/veilpane-uninstall | xargs shellcheck
 shellcheck -s bash Packaging/completions/veilpane.bash
 
 git ls-files '.github/workflows/*' | xargs node Scripts/npm/lint-workflows.mjs
 
+echo "Checking builds, includes and references"
 git ls-files 'Sources/*.cpp' 'Sources/*.mm' 'Tests/*.cpp' 'Tests/*.mm' 'Platform/*.cpp' \
     'Platform/*.mm' | while read -r file; do
-    git grep -q "$(basename "$file")" -- '*CMakeLists.txt' '*.cmake' || {
-        echo "lint.sh: $file is in no build" >&2
-        exit 1
-    }
+    git grep -q "$(basename "$file")" -- '*CMakeLists.txt' '*.cmake' ||
+        fail 1 "$file is in no build"
 done
 
 python3 Scripts/check_layers.py
@@ -30,10 +40,8 @@ python3 Scripts/check_layers.py
 forbid() { # PATTERN FOLDER...
     pattern=$1
     shift
-    ! git grep -nE "#(include|import) \"($pattern)" -- "$@" ':!*/Tests/*' || {
-        echo "lint.sh: these includes go against the arrows of Platform/README.md" >&2
-        exit 1
-    }
+    ! git grep -nE "#(include|import) \"($pattern)" -- "$@" ':!*/Tests/*' ||
+        fail 1 "these includes go against the arrows of Platform/README.md"
 }
 simulated=Platform/SimulatedMac
 forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Sources Platform/Headers Platform/MacCross
@@ -47,6 +55,7 @@ forbid 'SimulatedMac/(Calls/|World/Mac\.h)' "$simulated/Tools"
 
 python3 Scripts/check_limits.py
 
+echo "Checking the program with clang-tidy, some minutes"
 cmake --preset linux >/dev/null
 git ls-files 'Sources/*.cpp' 'Sources/*.mm' |
     xargs -P 2 -n 4 clang-tidy-19 -p build/linux --quiet 2>/dev/null

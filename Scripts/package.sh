@@ -1,9 +1,24 @@
 #!/bin/sh
-# Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: package.sh
-#
-# On a Mac from the native build, elsewhere from the cross-compiled program; both are universal, and
-# sealed alike. On a Mac VEILPANE_SIGNING_IDENTITY names a certificate to sign with instead of ad hoc.
+# Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package.
 set -eu
+
+usage="usage: package.sh
+
+Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: on a Mac from the native
+build, elsewhere from the cross-compiled program; both are universal, and sealed alike.
+
+On a Mac these variables make it one that macOS starts without asking back:
+  VEILPANE_SIGNING_IDENTITY  a Developer ID certificate to sign with, instead of ad hoc
+  VEILPANE_NOTARY_PROFILE    what 'xcrun notarytool store-credentials' has stored Apple's credentials as:
+                             Apple notarises the bundle, and its ticket is stapled to it
+  VEILPANE_KEYCHAIN          the keychain with both, unless it is the default one"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
+identity=${VEILPANE_SIGNING_IDENTITY:-}
+profile=${VEILPANE_NOTARY_PROFILE:-}
+[ -z "$profile" ] || [ -n "$identity" ] ||
+    fail 1 "Apple notarises no bundle that is signed ad hoc; set VEILPANE_SIGNING_IDENTITY too"
 
 cd "$(dirname "$0")/.."
 case "$(uname)" in
@@ -12,10 +27,7 @@ Darwin)
     preset=macos
     ;;
 *)
-    [ -z "${VEILPANE_SIGNING_IDENTITY:-}" ] || {
-        echo "package.sh: VEILPANE_SIGNING_IDENTITY needs codesign, which only a Mac has" >&2
-        exit 1
-    }
+    [ -z "$identity" ] || fail 1 "VEILPANE_SIGNING_IDENTITY needs codesign, which only a Mac has"
     sh Scripts/bootstrap.sh --tests
     sh Scripts/fetch-tools.sh
     preset=macos-cross
@@ -32,10 +44,8 @@ cask=build/package/veilpane.rb
 work=build/package.new
 
 verify() { # BUNDLE|ZIP
-    python3 Tests/Packaging/verify_bundle.py "$1" >&2 || {
-        echo "package.sh: the seal of $1 is broken; nothing is packed" >&2
-        exit 1
-    }
+    python3 Tests/Packaging/verify_bundle.py "$1" >&2 ||
+        fail 1 "the seal of $1 is broken; nothing is packed"
 }
 
 verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac can judge
@@ -46,23 +56,45 @@ verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac ca
         judged=$work/unpacked/Veilpane.app
         ;;
     esac
-    codesign --verify --strict "$judged" || {
-        echo "package.sh: codesign refuses $1; nothing is packed" >&2
-        exit 1
-    }
+    codesign --verify --strict "$judged" || fail 1 "codesign refuses $1; nothing is packed"
+    [ -z "$notarized" ] || xcrun stapler validate "$judged" >&2 ||
+        fail 1 "$1 has no ticket of Apple's; nothing is packed"
 }
 
-[ -z "${VEILPANE_SIGNING_IDENTITY:-}" ] && check=verify || check=verify_certified
+# Apple's service takes a zip, and what it has to say is in its answer, not in the status. The ticket lies
+# outside of the seal; the build's own bundle stays as it is.
+notarize() { # BUNDLE
+    echo "Waiting for Apple to notarise it, some minutes" >&2
+    python3 Packaging/make_zip.py "$1" "$work/submitted.zip" "$seconds"
+    xcrun notarytool submit "$work/submitted.zip" --keychain-profile "$profile" \
+        ${VEILPANE_KEYCHAIN:+--keychain "$VEILPANE_KEYCHAIN"} --wait --output-format json >"$work/answer" ||
+        fail 1 "Apple's service could not be asked; nothing is packed"
+    grep -q '"status" *: *"Accepted"' "$work/answer" || {
+        cat "$work/answer" >&2
+        fail 1 "Apple has not notarised it; 'xcrun notarytool log' with that id tells why; nothing is packed"
+    }
+    xcrun stapler staple "$1" >&2 || fail 1 "the ticket could not be stapled; nothing is packed"
+}
+
+[ -z "$identity" ] && check=verify || check=verify_certified
+notarized=
 
 # A zip and its cask take the place of older ones only when what a Mac will unpack is sealed.
 rm -rf "$work"
 trap 'rm -rf "$work"' EXIT
+trap 'exit 130' INT TERM HUP
 mkdir -p "$work" build/package
 new=$work/$(basename "$archive")
 "$check" "$bundle"
+if [ -n "$profile" ]; then
+    cp -R "$bundle" "$work/Veilpane.app"
+    bundle=$work/Veilpane.app
+    notarize "$bundle"
+    notarized=--notarized
+fi
 python3 Packaging/make_zip.py "$bundle" "$new" "$seconds"
 "$check" "$new"
-python3 Packaging/make_cask.py "$new" "$version" "$work/veilpane.rb"
+python3 Packaging/make_cask.py "$new" "$version" "$work/veilpane.rb" $notarized
 mv "$new" "$archive"
 mv "$work/veilpane.rb" "$cask"
 echo "$archive"

@@ -2,6 +2,13 @@
 # Makes the pictures in Docs/Pictures from the running application.
 set -eu
 
+usage="usage: pictures.sh
+
+Makes the pictures in Docs/Pictures from the running application, on a screen that nobody sees."
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+take_no_arguments "$@"
+
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --pictures
 sh Scripts/build.sh linux Veilpane macsim StatusIconPicture
@@ -18,17 +25,15 @@ stop() {
     rm -rf "$work"
 }
 trap stop EXIT
+trap 'exit 130' INT TERM HUP
 mkdir -p "$pictures"
 
-# Waits until a command succeeds, for ten seconds at most.
+# Waits until a command succeeds, for a minute at most.
 eventually() {
     tries=0
     until "$@"; do
         tries=$((tries + 1))
-        [ "$tries" -lt 100 ] || {
-            echo "pictures.sh: '$*' never held" >&2
-            exit 1
-        }
+        [ "$tries" -lt 600 ] || fail 1 "'$*' never held"
         sleep 0.1
     done
 }
@@ -60,9 +65,12 @@ lacks_color() { # X Y COLOR
     ! has_color "$@"
 }
 
-start_application() { # SCENE
-    export SIMULATED_MAC_SCENE="$work/scene.json" SIMULATED_MAC_STATE="$work/state" TMPDIR="$work"
-    printf '%s' "$1" >"$SIMULATED_MAC_SCENE"
+start_application() { # SCENE: of what is on the desk; nothing is the demo Mac
+    export SIMULATED_MAC_SCENE="" SIMULATED_MAC_STATE="$work/state" TMPDIR="$work"
+    [ $# -eq 0 ] || {
+        SIMULATED_MAC_SCENE=$work/scene.json
+        printf '%s' "$1" >"$SIMULATED_MAC_SCENE"
+    }
     rm -rf "$SIMULATED_MAC_STATE"
     "$build/Veilpane" 2>/dev/null &
     application=$!
@@ -153,3 +161,35 @@ export SIMULATED_MAC_SCENE="" SIMULATED_MAC_STATE="$work/desk"
 "$build/macsim" desk "$pictures/desk-after.png"
 echo "Docs/Pictures/desk-before.png"
 echo "Docs/Pictures/desk-after.png"
+
+# The moving picture: the desk, and beside it the menu on the screen of its first display. What is seen of
+# the screen leaves the pointer out, so it is drawn where it is.
+frame() { # NAME [X Y]: of the pointer, in the picture of the screen
+    "$build/macsim" desk "$work/desk.png"
+    eventually is_still 340x330+940+0
+    import -silent -window root -crop 340x330+940+0 +repage "$work/menu.png"
+    [ $# -eq 1 ] || convert "$work/menu.png" -fill black -stroke white -strokewidth 1 \
+        -draw "translate $2,$3 path 'M 0,0 L 0,17 4,13.5 7,19.5 9.8,18.2 7,12.5 12,12.5 Z'" "$work/menu.png"
+    convert "$work/desk.png" -resize 50% -gravity center -background '#f3f1ef' -extent 772x330 "$work/menu.png" \
+        +append -strip -define png:exclude-chunks=date,time "$work/$1.png"
+}
+start_application
+frame closed
+open_menu
+frame open 300 190
+turn_off 2
+frame off 300 190
+close_menu
+open_menu
+frame told
+click_switch 2
+eventually has_color 1231 $((83 + 51 * 2)) 0a7aff
+frame on 300 190
+stop_application
+convert -delay 120 "$work/closed.png" -delay 140 "$work/open.png" -delay 260 "$work/off.png" -delay 260 "$work/told.png" \
+    -delay 180 "$work/on.png" -loop 0 +dither -colors 128 -layers Optimize "$pictures/flip.gif"
+cp "$work/told.png" "$pictures/flip.png"
+for name in flip.gif flip.png; do
+    [ "$(wc -c <"$pictures/$name")" -lt 1000000 ] || fail 1 "$name is larger than 1 MB"
+    echo "Docs/Pictures/$name"
+done

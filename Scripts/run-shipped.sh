@@ -1,15 +1,15 @@
 #!/bin/sh
-# Runs the program in Veilpane.app, as it ships for a Mac, on the simulated Mac:
-# run-shipped.sh [--arch x86_64|arm64] [--app | OPTION OF VEILPANE…]
-#
-#   --app         the menu-bar application, on this X display or on a screen that nobody sees
-#   OPTION…       the command line; nothing is --list
+# Runs the program in Veilpane.app, as it ships for a Mac, on the simulated Mac.
 set -eu
 
-fail() { # STATUS TEXT
-    echo "run-shipped.sh: $2" >&2
-    exit "$1"
-}
+usage="usage: run-shipped.sh [--arch x86_64|arm64] [--app | OPTION OF VEILPANE...]
+
+Runs the program in Veilpane.app, as it ships for a Mac, on the simulated Mac.
+  --app      the menu-bar application, on this X display or on a screen that nobody sees
+  OPTION...  the command line, such as --power off 2; nothing is --list"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
 
 architecture=x86_64
 if [ "${1:-}" = --arch ]; then
@@ -22,13 +22,20 @@ x86_64) ;;
 arm64) fail 1 "the program for arm64 cannot be run here yet" ;;
 *) fail 2 "--arch takes x86_64 or arm64, not '$architecture'" ;;
 esac
+case "${1-}" in
+'' | --app | --list | --power | --selftest) ;;
+*) refuse "$1" ;;
+esac
 [ "$(uname)" != Darwin ] || fail 1 "on a Mac it runs by itself: Scripts/run.sh"
 
 cd "$(dirname "$0")/.."
-sh Scripts/bootstrap.sh --tests
-sh Scripts/fetch-tools.sh
-sh Scripts/build.sh macos-cross
-sh Scripts/build.sh linux macrun macsim
+# What the program prints is all of the output.
+{
+    sh Scripts/bootstrap.sh --tests
+    sh Scripts/fetch-tools.sh
+    sh Scripts/build.sh macos-cross Bundle
+    sh Scripts/build.sh linux macrun macsim
+} >&2
 
 [ $# -gt 0 ] || set -- --list
 program=build/macos-cross/Veilpane.app/Contents/MacOS/Veilpane

@@ -1,24 +1,36 @@
 #!/bin/sh
-# Sets up, builds and runs Veilpane on the simulated Mac: run.sh [--app | OPTION OF VEILPANE…]
-#
-#   --app         the menu-bar application, on this X display or on a screen that nobody sees
-#   OPTION…       the command line
-#   nothing       the main job: list, switch a display off and on, self-test, and pictures of the desk
+# Sets up, builds and runs Veilpane on the simulated Mac.
 set -eu
 
+usage="usage: run.sh [--app | OPTION OF VEILPANE...]
+
+Sets up, builds and runs Veilpane on the simulated Mac; on a Mac, the real program with real displays.
+  --app      the menu-bar application, on this X display or on a screen that nobody sees
+  OPTION...  the command line, such as --power off 2
+  nothing    the main job: list, switch a display off and on, self-test, and pictures of the desk;
+             on a Mac only --list, which changes nothing"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
+case "${1-}" in
+'' | --app | --list | --power | --selftest) ;;
+*) refuse "$1" ;;
+esac
+
 cd "$(dirname "$0")/.."
-sh Scripts/bootstrap.sh
+# What the program prints is all of the output.
+sh Scripts/bootstrap.sh >&2
 
 # On a Mac this is the real program with real displays: only what changes nothing runs unasked.
 if [ "$(uname)" = Darwin ]; then
-    sh Scripts/build.sh macos
+    sh Scripts/build.sh macos >&2
     [ $# -gt 0 ] || set -- --list
     [ "$1" != --app ] || shift
     # In its bundle, so that it remembers the same displays as an installed one.
     exec build/macos/Veilpane.app/Contents/MacOS/Veilpane "$@"
 fi
 
-sh Scripts/build.sh linux Veilpane macsim
+sh Scripts/build.sh linux Veilpane macsim >&2
 build=build/linux
 
 case "${1:-}" in

@@ -14,15 +14,13 @@ Without options: 100000 fault runs and 1000000 steps of histories. Its last line
   --faults N, --steps N, --seed N, --jobs N
                      how much, from which seed, how many at once
   --fuzz [SECONDS]   the fuzzers instead, each for so long (600)"
-
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
 case "${1-}" in
---help)
-    echo "$usage"
-    exit
-    ;;
---fuzz)
-    exec sh "$(dirname "$0")/fuzz.sh" "${2:-600}"
-    ;;
+'' | --fault-run | --replay | --faults | --steps | --seed | --jobs) ;;
+--fuzz) exec sh "$(dirname "$0")/fuzz.sh" "${2:-600}" ;;
+*) refuse "$1" ;;
 esac
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests

@@ -10,6 +10,15 @@ progress_of() { # LOG
         tr -d '[] A-Za-z'
 }
 
+# A build's own processes go on when only the one that began them ends, and those of a background command
+# hear of no Control-C.
+stop_with_children() { # PROCESS
+    for child in $(ps -A -o pid= -o ppid= 2>/dev/null | awk -v parent="$1" '$2 == parent { print $1 }'); do
+        stop_with_children "$child"
+    done
+    kill "$1" 2>/dev/null || true
+}
+
 # step LOG TEXT COMMAND...: runs the command, and ends the script with all that it printed if it fails.
 step() {
     step_log=$1
@@ -20,7 +29,7 @@ step() {
     step_begin=$(date +%s)
     "$@" >"$step_log" 2>&1 &
     step_process=$!
-    trap 'kill "$step_process" 2>/dev/null; exit 130' INT TERM
+    trap 'stop_with_children "$step_process"; exit 130' INT TERM HUP
     step_reported=$step_begin
     while kill -0 "$step_process" 2>/dev/null; do
         sleep 0.2
@@ -36,6 +45,6 @@ step() {
         echo "failed: $step_text" >&2
         exit 1
     }
-    trap - INT TERM
+    trap - INT TERM HUP
     echo "  done after $(($(date +%s) - step_begin)) s"
 }

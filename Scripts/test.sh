@@ -8,6 +8,9 @@ Without arguments: sets up, builds, and runs every test once, about five minutes
   --all   also checks the form of the sources, runs the tests under the sanitizers, feeds the fuzzers
           and builds the program for a Mac, looks at it and runs it here, about half an hour
   NAME    runs the tests in whose names this occurs, and nothing else"
+# shellcheck source=Scripts/arguments.sh
+. "$(dirname "$0")/arguments.sh"
+answer_help "$@"
 
 cd "$(dirname "$0")/.."
 # shellcheck source=Scripts/steps.sh
@@ -26,7 +29,21 @@ set_up() { # [for all]
     [ $# -eq 0 ] || sh Scripts/fetch-tools.sh
 }
 
+# The tree as it is committed; nothing where there are changes, or no git.
+clean_tree() {
+    [ -n "$(git status --porcelain 2>&1)" ] || git rev-parse 'HEAD^{tree}'
+}
+
+# Notes which tree has passed, for Scripts/release.sh; one that was changed meanwhile has not.
 test_all() {
+    rm -f build/tested
+    tested=$(clean_tree)
+    run_all
+    mkdir -p build
+    [ -z "$tested" ] || [ "$(clean_tree)" != "$tested" ] || echo "$tested" >build/tested
+}
+
+run_all() {
     set_up all
     step build/lint.log "Checking form" sh Scripts/lint.sh
     test_preset macos-cross "the program for a Mac"
@@ -49,22 +66,17 @@ test_some() { # NAME
             "$program" --screens --gtest_filter="*$1*"
         fi
     done
-    [ $found = yes ] || {
-        echo "test.sh: no test has '$1' in its name" >&2
-        exit 1
-    }
+    if ctest --preset linux -N -R "$1" -L 'scripts|safety' | grep -q ' Test '; then
+        found=yes
+        ctest --preset linux -R "$1" -L 'scripts|safety'
+    fi
+    [ $found = yes ] || fail 1 "no test has '$1' in its name"
 }
 
+[ $# -le 1 ] || refuse "$2"
 case "${1-}" in
---help)
-    echo "$usage"
-    exit
-    ;;
---all | '') ;;
--*)
-    echo "$usage" >&2
-    exit 2
-    ;;
+--all) ;;
+-*) refuse "$1" ;;
 esac
 if [ "$(uname)" = Darwin ]; then
     # The tests have the simulated Mac in them: no real display is touched.

@@ -108,11 +108,15 @@ add_test(NAME Program.destroys_nothing_at_its_end
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/check_destructors.py
     ${CMAKE_NM} $<TARGET_FILE:VeilpaneCore> $<TARGET_OBJECTS:Veilpane>)
 set_tests_properties(Program.destroys_nothing_at_its_end PROPERTIES LABELS unit)
-foreach(script bootstrap check_layers check_limits coverage fetch_tools planted_bugs)
+foreach(script bootstrap check_layers check_limits coverage every_script fetch_tools planted_bugs publish release)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)
 endforeach()
+
+add_test(NAME Scripts.readme
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_readme.py $<TARGET_FILE:Veilpane>)
+set_tests_properties(Scripts.readme PROPERTIES LABELS scripts)
 
 set(MAC_PROGRAM_TESTS ${CMAKE_SOURCE_DIR}/Platform/MacProgram/Tests)
 add_executable(MacProgramTests

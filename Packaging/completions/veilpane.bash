@@ -34,7 +34,7 @@ _veilpane() {
     local word=${COMP_WORDS[COMP_CWORD]}
     COMPREPLY=()
     case $COMP_CWORD:${COMP_WORDS[1]-} in
-    1:*) _veilpane_words "$word" --power --list --selftest ;;
+    1:*) _veilpane_words "$word" --power --list --selftest --help --version ;;
     2:--power) _veilpane_words "$word" on off ;;
     3:--power) _veilpane_displays "${COMP_WORDS[0]}" "$word" ;;
     esac

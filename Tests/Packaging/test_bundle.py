@@ -82,7 +82,8 @@ class Bundle(unittest.TestCase):
 
     def test_what_the_property_list_names_is_there(self):
         for name in ("Resources/Veilpane.icns", "Resources/zh-Hans.lproj/InfoPlist.strings",
-                     "Resources/man/man1/veilpane.1", "Resources/LICENSE"):
+                     "Resources/man/man1/veilpane.1",
+                     "Resources/man/zh_CN.UTF-8/man1/veilpane.1", "Resources/LICENSE"):
             self.assertTrue((self.contents / name).is_file(), name)
         for command in ("veilpane", "veilpane-login", "veilpane-uninstall"):
             self.assertTrue(os.access(self.contents / "Resources/bin" / command, os.X_OK), command)

@@ -3,12 +3,23 @@
 
 import os
 import plistlib
+import re
 import shutil
 import subprocess
 import sys
 import unittest
 
 from temporary_home import PACKAGING, InATemporaryHome, write_script
+
+sys.path.insert(0, str(PACKAGING))
+
+import make_bundle  # noqa: E402
+
+
+def page(name):
+    """A man page's source."""
+    return (PACKAGING / name).read_text(encoding="utf-8")
+
 
 # Tells how it was started.
 FAKE_PROGRAM = """#!/bin/sh
@@ -65,12 +76,49 @@ class Launcher(InATemporaryHome):
         shutil.copy(PACKAGING / "veilpane", command)
         self.assert_started(self.run_command(command), contents, [])
 
-    def test_without_a_bundle_there_is_one_line_and_status_69(self):
+    def alone(self):
+        """The command without a bundle."""
         command = self.home / "veilpane"
         shutil.copy(PACKAGING / "veilpane", command)
-        run = self.run_command(command, "--list")
-        self.assertEqual((run.returncode, run.stdout), (69, ""))
-        self.assertEqual(run.stderr.count("\n"), 1)
+        return command
+
+    def test_without_a_bundle_one_line_says_what_to_do(self):
+        for arguments in ([], ["--list"], ["--version"], ["--power", "off", "2"]):
+            run = self.run_command(self.alone(), *arguments)
+            self.assertEqual((run.returncode, run.stdout), (69, ""))
+            self.assertEqual(run.stderr.count("\n"), 1)
+            self.assertIn("move it to /Applications", run.stderr)
+
+    def test_help_is_printed_and_nothing_is_started(self):
+        _, inside = self.bundle()
+        for command in (inside, self.alone()):
+            for arguments in (["--help"], ["--power", "--help"], ["--power", "off", "--help"],
+                              ["--list", "--help", "--version"]):
+                with self.subTest(arguments):
+                    run = self.run_command(command, *arguments)
+                    self.assertEqual((run.returncode, run.stderr), (0, ""))
+                    self.assertTrue(run.stdout.startswith("usage: veilpane "))
+
+    def test_help_tells_of_every_option_of_the_man_page(self):
+        options = set(re.findall(r"^\.It Fl -(\w+)", page("veilpane.1"), re.MULTILINE))
+        self.assertGreater(len(options), 4)
+        told = set(re.findall(r"^  --(\w+)", self.run_command(self.alone(), "--help").stdout,
+                              re.MULTILINE))
+        self.assertEqual(told, options)
+
+    def test_the_version_is_the_bundles_and_nothing_is_started(self):
+        contents, command = self.bundle()
+        make_bundle.write_plist(contents, "12.3.4", "13.0")
+        link = self.home / "link"
+        link.symlink_to(command)
+        for arguments in (["--version"], ["--power", "off", "--version"]):
+            run = self.run_command(link, *arguments)
+            self.assertEqual((run.returncode, run.stdout, run.stderr), (0, "Veilpane 12.3.4\n", ""))
+
+    def test_words_that_only_look_like_them_reach_the_program(self):
+        contents, command = self.bundle()
+        for word in ("-h", "help", "--helpme", "--Help", "--versions", ""):
+            self.assert_started(self.run_command(command, word), contents, [word])
 
 
 class InstalledBundle(InATemporaryHome):
@@ -139,11 +187,18 @@ class LoginSwitch(InstalledBundle):
         for arguments in ([], ["maybe"]):
             self.assertEqual(self.login(*arguments).returncode, 2)
 
+    def test_help_changes_nothing(self):
+        run = self.login("--help")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertTrue(run.stdout.startswith("usage: veilpane-login "))
+        self.assertFalse(self.agent.exists())
+
 
 class Uninstall(InstalledBundle):
     LINKS = {"bin/veilpane": "bin/veilpane", "bin/veilpane-login": "bin/veilpane-login",
              "bin/veilpane-uninstall": "bin/veilpane-uninstall",
-             "share/man/man1/veilpane.1": "man/man1/veilpane.1"}
+             "share/man/man1/veilpane.1": "man/man1/veilpane.1",
+             "share/man/zh_CN.UTF-8/man1/veilpane.1": "man/zh_CN.UTF-8/man1/veilpane.1"}
 
     def setUp(self):
         super().setUp()
@@ -343,6 +398,14 @@ exec "$@"
         self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1))
         self.assertTrue(copy.exists())
 
+    def test_help_removes_nothing(self):
+        self.login("on")
+        for arguments in (["--help"], ["--purge", "--help"]):
+            run = self.uninstall(*arguments)
+            self.assertEqual((run.returncode, run.stderr), (0, ""))
+            self.assertTrue(run.stdout.startswith("usage: veilpane-uninstall "))
+            self.assert_nothing_was_removed()
+
     def test_an_unknown_option_is_a_usage_error(self):
         self.assertEqual(self.uninstall("--all").returncode, 2)
         self.assertTrue(self.program.exists())
@@ -351,9 +414,21 @@ exec "$@"
 class ManPage(unittest.TestCase):
     @unittest.skipUnless(shutil.which("mandoc"), "mandoc is not installed")
     def test_mandoc_has_no_complaint(self):
-        run = subprocess.run(["mandoc", "-Tlint", "-Wwarning", str(PACKAGING / "veilpane.1")],
-                             capture_output=True, text=True, check=False)
-        self.assertEqual((run.returncode, run.stdout), (0, ""))
+        for name in ("veilpane.1", "veilpane.zh_CN.1"):
+            run = subprocess.run(["mandoc", "-Tlint", "-Wwarning", str(PACKAGING / name)],
+                                 capture_output=True, text=True, check=False)
+            self.assertEqual((run.returncode, run.stdout), (0, ""), name)
+
+    def test_the_translation_has_the_same_structure(self):
+        """Everything that is not prose, line by line: sections, options, statuses, files, examples."""
+        def structure(name):
+            shown = r"^(\.(?:Dd|Dt|Sh|It|Bl|El|Bd|Ed|Op|Fl -\w+ \|).*|veilpane .*)$"
+            return re.findall(shown, page(name), re.MULTILINE)
+        self.assertGreater(len(structure("veilpane.1")), 30)
+        self.assertEqual(structure("veilpane.zh_CN.1"), structure("veilpane.1"))
+        prose = re.findall(r"^[^.\n].*$", page("veilpane.zh_CN.1"), re.MULTILINE)
+        untranslated = [line for line in prose if line.isascii() and not line.startswith("veilpane ")]
+        self.assertEqual(untranslated, [])
 
 
 if __name__ == "__main__":

@@ -86,7 +86,7 @@ class Completions(InATemporaryHome):
         return run.stdout.splitlines()
 
     def test_bash_completes_options_states_and_displays_with_their_names(self):
-        self.assertEqual(self.bash("veilpane", ""), ["--power", "--list", "--selftest"])
+        self.assertEqual(self.bash("veilpane", ""), ["--power", "--list", "--selftest", "--help", "--version"])
         self.assertEqual(self.bash("veilpane", "--l"), ["--list"])
         self.assertEqual(self.bash("veilpane", "--power", ""), ["on", "off"])
         self.assertEqual(self.bash("veilpane", "--power", "off", ""),
@@ -128,7 +128,7 @@ class Completions(InATemporaryHome):
     @unittest.skipUnless(shutil.which("fish"), "fish is not installed")
     def test_fish_completes_options_states_and_displays_with_their_names(self):
         options = [text.split("\t")[0] for text in self.fish("veilpane --")]
-        self.assertEqual(set(options), {"--power", "--list", "--selftest"})
+        self.assertEqual(set(options), {"--power", "--list", "--selftest", "--help", "--version"})
         self.assertEqual(set(self.fish("veilpane --power ")), {"on", "off"})
         self.assertEqual(self.fish("veilpane --power off "), ["1\tBuilt-in", "12\tStudio 演播室"])
 
@@ -163,6 +163,8 @@ class Completions(InATemporaryHome):
         terminal = self.zsh()
         terminal.type("veilpane --s\t\n")
         self.assert_arguments(terminal, ["--selftest"])
+        terminal.type("veilpane --v\t\n")
+        self.assert_arguments(terminal, ["--version"])
         terminal.type("veilpane --p\tof\t12\t\n")
         self.assert_arguments(terminal, ["--power", "off", "12"])
         terminal.type("veilpane --power on \t\t")

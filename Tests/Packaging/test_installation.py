@@ -30,6 +30,7 @@ LINKS = {"bin/veilpane": "bin/veilpane",
          "bin/veilpane-login": "bin/veilpane-login",
          "bin/veilpane-uninstall": "bin/veilpane-uninstall",
          "share/man/man1/veilpane.1": "man/man1/veilpane.1",
+         "share/man/zh_CN.UTF-8/man1/veilpane.1": "man/zh_CN.UTF-8/man1/veilpane.1",
          "share/zsh/site-functions/_veilpane": "completions/_veilpane",
          "share/bash-completion/completions/veilpane": "completions/veilpane.bash",
          "share/fish/vendor_completions.d/veilpane.fish": "completions/veilpane.fish"}

@@ -44,6 +44,20 @@ for last; do :; done
 [ -f "$last/Contents/MacOS/Veilpane" ]
 """
 
+# Apple's service says in its answer, not in its status, whether it has notarised; ANSWER is its word.
+FAKE_XCRUN = """#!/bin/sh
+echo "$@" >>"$HOME/xcrun.log"
+for last; do :; done
+case "$1 $2" in
+"notarytool submit")
+    [ -f "$3" ] || exit 1
+    echo '{"id":"1-2-3","status":"ANSWER","message":"Processing complete"}'
+    ;;
+"stapler staple") echo ticket >"$last/Contents/CodeResources" ;;
+"stapler validate") [ -f "$last/Contents/CodeResources" ] ;;
+esac
+"""
+
 REFUSING_CODESIGN = """#!/bin/sh
 echo "code object is not signed at all" >&2
 exit 1
@@ -62,14 +76,16 @@ class ProjectToPackage(InATemporaryHome):
         for file in ("CMakeLists.txt", "LICENSE"):
             shutil.copy(PROJECT / file, self.project)
         (self.project / "Scripts").mkdir()
-        shutil.copy(PROJECT / "Scripts" / "package.sh", self.project / "Scripts")
+        for script in ("package.sh", "arguments.sh"):
+            shutil.copy(PROJECT / "Scripts" / script, self.project / "Scripts")
         for preset in ("macos", "macos-cross"):
             self.make_sealed_bundle(self.home / "built" / preset, f"made by {preset}")
         for script in ("bootstrap.sh", "fetch-tools.sh"):
             write_script(self.project / "Scripts" / script, "#!/bin/sh\n")
         write_script(self.project / "Scripts" / "build.sh", FAKE_BUILD)
         self.environment["SOURCE_DATE_EPOCH"] = "1700000000"
-        self.environment.pop("VEILPANE_SIGNING_IDENTITY", None)
+        for name in ("SIGNING_IDENTITY", "NOTARY_PROFILE", "KEYCHAIN"):
+            self.environment.pop(f"VEILPANE_{name}", None)
         self.packages = self.project / "build" / "package"
         self.archive = self.packages / f"Veilpane-{VERSION}.zip"
 
@@ -160,6 +176,59 @@ class PackageScript(ProjectToPackage):
         shutil.rmtree(self.packages)
         write_script(self.home / "bin" / "codesign", REFUSING_CODESIGN)
         self.assert_not_packed(self.run_script("Darwin"), "codesign refuses build/macos/Veilpane.app")
+
+    def notarize(self, answer="Accepted"):
+        self.environment |= {"VEILPANE_SIGNING_IDENTITY": "Developer ID",
+                             "VEILPANE_NOTARY_PROFILE": "a profile"}
+        for name, text in (("ditto", FAKE_DITTO), ("codesign", FAKE_CODESIGN),
+                           ("xcrun", FAKE_XCRUN.replace("ANSWER", answer))):
+            write_script(self.home / "bin" / name, text)
+        return self.run_script("Darwin")
+
+    def test_a_notarised_bundle_has_its_ticket_in_the_zip_and_the_cask_asks_for_nothing(self):
+        run = self.notarize()
+        self.assertEqual(run.returncode, 0, run.stderr)
+        work = "build/package.new"
+        self.assertEqual(self.text("xcrun.log").splitlines(), [
+            f"notarytool submit {work}/submitted.zip --keychain-profile a profile --wait "
+            "--output-format json", f"stapler staple {work}/Veilpane.app",
+            f"stapler validate {work}/unpacked/Veilpane.app"])
+        with zipfile.ZipFile(self.archive) as archive:
+            self.assertEqual(archive.read("Veilpane.app/Contents/CodeResources"), b"ticket\n")
+        self.assertFalse((self.project / "build/macos/Veilpane.app/Contents/CodeResources").exists())
+        self.assertNotIn("quarantine", (self.packages / "veilpane.rb").read_text(encoding="utf-8"))
+        self.assertEqual(self.packed(), {self.archive.name, "veilpane.rb"})
+
+    def test_the_keychain_of_the_credentials_can_be_another_one(self):
+        self.environment["VEILPANE_KEYCHAIN"] = "/a key/chain"
+        self.assertEqual(self.notarize().returncode, 0)
+        self.assertIn("--keychain /a key/chain --wait", self.text("xcrun.log"))
+
+    def test_what_apple_does_not_notarise_is_not_packed(self):
+        self.assert_not_packed(self.notarize("Invalid"), "has not notarised it")
+        self.assertNotIn("stapler", self.text("xcrun.log"))
+
+    def test_a_service_that_cannot_be_asked_or_gives_no_ticket_ends_it(self):
+        for command, words in (("notarytool submit", "could not be asked"),
+                               ("stapler staple", "could not be stapled"),
+                               ("stapler validate", "has no ticket")):
+            with self.subTest(command):
+                self.notarize()
+                shutil.rmtree(self.packages, ignore_errors=True)
+                write_script(self.home / "bin" / "xcrun", FAKE_XCRUN.replace("ANSWER", "Accepted").replace(
+                    'case "$1 $2" in', f'case "$1 $2" in\n"{command}") exit 1 ;;'))
+                self.assert_not_packed(self.run_script("Darwin"), words)
+
+    def test_an_ad_hoc_bundle_is_not_sent_to_apple(self):
+        self.environment["VEILPANE_NOTARY_PROFILE"] = "a profile"
+        for system in ("Linux", "Darwin"):
+            self.assert_not_packed(self.run_script(system), "VEILPANE_SIGNING_IDENTITY")
+
+    def test_the_cask_of_an_ad_hoc_bundle_tells_how_to_start_it(self):
+        self.package("Linux")
+        text = (self.packages / "veilpane.rb").read_text(encoding="utf-8")
+        self.assertIn("xattr -dr com.apple.quarantine #{appdir}/Veilpane.app", text)
+        self.assertNotIn("@", text)
 
     @unittest.skipUnless(shutil.which("ruby"), "ruby is not installed")
     def test_the_cask_names_the_zip_that_it_has_the_hash_of(self):

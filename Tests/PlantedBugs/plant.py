@@ -235,6 +235,8 @@ def options_from(words):
                         help="the bugs chosen by hand instead, against the safety runs alone")
     parser.add_argument("--once-unnoticed", action="store_true",
                         help="the bugs instead that all tests once let pass")
+    # One line: --help has the rest.
+    parser.error = lambda text: parser.exit(2, f"planted-bugs.sh: {text}; see --help\n")
     return parser.parse_args(words)
 
 

@@ -2,6 +2,7 @@
 """Scripts/bootstrap.sh on machines that its stand-ins for apt, dpkg and CMake make up."""
 
 import pathlib
+import shutil
 import sys
 import unittest
 
@@ -107,6 +108,29 @@ class OnDebian(Machine):
         (self.home / "os-release").unlink()
         self.assert_refused(self.bootstrap(), "clang-19")
         self.assertEqual(self.installed_packages(), set())
+
+    def test_without_a_network_it_says_so_and_can_be_run_again(self):
+        for failing in ("update", "install"):
+            with self.subTest(failing):
+                self.become("any", unknown=["gnustep-back0.30-cairo"])
+                self.stand_in("apt-get", FAKE_APT_GET + f'[ "$1" != {failing} ] || exit 100\n'.replace(
+                    '"$1"', '"${1}"'))
+                self.assert_refused(self.bootstrap(), "network", "run this again")
+                self.stand_in("apt-get", FAKE_APT_GET)
+                self.assertEqual(self.bootstrap().returncode, 0)
+
+    def test_without_root_or_sudo_it_says_what_root_types(self):
+        self.become("any")
+        self.stand_in("id", "#!/bin/sh\necho 1000\n")
+        # A PATH without any sudo.
+        for tool in ("sh", "dirname", "basename", "tr", "sed", "grep", "uname"):
+            path = self.home / "bin" / tool
+            if not path.exists():
+                path.symlink_to(shutil.which(tool))
+        self.environment["PATH"] = str(self.home / "bin")
+        run = self.bootstrap()
+        self.assert_refused(run, "let root type: apt-get update && apt-get install ", " cmake")
+        self.assertNotIn("|", run.stderr)
 
     def test_an_unknown_option_is_a_usage_error(self):
         self.become("any")

@@ -424,6 +424,22 @@ TEST_F(GestureRecognizers, a_control_with_an_action_gets_its_clicks_itself) {
     });
 }
 
+class Accessibility : public MenuBarTest {};
+
+TEST_F(Accessibility, every_kind_of_view_keeps_a_copy_of_its_label) {
+    for (Class kind in
+         @[ [NSView class], [NSSwitch class], [NSTextField class], [NSButton class] ]) {
+        NSView* const view = [[[kind alloc] initWithFrame:NSZeroRect] autorelease];
+        EXPECT_EQ([view accessibilityLabel], nil) << class_getName(kind);
+        NSMutableString* const label = [NSMutableString stringWithString:@"Studio"];
+        [view setAccessibilityLabel:label];
+        [label appendString:@" and more"];
+        EXPECT_EQ(text([view accessibilityLabel]), "Studio") << class_getName(kind);
+        [view setAccessibilityLabel:nil];
+        EXPECT_EQ([view accessibilityLabel], nil) << class_getName(kind);
+    }
+}
+
 class Images : public MenuBarTest {};
 
 TEST_F(Images, there_is_no_image_for_an_unknown_symbol) {

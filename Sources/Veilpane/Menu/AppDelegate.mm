@@ -140,6 +140,7 @@ NSMenuItem* makeItem(NSView* view, bool enabled) {
     [button setTitle:@""];
     [button setFont:[NSFont menuBarFontOfSize:0]];
     [button setToolTip:@"显示器开关"];
+    [button setAccessibilityLabel:@"显示器开关"];
 }
 
 - (NSMenu*)makeMenu {

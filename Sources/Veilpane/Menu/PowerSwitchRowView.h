@@ -16,7 +16,7 @@ using ToggleHandler = std::function<void(bool)>;
 } // namespace veilpane
 
 /// A display's row in the menu: an icon, the display's name and, but for the main display, a
-/// switch.
+/// switch. Row and switch tell screen readers the display's name and whether it is on.
 @interface PowerSwitchRowView : NSView {
 @private
     CGDirectDisplayID _displayID;

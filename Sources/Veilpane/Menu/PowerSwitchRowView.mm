@@ -72,6 +72,15 @@ constexpr CGFloat iconSize = 18;
 
 - (void)showOn:(bool)isOn {
     [_powerSwitch.get() setState:isOn ? NSControlStateValueOn : NSControlStateValueOff];
+    [self tellScreenReaders];
+}
+
+- (void)tellScreenReaders {
+    NSString* const state = [_powerSwitch.get() state] == NSControlStateValueOn ? @"，开" : @"，关";
+    NSString* const told = [[[_titleLabel.get() stringValue]
+        stringByAppendingString:_isMain ? @"，主屏" : @""] stringByAppendingString:state];
+    [self setAccessibilityLabel:told];
+    [_powerSwitch.get() setAccessibilityLabel:told];
 }
 
 - (void)setUpIcon {
@@ -174,6 +183,7 @@ constexpr CGFloat iconSize = 18;
         NSBeep();
         return;
     }
+    [self tellScreenReaders];
     // The handler may rebuild the menu and with it let go of this row.
     veilpane::keepUntilPoolDrains(self);
     if (_onToggle) {

@@ -183,6 +183,17 @@ protected:
         return nil;
     }
 
+    /// What a screen reader says of each display's row.
+    static Lines spoken(NSMenu* menu) {
+        Lines labels;
+        for (NSMenuItem* item in [menu itemArray]) {
+            if ([[item view] isKindOfClass:[PowerSwitchRowView class]]) {
+                labels.push_back(text([[item view] accessibilityLabel]));
+            }
+        }
+        return labels;
+    }
+
     static bool isOn(PowerSwitchRowView* row) {
         return [[row powerSwitch] state] == NSControlStateValueOn;
     }
@@ -208,6 +219,7 @@ TEST_F(AppDelegateTest, launching_puts_an_item_with_an_empty_menu_into_the_statu
     EXPECT_EQ(text([button title]), "");
     EXPECT_TRUE([[button font] isEqual:[NSFont menuBarFontOfSize:0]]);
     EXPECT_EQ(text([button toolTip]), "显示器开关");
+    EXPECT_EQ(text([button accessibilityLabel]), "显示器开关");
     EXPECT_EQ([[item menu] numberOfItems], 0);
     EXPECT_EQ([[item menu] delegate], static_cast<id>(delegate.get()));
     EXPECT_FALSE([[item menu] autoenablesItems]);
@@ -350,6 +362,19 @@ TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
     EXPECT_TRUE(mac.display(2).enabled);
     EXPECT_TRUE(isOn(switchRow(menu, 2)));
     EXPECT_TRUE(rows().at(7).starts_with("disabled '开： ")) << rows().at(7);
+}
+
+TEST_F(AppDelegateTest, screen_readers_hear_of_each_display_its_name_and_what_it_really_does) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    NSMenu* const menu = openMenu();
+    EXPECT_EQ(spoken(menu), (Lines{"Built-in，主屏，开", "Left，开", "Right，开"}));
+    flip(switchRow(menu, 2));
+    EXPECT_EQ(spoken(menu), (Lines{"Built-in，主屏，开", "Left，关", "Right，开"}));
+    EXPECT_EQ(spoken(openMenu()), (Lines{"Built-in，主屏，开", "Right，开", "Left，关"}));
+    mac.failCall(fails("SLSConfigureDisplayEnabled").with(1001));
+    flip(switchRow(menu, 2));
+    EXPECT_EQ(spoken(menu), (Lines{"Built-in，主屏，开", "Right，开", "Left，关"}));
 }
 
 struct NameRow {

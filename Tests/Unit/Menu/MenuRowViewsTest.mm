@@ -301,6 +301,45 @@ TEST_F(MenuRowViews, showing_a_state_reports_nothing) {
     EXPECT_TRUE(toggles.empty());
 }
 
+TEST_F(MenuRowViews, row_and_switch_tell_screen_readers_name_and_state) {
+    const struct {
+        bool isMain;
+        bool isOn;
+        NSString* title;
+        const char* told;
+    } rows[] = {{false, true, @"Studio", "Studio，开"},
+                {false, false, @"Studio", "Studio，关"},
+                {true, true, @"内建视网膜显示器", "内建视网膜显示器，主屏，开"},
+                {true, false, @"Studio", "Studio，主屏，关"},
+                {false, true, @"Two\nlines", "Two\nlines，开"}};
+    for (const auto& expected : rows) {
+        const auto row = this->row(expected.isMain, expected.isOn, expected.title);
+        EXPECT_EQ(text([row.get() accessibilityLabel]), expected.told);
+        EXPECT_EQ(text([[row.get() powerSwitch] accessibilityLabel]), expected.told);
+    }
+}
+
+TEST_F(MenuRowViews, screen_readers_are_told_a_state_that_is_shown) {
+    const auto row = this->row(false, true);
+    [row.get() showOn:false];
+    EXPECT_EQ(text([row.get() accessibilityLabel]), "Studio，关");
+    [row.get() showOn:true];
+    EXPECT_EQ(text([[row.get() powerSwitch] accessibilityLabel]), "Studio，开");
+}
+
+TEST_F(FlippedSwitch, screen_readers_are_told_the_new_state_before_it_is_reported) {
+    NSRef<PowerSwitchRowView> row;
+    std::string told;
+    row = NSRef<PowerSwitchRowView>::adopt([[PowerSwitchRowView alloc]
+        initWithDisplayID:1
+                    title:@"Studio"
+                   isMain:false
+                     isOn:true
+                 onToggle:[&row, &told](bool) { told = text([row.get() accessibilityLabel]); }]);
+    flip(row.get());
+    EXPECT_EQ(told, "Studio，关");
+}
+
 TEST_F(MenuRowViews, a_row_lets_go_of_its_toggle_handler) {
     auto held = std::make_shared<int>(0);
     {

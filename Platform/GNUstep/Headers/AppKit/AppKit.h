@@ -140,6 +140,11 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 @property NSLineBreakMode lineBreakMode;
 @end
 
+@interface NSView (Accessibility)
+/// What a screen reader calls the view; nil unless set.
+@property (copy) NSString* accessibilityLabel;
+@end
+
 @interface NSTextField (Labels)
 /// One line of text that can be neither edited nor selected.
 + (instancetype)labelWithString:(NSString*)text;

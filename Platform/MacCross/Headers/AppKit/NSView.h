@@ -27,6 +27,10 @@ NS_ASSUME_NONNULL_BEGIN
 - (void)addGestureRecognizer:(NSGestureRecognizer*)gestureRecognizer API_AVAILABLE(macos(10.10));
 @end
 
+@interface NSView (NSAccessibility)
+@property (nullable, copy) NSString* accessibilityLabel API_AVAILABLE(macos(10.10));
+@end
+
 @interface NSView (NSConstraintBasedLayout)
 @property BOOL translatesAutoresizingMaskIntoConstraints;
 @property (readonly, strong) NSLayoutXAxisAnchor* leadingAnchor API_AVAILABLE(macos(10.11));

@@ -1,8 +1,8 @@
 // What ends this program for an exception that nobody catches.
 //
-// The C++ library that is linked in has a handler that names the exception's type; its demangler alone
-// is larger than the program. The crash report has the stack of the throw in either case. All that the
-// library defines in the same file is defined here, so that its file is left out.
+// The C++ library that is linked in has a handler that names the exception's type; its demangler
+// alone is larger than the program. The crash report has the stack of the throw in either case. All
+// that the library defines in the same file is defined here, so that its file is left out.
 
 #include <cstdlib>
 #include <exception>

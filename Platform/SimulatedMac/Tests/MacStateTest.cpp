@@ -217,6 +217,29 @@ TEST(MacStateTest, a_stored_state_reads_back_the_same) {
     EXPECT_EQ(copy.gamma(2), filledWith(0.25F));
 }
 
+TEST(MacStateTest, a_master_that_mirrors_another_display_itself_is_none) {
+    MacState state = threeDisplays();
+    state.setMirrorMaster(2, 1, false);
+    state.setEnabled(1, false, false);
+    state.setMirrorMaster(3, 2, false);
+    EXPECT_EQ(state.mirrorMaster(3), 2u);
+    state.setEnabled(1, true, false);
+    EXPECT_EQ(state.mirrorMaster(2), 1u);
+    EXPECT_EQ(state.mirrorMaster(3), 0u);
+}
+
+TEST(MacStateTest, mirrors_that_go_round_in_a_stored_state_are_none) {
+    const Scene scene = Scene::parse(three + "}", "scene");
+    nlohmann::json stored = MacState(scene).toJson();
+    stored["2"]["session"]["mirrors"] = 2;
+    stored["1"]["session"]["mirrors"] = 3;
+    stored["3"]["session"]["mirrors"] = 1;
+    const MacState state(scene, stored, "state.json");
+    for (const uint32_t id : state.ids()) {
+        EXPECT_EQ(state.mirrorMaster(id), 0u) << id;
+    }
+}
+
 TEST(MacStateTest, every_mistake_in_a_stored_state_names_the_key) {
     const Scene scene = Scene::parse(three + "}", "scene");
     struct Row {

@@ -336,13 +336,14 @@ bool MacState::hasDesktop(uint32_t id) const {
     return isOnline(id) && mirrorMaster(id) == 0;
 }
 
-// A mirror whose master is gone shows its own picture again (assumed).
+// A mirror whose master is gone, or mirrors another display itself since it is back, shows its own
+// picture again: sets are one deep (assumed).
 uint32_t MacState::mirrorMaster(uint32_t id) const {
     if (!isOnline(id)) {
         return 0;
     }
     const uint32_t master = find(id)->session.mirrors;
-    return isOnline(master) ? master : 0;
+    return isOnline(master) && !isOnline(find(master)->session.mirrors) ? master : 0;
 }
 
 // Documented: true for every member of the set, its master included.

@@ -85,13 +85,32 @@ private:
         }
     }
 
-    // Of three bytes for the function and one for the encoding: one of all pages, or of this one.
     void readPage(std::uint32_t firstFunction, std::uint32_t offset) {
+        constexpr std::uint32_t regular = 2;
         constexpr std::uint32_t compressed = 3;
         ByteReader page = at(offset);
-        if (page.read<std::uint32_t>() != compressed) {
+        switch (page.read<std::uint32_t>()) {
+        case regular:
+            return readRegularPage(offset, page);
+        case compressed:
+            return readCompressedPage(firstFunction, offset, page);
+        default:
             throw BadProgram("a page of __unwind_info is of a kind that is not known here");
         }
+    }
+
+    void readRegularPage(std::uint32_t offset, ByteReader page) {
+        const auto entries = page.read<std::uint16_t>();
+        const auto count = page.read<std::uint16_t>();
+        ByteReader entry = at(offset + entries);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto function = entry.read<std::uint32_t>();
+            functions_.push_back({function, entry.read<std::uint32_t>()});
+        }
+    }
+
+    // Of three bytes for the function and one for the encoding: one of all pages, or of this one.
+    void readCompressedPage(std::uint32_t firstFunction, std::uint32_t offset, ByteReader page) {
         const auto entries = page.read<std::uint16_t>();
         const auto count = page.read<std::uint16_t>();
         const auto own = page.read<std::uint16_t>();

@@ -2,10 +2,11 @@
 # Installs what the build and the tests need; does nothing when all of it is there.
 set -eu
 
-usage="usage: bootstrap.sh [--bench|--pictures|--tests]
+usage="usage: bootstrap.sh [--arm64|--bench|--pictures|--tests]
 
 Installs what the build needs, with apt; does nothing when all of it is there. On a Mac it only tells what
 is missing.
+  --arm64     also what programs for arm64 need, in a folder of the project
   --bench     also what the measurements need
   --pictures  also what the pictures need
   --tests     also what the tests and the checks of form need"
@@ -18,8 +19,14 @@ debian_packages="ca-certificates clang-19 cmake fonts-noto-cjk git
 gnustep-back0.29-cairo|gnustep-back0.30-cairo gobjc libblocksruntime-dev libclang-rt-19-dev libglpk-dev libgnustep-base-dev libgnustep-gui-dev libgtest-dev
 libpango1.0-dev libx11-dev libxtst-dev ninja-build nlohmann-json3-dev pkg-config xauth xvfb"
 
-# Beside them, what only the measurements or the checks of style need.
+# Beside them, what only the measurements, the checks of style or programs for arm64 need.
+arm64_packages=
 case "${1:-}" in
+--arm64)
+    debian_packages="$debian_packages lld-19 qemu-user-static"
+    arm64_packages="g++ gnustep-back0.29-cairo|gnustep-back0.30-cairo gobjc libblocksruntime-dev libglpk-dev
+libgnustep-base-dev libgnustep-gui-dev libx11-dev nlohmann-json3-dev"
+    ;;
 --bench) debian_packages="$debian_packages time valgrind" ;;
 --pictures) debian_packages="$debian_packages imagemagick xdotool" ;;
 --tests)
@@ -118,6 +125,8 @@ if [ "$(uname)" = Darwin ]; then
     check_mac
 elif command -v apt-get >/dev/null 2>&1; then
     bootstrap_debian
+    # shellcheck disable=SC2086 # a list of names
+    [ -z "$arm64_packages" ] || sh "$(dirname "$0")/fetch-arm64-root.sh" $arm64_packages
 else
     fail 1 "this is no Debian; install the counterparts of: $(echo "$debian_packages" | tr '\n' ' ')"
 fi

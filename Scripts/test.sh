@@ -16,9 +16,16 @@ cd "$(dirname "$0")/.."
 # shellcheck source=Scripts/steps.sh
 . Scripts/steps.sh
 
-test_preset() { # PRESET WHAT [CMAKE-OPTION]
-    step "build/$1-configure.log" "Configuring $2" cmake --preset "$1" ${3:+"$3"}
-    step "build/$1-build.log" "Building $2" cmake --build --preset "$1"
+build_preset() { # PRESET WHAT [CMAKE-OPTION…]
+    preset=$1
+    what=$2
+    shift 2
+    step "build/$preset-configure.log" "Configuring $what" cmake --preset "$preset" "$@"
+    step "build/$preset-build.log" "Building $what" cmake --build --preset "$preset"
+}
+
+test_preset() { # PRESET WHAT [CMAKE-OPTION…]
+    build_preset "$@"
     step "build/$1-tests.log" "Testing $2" ctest --preset "$1"
     tail -n 25 "build/$1-tests.log"
 }
@@ -27,6 +34,17 @@ set_up() { # [for all]
     echo "Setting up"
     sh Scripts/bootstrap.sh --tests
     [ $# -eq 0 ] || sh Scripts/fetch-tools.sh
+}
+
+# What the program for arm64 needs comes from the system's package sources, which may have none of it.
+build_for_arm64() {
+    shipped_arm64=OFF
+    if ! sh Scripts/bootstrap.sh --arm64; then
+        echo "Not run here: the program for a Mac with arm64, as what it needs is not to be had"
+        return
+    fi
+    build_preset linux-arm64 "what runs the program for a Mac with arm64"
+    shipped_arm64=ON
 }
 
 # The tree as it is committed; nothing where there are changes, or no git.
@@ -47,7 +65,9 @@ run_all() {
     set_up all
     step build/lint.log "Checking form" sh Scripts/lint.sh
     test_preset macos-cross "the program for a Mac"
+    build_for_arm64
     test_preset linux "what Linux runs, and the program for a Mac on Linux" \
+        "-DVEILPANE_SHIPPED_ARM64=$shipped_arm64" \
         "-DVEILPANE_SHIPPED_PROGRAM=$PWD/build/macos-cross/Veilpane.app/Contents/MacOS/Veilpane"
     test_preset linux-asan "what Linux runs, under the sanitizers"
     step build/fuzz.log "Feeding the fuzzers" sh Scripts/fuzz.sh 20

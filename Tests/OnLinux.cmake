@@ -108,7 +108,8 @@ add_test(NAME Program.destroys_nothing_at_its_end
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/check_destructors.py
     ${CMAKE_NM} $<TARGET_FILE:VeilpaneCore> $<TARGET_OBJECTS:Veilpane>)
 set_tests_properties(Program.destroys_nothing_at_its_end PROPERTIES LABELS unit)
-foreach(script bootstrap check_layers check_limits coverage every_script fetch_tools planted_bugs publish release)
+foreach(script bootstrap check_layers check_limits coverage every_script fetch_arm64_root fetch_tools planted_bugs
+    publish release)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)
@@ -152,6 +153,7 @@ set_tests_properties(MacProgramFuzzer.reads_or_refuses_whatever_it_gets PROPERTI
 # another build's: who has it, as Scripts/test.sh, tells where. From then on one that is missing is a failure.
 set(VEILPANE_SHIPPED_PROGRAM "" CACHE FILEPATH
   "A program for a Mac, universal or for x86_64, that the end-to-end tests run as well")
+option(VEILPANE_SHIPPED_ARM64 "Let them run its arm64 slice too, in the build linux-arm64" OFF)
 if(VEILPANE_SHIPPED_PROGRAM AND TARGET macrun)
   include(MacProgram/Shipped.cmake)
 endif()

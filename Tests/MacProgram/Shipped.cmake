@@ -1,25 +1,36 @@
 # The end-to-end tests of the program that ships for a Mac, and which of its imports they call.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
-set(CALLED_IMPORTS ${CMAKE_BINARY_DIR}/called-imports.txt)
+set(UNCALLED_IMPORTS ${CMAKE_CURRENT_SOURCE_DIR}/MacProgram/uncalled-imports.txt)
 
-add_dependencies(EndToEndTests macrun)
-add_test(NAME shipped-x86_64.EndToEndTests
-  COMMAND EndToEndTests --jobs 2 --screens --gtest_filter=-Macsim.*)
-set_tests_properties(shipped-x86_64.EndToEndTests PROPERTIES
-  LABELS shipped-x86_64
-  PROCESSORS 2
-  TIMEOUT 1800
-  FIXTURES_REQUIRED no-call-yet
-  FIXTURES_SETUP shipped-program-has-run
-  ENVIRONMENT "VEILPANE_LAUNCHER=${CMAKE_BINARY_DIR}/macrun;\
-VEILPANE_PROGRAM=${VEILPANE_SHIPPED_PROGRAM};MACRUN_CALLED_IMPORTS=${CALLED_IMPORTS}")
+# test_shipped(ARCHITECTURE LAUNCHER): the tests of one slice, which LAUNCHER runs.
+function(test_shipped architecture launcher)
+  set(label shipped-${architecture})
+  set(called ${CMAKE_BINARY_DIR}/called-imports-${architecture}.txt)
+  add_dependencies(EndToEndTests ${launcher})
+  add_test(NAME ${label}.EndToEndTests
+    COMMAND EndToEndTests --jobs 2 --screens --gtest_filter=-Macsim.*)
+  set_tests_properties(${label}.EndToEndTests PROPERTIES
+    PROCESSORS 2
+    TIMEOUT 1800
+    FIXTURES_REQUIRED no-call-yet-${architecture}
+    FIXTURES_SETUP ${label}-has-run
+    ENVIRONMENT "VEILPANE_LAUNCHER=${CMAKE_BINARY_DIR}/${launcher};\
+VEILPANE_PROGRAM=${VEILPANE_SHIPPED_PROGRAM};MACRUN_CALLED_IMPORTS=${called}")
 
-add_test(NAME shipped-x86_64.forget_earlier_calls
-  COMMAND ${CMAKE_COMMAND} -E rm -f ${CALLED_IMPORTS})
-set_tests_properties(shipped-x86_64.forget_earlier_calls PROPERTIES
-  LABELS shipped-x86_64 FIXTURES_SETUP no-call-yet)
-add_test(NAME shipped-x86_64.every_import_is_called_or_explained
-  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/MacProgram/check_called_imports.py
-    ${CALLED_IMPORTS} ${CMAKE_CURRENT_SOURCE_DIR}/MacProgram/uncalled-imports.txt)
-set_tests_properties(shipped-x86_64.every_import_is_called_or_explained PROPERTIES
-  LABELS shipped-x86_64 FIXTURES_REQUIRED shipped-program-has-run)
+  add_test(NAME ${label}.forget_earlier_calls COMMAND ${CMAKE_COMMAND} -E rm -f ${called})
+  set_tests_properties(${label}.forget_earlier_calls PROPERTIES
+    FIXTURES_SETUP no-call-yet-${architecture})
+  add_test(NAME ${label}.every_import_is_called_or_explained
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/MacProgram/check_called_imports.py
+      ${called} ${UNCALLED_IMPORTS})
+  set_tests_properties(${label}.every_import_is_called_or_explained PROPERTIES
+    FIXTURES_REQUIRED ${label}-has-run)
+  set_tests_properties(
+    ${label}.EndToEndTests ${label}.forget_earlier_calls ${label}.every_import_is_called_or_explained
+    PROPERTIES LABELS ${label})
+endfunction()
+
+test_shipped(x86_64 macrun)
+if(VEILPANE_SHIPPED_ARM64)
+  test_shipped(arm64 macrun-arm64)
+endif()

@@ -1,7 +1,7 @@
 #include "MacProgram/File/LayoutRules.h"
 
 #include "MacProgram/File/BadProgram.h"
-#include "MacProgram/File/Formats.h"
+#include "MacProgram/Processor/Processor.h"
 
 #include <algorithm>
 #include <array>
@@ -85,7 +85,8 @@ void requireSizes(const Segment& segment, std::size_t sliceSize) {
     if (segment.fileOffset > sliceSize || segment.fileSize > sliceSize - segment.fileOffset) {
         throw BadProgram(segment.name + " reaches outside the file");
     }
-    if (segment.address % pageSize != 0 || segment.fileOffset % pageSize != 0) {
+    if (segment.address % thisProcessor.pageSize != 0 ||
+        segment.fileOffset % thisProcessor.pageSize != 0) {
         throw BadProgram(segment.name + " does not begin on a page");
     }
     if (segment.isMapped() && (segment.size > greatestSize || segment.fileSize > segment.size)) {

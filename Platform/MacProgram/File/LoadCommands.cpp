@@ -1,10 +1,10 @@
 // The load commands of a program: what a Mac's kernel and loader are told about it.
 
 #include "MacProgram/File/BadProgram.h"
-#include "MacProgram/File/Formats.h"
 #include "MacProgram/File/Hexadecimal.h"
 #include "MacProgram/File/LayoutRules.h"
 #include "MacProgram/File/ProgramFile.h"
+#include "MacProgram/Processor/Processor.h"
 
 namespace mac_program {
 namespace {
@@ -48,8 +48,8 @@ struct Header {
 
 Header readHeader(ByteReader& reader) {
     if (reader.read<std::uint32_t>() != magicOf64Bits ||
-        reader.read<std::uint32_t>() != processorX86_64) {
-        throw BadProgram("it is no program for x86_64");
+        reader.read<std::uint32_t>() != thisProcessor.number) {
+        throw BadProgram(std::string("it is no program for ") + thisProcessor.name);
     }
     reader.skip(4); // which of its models
     if (reader.read<std::uint32_t>() != executable) {

@@ -1,7 +1,7 @@
 #include "MacProgram/File/UniversalFile.h"
 
 #include "MacProgram/File/BadProgram.h"
-#include "MacProgram/File/Formats.h"
+#include "MacProgram/Processor/Processor.h"
 
 #include <optional>
 
@@ -39,16 +39,16 @@ Bytes sliceForThisProcessor(Bytes file) {
     std::optional<Bytes> found;
     for (std::uint32_t count = table.readBigEndian(); count > 0; --count) {
         const Slice slice = readSlice(table, file);
-        if (slice.processor != processorX86_64) {
+        if (slice.processor != thisProcessor.number) {
             continue;
         }
         if (found) {
-            throw BadProgram("there are two slices for x86_64");
+            throw BadProgram(std::string("there are two slices for ") + thisProcessor.name);
         }
         found = slice.bytes;
     }
     if (!found) {
-        throw BadProgram("there is no slice for x86_64");
+        throw BadProgram(std::string("there is no slice for ") + thisProcessor.name);
     }
     return *found;
 }

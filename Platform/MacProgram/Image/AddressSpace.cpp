@@ -28,6 +28,11 @@ void AddressSpace::allow(std::size_t offset, std::size_t size, int protection) {
     if (size > 0 && mprotect(begin_ + offset, size, protection) != 0) {
         throw BadProgram("there is not enough memory");
     }
+    if ((protection & PROT_EXEC) != 0) {
+        // A processor may have read the memory before the instructions were written.
+        auto* const begin = reinterpret_cast<char*>(begin_ + offset);
+        __builtin___clear_cache(begin, begin + size);
+    }
 }
 
 } // namespace mac_program

@@ -1,8 +1,8 @@
 #include "MacProgram/Image/Image.h"
 
 #include "MacProgram/File/Binding.h"
-#include "MacProgram/File/Formats.h"
 #include "MacProgram/File/Rebasing.h"
+#include "MacProgram/Processor/Processor.h"
 
 #include <algorithm>
 #include <cstring>

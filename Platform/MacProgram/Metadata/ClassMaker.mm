@@ -1,8 +1,10 @@
 #include "MacProgram/Metadata/ClassMaker.h"
 
 #include "MacProgram/File/Hexadecimal.h"
+#include "MacProgram/Processor/Processor.h"
 
 #include <algorithm>
+#include <cstring>
 #include <objc/runtime.h>
 
 namespace mac_program {
@@ -161,11 +163,13 @@ void ClassMaker::addProtocols(Class made, const MacClassDescription& description
 // The code asks where a variable lies, as the size of what it inherits is known only now.
 void ClassMaker::writeOffsets(Class made, const MacClassDescription& description) const {
     for (const MacInstanceVariable& variable : variablesOf(description)) {
-        const auto& offset =
-            image_.object<std::uint64_t>(variable.offset, "an instance variable's offset");
+        const auto place =
+            image_.array<std::uint8_t>(variable.offset, thisProcessor.instanceVariableOffsetSize,
+                                       "an instance variable's offset");
         Ivar const added = class_getInstanceVariable(
             made, image_.text(variable.name, "an instance variable's name").c_str());
-        const_cast<std::uint64_t&>(offset) = static_cast<std::uint64_t>(ivar_getOffset(added));
+        const auto offset = static_cast<std::uint64_t>(ivar_getOffset(added));
+        std::memcpy(const_cast<std::uint8_t*>(place.data()), &offset, place.size());
     }
 }
 

@@ -1,6 +1,7 @@
 #include "MacProgram/Metadata/Classes.h"
 
 #include "MacProgram/Metadata/ClassMaker.h"
+#include "MacProgram/Processor/Imports.h"
 
 #include <objc/runtime.h>
 
@@ -38,7 +39,7 @@ void registerClasses(const Image& image) {
     replaceClasses(image.elements<const void*>("__objc_classrefs"), maker);
     replaceClasses(image.elements<const void*>("__objc_superrefs"), maker);
     for (const char*& selector : image.elements<const char*>("__objc_selrefs")) {
-        const std::string name = image.text(selector, "a selector");
+        const std::string name = methodFor(image.text(selector, "a selector"));
         selector = reinterpret_cast<const char*>(sel_registerName(name.c_str()));
     }
 }

@@ -19,7 +19,7 @@ struct MacList {
 };
 
 struct MacInstanceVariable {
-    std::uint64_t* offset; ///< where the code looks it up
+    void* offset; ///< where the code looks it up; how many bytes, the processor says
     const char* name;
     const char* type;
     std::uint32_t alignment; ///< an exponent of 2

@@ -1,11 +1,10 @@
 #include "MacProgram/Runtime/CalledImports.h"
 
 #include "MacProgram/File/BadProgram.h"
-#include "MacProgram/File/Formats.h"
+#include "MacProgram/Processor/CallThunk.h"
 #include "MacProgram/Runtime/Messages.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -24,18 +23,12 @@ void* mac_program_note_call(std::uint32_t number) {
 namespace mac_program {
 namespace {
 
-constexpr std::size_t thunkSize = 32;
 constexpr std::size_t mostImports = 1024;
-constexpr std::size_t codeSize = wholePages(thunkSize * mostImports);
+constexpr std::size_t codeSize = thunkSize * mostImports;
+// Code and targets are protected by whole pages of any system.
+static_assert(codeSize % 16384 == 0);
 // The first one is where all first calls go.
-constexpr std::size_t targetsSize = wholePages(sizeof(void*) * (mostImports + 1));
-
-// The distance that an instruction adds to the address behind it.
-void writeDistance(std::uint8_t* place, const void* target) {
-    const auto distance =
-        static_cast<std::int32_t>(static_cast<const std::uint8_t*>(target) - (place + 4));
-    std::memcpy(place, &distance, sizeof distance);
-}
+constexpr std::size_t targetsSize = sizeof(void*) * (mostImports + 1);
 
 } // namespace
 
@@ -54,7 +47,7 @@ CalledImports::CalledImports(std::string file)
     std::memcpy(targets_, &firstCall, sizeof firstCall);
 }
 
-// jmp *target; movl $number, %r11d; jmp *firstCall. At first the target is the second instruction.
+// At first the target is what lies behind the thunk's jump to it.
 void* CalledImports::through(const Symbol& import) {
     const auto known = std::ranges::find(imports_, import.name, &Import::name);
     const auto number = static_cast<std::size_t>(known - imports_.begin());
@@ -66,13 +59,8 @@ void* CalledImports::through(const Symbol& import) {
         throw BadProgram("it has too many imports to tell which are called");
     }
     std::uint8_t* const target = targets_ + sizeof(void*) * (number + 1);
-    std::uint8_t* const untilFirstCall = thunk + 6;
-    constexpr std::array<std::uint8_t, 18> instructions = {
-        0xFF, 0x25, 0, 0, 0, 0, 0x41, 0xBB, 0, 0, 0, 0, 0xFF, 0x25, 0, 0, 0, 0};
-    std::ranges::copy(instructions, thunk);
-    writeDistance(thunk + 2, target);
-    std::memcpy(thunk + 8, &number, sizeof(std::uint32_t));
-    writeDistance(thunk + 14, targets_);
+    std::uint8_t* const untilFirstCall =
+        writeThunk(thunk, target, targets_, static_cast<std::uint32_t>(number));
     std::memcpy(target, &untilFirstCall, sizeof untilFirstCall);
     imports_.push_back({std::string(import.name), import.address});
     return thunk;

@@ -2,10 +2,10 @@
 
 extern "C" {
 
-// In Messages.S. They pass all arguments on as they are, so that nobody here calls them by a type.
+// In Messages.S of the processor. They pass all arguments on as they are, so that nobody here calls
+// them by a type.
 
 void mac_program_send();
-void mac_program_send_with_result_in_memory();
 void mac_program_send_to_superclass();
 void mac_program_first_call();
 void mac_program_thread_local();

@@ -1,7 +1,7 @@
 #include "MacProgram/Runtime/ObjectiveCLibrary.h"
 
+#include "MacProgram/Processor/Imports.h"
 #include "MacProgram/Runtime/Exceptions.h"
-#include "MacProgram/Runtime/Messages.h"
 
 #import <Foundation/Foundation.h>
 
@@ -71,25 +71,25 @@ bool catches(const void* type, id thrown) {
 }
 
 Library objectiveC() {
-    return {"/usr/lib/libobjc.A.dylib",
-            {
-                function("_objc_msgSend", mac_program_send),
-                function("_objc_msgSend_stret", mac_program_send_with_result_in_memory),
-                function("_objc_msgSendSuper2", mac_program_send_to_superclass),
-                function("_objc_retain", retain),
-                function("_objc_release", release),
-                function("_objc_autorelease", autorelease),
-                function("_objc_alloc", allocate),
-                function("_objc_alloc_init", allocateAndInitialize),
-                function("_objc_autoreleasePoolPush", pushPool),
-                function("_objc_autoreleasePoolPop", popPool),
-                function("_objc_enumerationMutation", objc_enumerationMutation),
-                function("_objc_begin_catch", beginCatch),
-                function("_objc_end_catch", endCatch),
-                function("___objc_personality_v0", personality),
-                data("__objc_empty_cache", emptyCache),
-            },
-            {"NSObject"}};
+    Library library = {"/usr/lib/libobjc.A.dylib",
+                       {
+                           function("_objc_retain", retain),
+                           function("_objc_release", release),
+                           function("_objc_autorelease", autorelease),
+                           function("_objc_alloc", allocate),
+                           function("_objc_alloc_init", allocateAndInitialize),
+                           function("_objc_autoreleasePoolPush", pushPool),
+                           function("_objc_autoreleasePoolPop", popPool),
+                           function("_objc_enumerationMutation", objc_enumerationMutation),
+                           function("_objc_begin_catch", beginCatch),
+                           function("_objc_end_catch", endCatch),
+                           function("___objc_personality_v0", personality),
+                           data("__objc_empty_cache", emptyCache),
+                       },
+                       {"NSObject"}};
+    const auto messages = messageImportsOfProcessor();
+    library.symbols.insert(library.symbols.end(), messages.begin(), messages.end());
+    return library;
 }
 
 } // namespace mac_program

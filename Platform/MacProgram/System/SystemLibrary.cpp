@@ -1,14 +1,13 @@
 #include "MacProgram/System/SystemLibrary.h"
 
+#include "MacProgram/Processor/Imports.h"
 #include "MacProgram/Runtime/Messages.h"
 #include "MacProgram/Runtime/Refusal.h"
 #include "MacProgram/System/Characters.h"
-#include "MacProgram/System/Descriptors.h"
 #include "MacProgram/System/ErrorNumbers.h"
 #include "MacProgram/System/Spawning.h"
 #include "MacProgram/System/Threads.h"
 
-#include <cmath>
 #include <crt_externs.h>
 #include <cstdio>
 #include <cstdlib>
@@ -25,10 +24,6 @@ extern "C" void* _NSConcreteGlobalBlock[];
 namespace mac_program {
 namespace {
 
-void clear(void* memory, std::size_t size) {
-    std::memset(memory, 0, size);
-}
-
 [[noreturn]] void bindLazily() {
     refuse("a pointer is bound at its first call, though all are bound before");
 }
@@ -40,29 +35,33 @@ const void* findByte(const void* bytes, int byte, std::size_t count) {
 const wchar_t* findWide(const wchar_t* characters, wchar_t character, std::size_t count) {
     return std::wmemchr(characters, character, count);
 }
-double truncated(double number) {
-    return std::trunc(number);
-}
 
 std::vector<Symbol> memoryAndTexts() {
-    return {function("___bzero", clear),        function("_aligned_alloc", std::aligned_alloc),
-            function("_calloc", std::calloc),   function("_free", std::free),
-            function("_malloc", std::malloc),   function("_memchr", findByte),
-            function("_memcmp", std::memcmp),   function("_memcpy", std::memcpy),
-            function("_memmove", std::memmove), function("_memset", std::memset),
-            function("_realloc", std::realloc), function("_strcmp", std::strcmp),
-            function("_strlen", std::strlen),   function("_strtod", std::strtod),
-            function("_strtof", std::strtof),   function("_strtol", std::strtol),
-            function("_strtold", std::strtold), function("_strtoll", std::strtoll),
-            function("_strtoul", std::strtoul), function("_strtoull", std::strtoull),
-            function("_trunc", truncated),      data("__DefaultRuneLocale", characterTable())};
+    return {function("_aligned_alloc", std::aligned_alloc),
+            function("_calloc", std::calloc),
+            function("_free", std::free),
+            function("_malloc", std::malloc),
+            function("_memchr", findByte),
+            function("_memcmp", std::memcmp),
+            function("_memcpy", std::memcpy),
+            function("_memmove", std::memmove),
+            function("_memset", std::memset),
+            function("_realloc", std::realloc),
+            function("_strcmp", std::strcmp),
+            function("_strlen", std::strlen),
+            function("_strtod", std::strtod),
+            function("_strtof", std::strtof),
+            function("_strtol", std::strtol),
+            function("_strtoll", std::strtoll),
+            function("_strtoul", std::strtoul),
+            function("_strtoull", std::strtoull),
+            data("__DefaultRuneLocale", characterTable())};
 }
 
 // Of 32 bits on both systems.
 std::vector<Symbol> wideTexts() {
-    return {function("_swprintf", std::swprintf), function("_wcslen", std::wcslen),
-            function("_wcstod", std::wcstod),     function("_wcstof", std::wcstof),
-            function("_wcstol", std::wcstol),     function("_wcstold", std::wcstold),
+    return {function("_wcslen", std::wcslen),     function("_wcstod", std::wcstod),
+            function("_wcstof", std::wcstof),     function("_wcstol", std::wcstol),
             function("_wcstoll", std::wcstoll),   function("_wcstoul", std::wcstoul),
             function("_wcstoull", std::wcstoull), function("_wmemchr", findWide),
             function("_wmemcmp", std::wmemcmp)};
@@ -71,15 +70,10 @@ std::vector<Symbol> wideTexts() {
 std::vector<Symbol> streamsAndDescriptors() {
     return {function("___error", errorNumberPlace),
             function("_close", close),
-            function("_fcntl", controlDescriptor),
-            function("_fprintf", std::fprintf),
             function("_fputc", std::fputc),
             function("_fwrite", std::fwrite),
-            function("_open", openFile),
             function("_pipe", pipe),
             function("_read", read),
-            function("_snprintf", std::snprintf),
-            function("_vfprintf", std::vfprintf),
             data("___stderrp", &stderr),
             data("___stdoutp", &stdout)};
 }
@@ -136,7 +130,7 @@ std::vector<Symbol> unwinding() {
 Library systemLibrary() {
     Library library = {"/usr/lib/libSystem.B.dylib", {}, {}};
     for (const auto& part : {memoryAndTexts(), wideTexts(), streamsAndDescriptors(), processes(),
-                             threads(), loading(), unwinding()}) {
+                             threads(), loading(), unwinding(), systemImportsOfProcessor()}) {
         library.symbols.insert(library.symbols.end(), part.begin(), part.end());
     }
     return library;

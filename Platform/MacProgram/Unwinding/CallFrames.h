@@ -11,7 +11,6 @@ namespace mac_program {
 /// Call frame information as this system's unwinder reads it (DWARF), made of the program's own.
 class CallFrames {
 public:
-    /// Throws BadProgram for an encoding that is not known here.
     explicit CallFrames(const std::vector<FunctionFrame>& frames);
     CallFrames(const CallFrames&) = delete;
     CallFrames& operator=(const CallFrames&) = delete;
@@ -28,11 +27,7 @@ private:
     void endEntry(std::size_t begin);
     template <class Value>
     void put(Value value);
-    void putUnsigned(std::uint64_t value);
-    void putInstructions(std::uint32_t encoding);
-    void putFramePointerFrame(std::uint32_t encoding);
-    void putStackFrame(std::uint32_t encoding);
-    void putSaved(std::uint32_t savedRegister, std::uint64_t words);
+    void put(const FrameInstructions& instructions);
 
     std::vector<std::uint8_t> bytes_;
     std::map<std::uint64_t, std::size_t> commonParts_;

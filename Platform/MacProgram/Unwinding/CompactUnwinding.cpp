@@ -1,5 +1,8 @@
 #include "MacProgram/Unwinding/CompactUnwinding.h"
 
+#include "MacProgram/Processor/Frames.h"
+#include "MacProgram/Unwinding/FrameEntry.h"
+
 #include <map>
 
 namespace mac_program {
@@ -25,13 +28,13 @@ public:
 
     std::vector<FunctionFrame> frames() {
         for (std::size_t i = 0; i + 1 < functions_.size(); ++i) {
-            FunctionFrame frame = frameOf(functions_[i]);
-            frame.end = image_.codeBegin() + functions_[i + 1].offset;
-            if (frame.end < frame.begin) {
+            const std::uint64_t begin = image_.codeBegin() + functions_[i].offset;
+            const std::uint64_t end = image_.codeBegin() + functions_[i + 1].offset;
+            if (end < begin) {
                 throw BadProgram("the functions of __unwind_info are out of order");
             }
-            if (frame.end > frame.begin) {
-                frames_.push_back(frame);
+            if (end > begin) {
+                frames_.push_back(frameOf(functions_[i], begin, end));
             }
         }
         return std::move(frames_);
@@ -82,13 +85,32 @@ private:
         }
     }
 
-    // Of three bytes for the function and one for the encoding: one of all pages, or of this one.
     void readPage(std::uint32_t firstFunction, std::uint32_t offset) {
+        constexpr std::uint32_t regular = 2;
         constexpr std::uint32_t compressed = 3;
         ByteReader page = at(offset);
-        if (page.read<std::uint32_t>() != compressed) {
+        switch (page.read<std::uint32_t>()) {
+        case regular:
+            return readRegularPage(offset, page);
+        case compressed:
+            return readCompressedPage(firstFunction, offset, page);
+        default:
             throw BadProgram("a page of __unwind_info is of a kind that is not known here");
         }
+    }
+
+    void readRegularPage(std::uint32_t offset, ByteReader page) {
+        const auto entries = page.read<std::uint16_t>();
+        const auto count = page.read<std::uint16_t>();
+        ByteReader entry = at(offset + entries);
+        for (std::uint32_t i = 0; i < count; ++i) {
+            const auto function = entry.read<std::uint32_t>();
+            functions_.push_back({function, entry.read<std::uint32_t>()});
+        }
+    }
+
+    // Of three bytes for the function and one for the encoding: one of all pages, or of this one.
+    void readCompressedPage(std::uint32_t firstFunction, std::uint32_t offset, ByteReader page) {
         const auto entries = page.read<std::uint16_t>();
         const auto count = page.read<std::uint16_t>();
         const auto own = page.read<std::uint16_t>();
@@ -111,15 +133,30 @@ private:
         return own[number];
     }
 
-    [[nodiscard]] FunctionFrame frameOf(const Function& function) const {
+    [[nodiscard]] FunctionFrame frameOf(const Function& function, std::uint64_t begin,
+                                        std::uint64_t end) const {
+        const std::uint32_t encoding = function.encoding & 0x0FFFFFFF;
+        if (const auto entry = entryInstead(encoding)) {
+            return frameOf(frameEntryAt(image_, *entry), begin, end);
+        }
         constexpr std::uint32_t hasHandlers = 0x40000000;
-        FunctionFrame frame;
-        frame.begin = image_.codeBegin() + function.offset;
-        frame.encoding = function.encoding & 0x0FFFFFFF;
+        FunctionFrame frame = {begin, end, mac_program::frameOf(encoding), 0, 0};
         frame.personality = personalityOf(function.encoding >> 28 & 3);
         if ((function.encoding & hasHandlers) != 0) {
             frame.handlers = handlersOf(function);
         }
+        return frame;
+    }
+
+    // What is behind the function up to the next one belongs to none.
+    [[nodiscard]] static FunctionFrame frameOf(const FrameEntry& entry, std::uint64_t begin,
+                                               std::uint64_t end) {
+        if (entry.begin != begin || entry.end <= begin || entry.end > end) {
+            throw BadProgram("__unwind_info leads to another function's entry of __eh_frame");
+        }
+        FunctionFrame frame = {begin, entry.end, {}, entry.personality, entry.handlers};
+        frame.instructions.append(entry.commonInstructions);
+        frame.instructions.append(entry.instructions);
         return frame;
     }
 

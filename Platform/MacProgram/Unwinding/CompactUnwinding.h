@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MacProgram/Image/Image.h"
+#include "MacProgram/Unwinding/FrameInstructions.h"
 
 #include <cstdint>
 #include <vector>
@@ -11,7 +12,7 @@ namespace mac_program {
 struct FunctionFrame {
     std::uint64_t begin = 0; ///< in memory
     std::uint64_t end = 0;
-    std::uint32_t encoding = 0;    ///< where the frame keeps the caller's registers
+    FrameInstructions instructions;
     std::uint64_t personality = 0; ///< who looks for handlers; 0 where there are none
     std::uint64_t handlers = 0;    ///< the table of handlers, or 0
 };

@@ -6,10 +6,13 @@
 
 namespace simulated_mac {
 
-// Field 22 of /proc/PID/stat. The second field, a name in parentheses, may itself hold spaces; the
-// third tells a process that has ended but was not waited for.
+// Field 22 of the first thread's stat: an emulator of another processor makes up the process's own
+// file for the process itself, with a time that nobody else reads. The second field, a name in
+// parentheses, may itself hold spaces; the third tells a process that has ended but was not waited
+// for.
 std::optional<uint64_t> startTime(int pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    const std::string number = std::to_string(pid);
+    std::ifstream file("/proc/" + number + "/task/" + number + "/stat");
     std::string line;
     std::getline(file, line);
     const auto nameEnd = line.rfind(')');

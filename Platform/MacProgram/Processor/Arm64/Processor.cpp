@@ -1,0 +1,7 @@
+#include "MacProgram/Processor/Processor.h"
+
+namespace mac_program {
+
+constinit const Processor thisProcessor = {0x0100000C, "arm64", 16384, sizeof(std::uint32_t)};
+
+} // namespace mac_program

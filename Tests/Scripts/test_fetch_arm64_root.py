@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+"""Scripts/fetch-arm64-root.sh with stand-ins for apt and dpkg."""
+
+import io
+import pathlib
+import shutil
+import sys
+import tarfile
+import unittest
+
+PROJECT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(PROJECT / "Tests" / "Packaging"))
+
+from temporary_home import InATemporaryHome, write_script  # noqa: E402
+
+# Downloads what the home folder has in "packages" to where the configuration says. As apt does, it tells
+# on several lines what went wrong.
+FAKE_APT_GET = """#!/bin/sh
+echo "$*" >>"$HOME/apt-get.log"
+[ ! -e "$HOME/no-network" ] || { printf 'E: one\\nE: two\\n' >&2; exit 100; }
+archives=$(sed -n 's/^Dir::Cache::archives "\\(.*\\)";$/\\1/p' "$2")
+status=$(sed -n 's/^Dir::State::status "\\(.*\\)";$/\\1/p' "$2")
+[ -f "$status" ] && [ ! -s "$status" ] || exit 1
+grep -qx 'APT::Architecture "arm64";' "$2" || exit 1
+case "$*" in
+*install*) cp "$HOME"/packages/* "$archives" ;;
+esac
+"""
+
+FAKE_APT_CACHE = """#!/bin/sh
+for last; do :; done
+[ "$last" != unknown ]
+"""
+
+# The packages here are nothing but archives.
+FAKE_DPKG_DEB = """#!/bin/sh
+cat "$2"
+"""
+
+
+def archive(files):
+    contents = io.BytesIO()
+    with tarfile.open(fileobj=contents, mode="w") as tar:
+        for name, text in files.items():
+            entry = tarfile.TarInfo(name)
+            if text is None:
+                entry.type = tarfile.DIRTYPE
+                entry.mode = 0o755
+            else:
+                entry.size = len(text)
+            tar.addfile(entry, io.BytesIO((text or "").encode()))
+    return contents.getvalue()
+
+
+class FetchArm64Root(InATemporaryHome):
+    def setUp(self):
+        super().setUp()
+        self.project = self.home / "project"
+        self.root = self.project / ".tools" / "arm64-root"
+        shutil.copytree(PROJECT / "Scripts", self.project / "Scripts")
+        for name, text in (("apt-get", FAKE_APT_GET), ("apt-cache", FAKE_APT_CACHE),
+                           ("dpkg-deb", FAKE_DPKG_DEB)):
+            write_script(self.home / "bin" / name, text)
+        self.packages = self.home / "packages"
+        self.packages.mkdir()
+        self.package("one", {"./lib": None, "./lib/libone.so": "1", "./usr": None,
+                             "./usr/share": None, "./usr/share/doc": None,
+                             "./usr/share/doc/one": "read me"})
+        self.package("two", {"./usr": None, "./usr/lib": None, "./usr/lib/libtwo.so": "2"})
+
+    def package(self, name, files):
+        (self.packages / f"{name}.deb").write_bytes(archive(files))
+
+    def fetch(self, *packages):
+        return self.run_command("sh", self.project / "Scripts" / "fetch-arm64-root.sh", *packages)
+
+    def assert_refused(self, run, *words):
+        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1), run.stderr)
+        for word in words:
+            self.assertIn(word, run.stderr)
+
+    def test_all_packages_make_one_folder_and_nothing_else_is_left(self):
+        run = self.fetch("one", "two")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertEqual(sorted(file.name for file in (self.root / "usr" / "lib").iterdir()),
+                         ["libone.so", "libtwo.so"])
+        self.assertTrue((self.root / "lib" / "libone.so").exists())
+        self.assertFalse((self.root / "usr" / "share" / "doc").exists())
+        self.assertEqual([file.name for file in (self.project / ".tools").iterdir()],
+                         ["arm64-root"])
+
+    def test_the_same_packages_are_not_fetched_again_but_others_are(self):
+        self.fetch("one", "two")
+        log = self.text("apt-get.log")
+        self.assertEqual(self.fetch("one", "two").returncode, 0)
+        self.assertEqual(self.text("apt-get.log"), log)
+        self.assertEqual(self.fetch("one").returncode, 0)
+        self.assertNotEqual(self.text("apt-get.log"), log)
+
+    def test_the_first_of_two_names_that_there_is_gets_installed(self):
+        self.assertEqual(self.fetch("unknown|two").returncode, 0)
+        self.assertTrue(self.text("apt-get.log").endswith(" two\n"), self.text("apt-get.log"))
+        self.assert_refused(self.fetch("unknown"), "unknown", "arm64")
+
+    def test_without_a_network_one_line_tells_and_an_earlier_folder_stays(self):
+        (self.home / "no-network").touch()
+        self.assert_refused(self.fetch("one"), "network")
+        self.assertFalse(self.root.exists())
+        (self.home / "no-network").unlink()
+        self.fetch("one")
+        (self.home / "no-network").touch()
+        self.assert_refused(self.fetch("one", "two"), "network")
+        self.assertTrue((self.root / "lib" / "libone.so").exists())
+
+    def test_a_damaged_package_leaves_no_folder(self):
+        (self.packages / "two.deb").write_bytes(archive({"./usr/lib/libtwo.so": "2" * 900})[:700])
+        self.assert_refused(self.fetch("one", "two"), "two.deb")
+        self.assertEqual([file.name for file in (self.project / ".tools").iterdir()],
+                         ["arm64-packages"])
+
+
+if __name__ == "__main__":
+    sys.exit(unittest.main())

@@ -13,6 +13,9 @@ same packages."
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
 
+case "${1-}" in
+-*) refuse "$1" ;;
+esac
 [ $# -gt 0 ] || fail 2 "name the packages; see --help"
 for tool in apt-get dpkg-deb tar; do
     command -v $tool >/dev/null 2>&1 || fail 1 "need $tool to fetch packages for arm64"

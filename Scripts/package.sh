@@ -1,5 +1,6 @@
 #!/bin/sh
-# Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: package.sh
+# Makes a zip of Veilpane.app and, beside it, of macprobe, and the zip's Homebrew cask in build/package:
+# package.sh
 #
 # On a Mac from the native build, elsewhere from the cross-compiled program; both are universal, and
 # sealed alike. On a Mac VEILPANE_SIGNING_IDENTITY names a certificate to sign with instead of ad hoc.
@@ -43,16 +44,27 @@ verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac ca
     case "$1" in
     *.zip)
         ditto -x -k "$1" "$work/unpacked"
-        judged=$work/unpacked/Veilpane.app
+        judged="$work/unpacked/Veilpane.app $work/unpacked/macprobe"
         ;;
     esac
-    codesign --verify --strict "$judged" || {
-        echo "package.sh: codesign refuses $1; nothing is packed" >&2
-        exit 1
-    }
+    for code in $judged; do
+        codesign --verify --strict "$code" || {
+            echo "package.sh: codesign refuses $1; nothing is packed" >&2
+            exit 1
+        }
+    done
 }
 
 [ -z "${VEILPANE_SIGNING_IDENTITY:-}" ] && check=verify || check=verify_certified
+
+# The probe lies in no bundle whose seal could vouch for it.
+sign() { # PROGRAM
+    if [ -z "${VEILPANE_SIGNING_IDENTITY:-}" ]; then
+        python3 Packaging/sign_program.py "$1" io.github.veilpane.macprobe
+    else
+        codesign --force --options runtime --timestamp --sign "$VEILPANE_SIGNING_IDENTITY" "$1"
+    fi
+}
 
 # A zip and its cask take the place of older ones only when what a Mac will unpack is sealed.
 rm -rf "$work"
@@ -60,7 +72,9 @@ trap 'rm -rf "$work"' EXIT
 mkdir -p "$work" build/package
 new=$work/$(basename "$archive")
 "$check" "$bundle"
-python3 Packaging/make_zip.py "$bundle" "$new" "$seconds"
+cp "build/$preset/macprobe" "$work/macprobe"
+sign "$work/macprobe"
+python3 Packaging/make_zip.py "$bundle" "$new" "$seconds" "$work/macprobe"
 "$check" "$new"
 python3 Packaging/make_cask.py "$new" "$version" "$work/veilpane.rb"
 mv "$new" "$archive"

@@ -48,6 +48,8 @@ forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Sources 
 forbid 'SimulatedMac/' Platform/GNUstep Platform/ObjectiveC
 forbid 'Layout/|Runtime/|AppKit/|Foundation/' Platform/ObjectiveC "$simulated"
 forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/' Platform/MacProgram
+forbid 'SimulatedMac/|ObjectiveC/|Layout/|Runtime/|AppKit/|Foundation/|MacProgram/' Platform/MacProbe
+forbid 'MacProbe/' Sources Platform/GNUstep Platform/ObjectiveC Platform/SimulatedMac Platform/MacProgram
 forbid 'MacProgram/' Sources Platform/GNUstep Platform/ObjectiveC Platform/SimulatedMac
 forbid 'SimulatedMac/(Calls|Tools)/|ObjectiveC/' "$simulated/World"
 forbid 'SimulatedMac/(Tools/|World/(Attended)?Mac\.h)' "$simulated/Calls"

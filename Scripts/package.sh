@@ -1,10 +1,10 @@
 #!/bin/sh
-# Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package.
+# Makes Veilpane.app, a zip of it and of macprobe, and the zip's Homebrew cask in build/package.
 set -eu
 
 usage="usage: package.sh
 
-Makes Veilpane.app, a zip of it and the zip's Homebrew cask in build/package: on a Mac from the native
+Makes Veilpane.app, a zip of it and of macprobe, and the zip's Homebrew cask in build/package: on a Mac from the native
 build, elsewhere from the cross-compiled program; both are universal, and sealed alike.
 
 On a Mac these variables make it one that macOS starts without asking back:
@@ -53,11 +53,14 @@ verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac ca
     case "$1" in
     *.zip)
         ditto -x -k "$1" "$work/unpacked"
-        judged=$work/unpacked/Veilpane.app
+        judged="$work/unpacked/Veilpane.app $work/unpacked/macprobe"
         ;;
     esac
-    codesign --verify --strict "$judged" || fail 1 "codesign refuses $1; nothing is packed"
-    [ -z "$notarized" ] || xcrun stapler validate "$judged" >&2 ||
+    for code in $judged; do
+        codesign --verify --strict "$code" || fail 1 "codesign refuses $1; nothing is packed"
+    done
+    # A ticket cannot be stapled to a program outside of a bundle.
+    [ -z "$notarized" ] || xcrun stapler validate "${judged%% *}" >&2 ||
         fail 1 "$1 has no ticket of Apple's; nothing is packed"
 }
 
@@ -65,7 +68,7 @@ verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac ca
 # outside of the seal; the build's own bundle stays as it is.
 notarize() { # BUNDLE
     echo "Waiting for Apple to notarise it, some minutes" >&2
-    python3 Packaging/make_zip.py "$1" "$work/submitted.zip" "$seconds"
+    python3 Packaging/make_zip.py "$1" "$work/submitted.zip" "$seconds" "$work/macprobe"
     xcrun notarytool submit "$work/submitted.zip" --keychain-profile "$profile" \
         ${VEILPANE_KEYCHAIN:+--keychain "$VEILPANE_KEYCHAIN"} --wait --output-format json >"$work/answer" ||
         fail 1 "Apple's service could not be asked; nothing is packed"
@@ -79,6 +82,15 @@ notarize() { # BUNDLE
 [ -z "$identity" ] && check=verify || check=verify_certified
 notarized=
 
+# The probe lies in no bundle whose seal could vouch for it.
+sign() { # PROGRAM
+    if [ -z "$identity" ]; then
+        python3 Packaging/sign_program.py "$1" io.github.veilpane.macprobe
+    else
+        codesign --force --options runtime --timestamp --sign "$identity" "$1"
+    fi
+}
+
 # A zip and its cask take the place of older ones only when what a Mac will unpack is sealed.
 rm -rf "$work"
 trap 'rm -rf "$work"' EXIT
@@ -86,13 +98,15 @@ trap 'exit 130' INT TERM HUP
 mkdir -p "$work" build/package
 new=$work/$(basename "$archive")
 "$check" "$bundle"
+cp "build/$preset/macprobe" "$work/macprobe"
+sign "$work/macprobe"
 if [ -n "$profile" ]; then
     cp -R "$bundle" "$work/Veilpane.app"
     bundle=$work/Veilpane.app
     notarize "$bundle"
     notarized=--notarized
 fi
-python3 Packaging/make_zip.py "$bundle" "$new" "$seconds"
+python3 Packaging/make_zip.py "$bundle" "$new" "$seconds" "$work/macprobe"
 "$check" "$new"
 python3 Packaging/make_cask.py "$new" "$version" "$work/veilpane.rb" $notarized
 mv "$new" "$archive"

@@ -69,6 +69,7 @@ target_sources(SimulatedMacTests PRIVATE
   ${SIMULATED_MAC_TESTS}/FaultKindsTest.cpp
   ${SIMULATED_MAC_TESTS}/HabitsTest.cpp
   ${SIMULATED_MAC_TESTS}/HardwareTest.cpp
+  ${SIMULATED_MAC_TESTS}/LookingCallsTest.cpp
   ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
   ${SIMULATED_MAC_TESTS}/ProfilerTest.cpp
   ${SIMULATED_MAC_TESTS}/SessionEndTest.cpp
@@ -79,6 +80,24 @@ target_sources(SimulatedMacTests PRIVATE
 target_compile_definitions(SimulatedMacTests PRIVATE
   SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac")
 target_link_libraries(SimulatedMacTests PRIVATE DeskPicture PkgConfig::PANGOCAIRO)
+
+# What the probe tells of a Mac, and that it leaves the Mac as it was.
+add_executable(MacProbeTests
+  EndToEnd/ProgramRun.cpp
+  MacProbe/AnswersTest.cpp
+  MacProbe/AssumptionsTest.cpp
+  MacProbe/ForkedLauncher.cpp
+  MacProbe/MacProbeCommandTest.cpp
+  MacProbe/SceneRecordingTest.cpp
+  MacProbe/SwitchingTest.cpp)
+target_link_libraries(MacProbeTests PRIVATE MacProbe Safety CompilerWarnings)
+target_compile_definitions(MacProbeTests PRIVATE
+  SIMULATED_MAC_FOLDER="${CMAKE_SOURCE_DIR}/Platform/SimulatedMac" PROJECT_VERSION="${PROJECT_VERSION}"
+  MACPROBE_EXECUTABLE="$<TARGET_FILE:macprobe>" VEILPANE_EXECUTABLE="$<TARGET_FILE:Veilpane>"
+  MACSIM_EXECUTABLE="$<TARGET_FILE:macsim>")
+add_dependencies(MacProbeTests macprobe macsim Veilpane)
+precompile(MacProbeTests <nlohmann/json.hpp> <gtest/gtest.h>)
+register_tests(MacProbeTests mac-probe)
 
 target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm

@@ -13,6 +13,7 @@ set(SIMULATED_MAC_SOURCES
   Calls/ProfilerPipe.cpp
   Calls/Registry.cpp
   Calls/Screens.mm
+  Calls/SystemControl.cpp
   Calls/UserDefaults.mm
   World/AttachedProcesses.cpp
   World/AttendedMac.cpp

@@ -67,7 +67,7 @@ RunningProgram::RunningProgram(const std::string& executable,
 
 RunningProgram::~RunningProgram() {
     if (process_ > 0) {
-        kill(process_, SIGKILL);
+        kill(SIGKILL);
         waitpid(process_, nullptr, 0);
     }
 }
@@ -83,6 +83,10 @@ bool RunningProgram::isRunning() {
         process_ = 0;
     }
     return process_ > 0;
+}
+
+void RunningProgram::kill(int signal) const {
+    ::kill(process_, signal);
 }
 
 ProgramRun RunningProgram::finish() {

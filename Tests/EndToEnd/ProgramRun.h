@@ -47,6 +47,8 @@ public:
 
     [[nodiscard]] std::string errorsSoFar() const;
     [[nodiscard]] bool isRunning();
+    /// Sends it a signal.
+    void kill(int signal) const;
     /// Waits for its end.
     ProgramRun finish();
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Checks a program for macOS from outside: check_program.py PROGRAM. Complaints are lines on standard
-output; with one the exit status is 1."""
+"""Checks a program for macOS from outside: check_program.py [--probe] PROGRAM. With --probe it is macprobe,
+else Veilpane. Complaints are lines on standard output; with one the exit status is 1."""
 
 import re
 import sys
@@ -22,9 +22,12 @@ def complaints_about_imports(part):
             yield f"{library} is not known to export {symbol}"
 
 
-def complaints_about_contents(part):
+PROGRAM_TEXTS = expectations.CLASSES + expectations.SELECTORS + [expectations.SKYLIGHT]
+
+
+def complaints_about_contents(part, texts):
     strings = part.strings()
-    for name in expectations.CLASSES + expectations.SELECTORS + [expectations.SKYLIGHT]:
+    for name in texts:
         if not any(name in text for text in strings):
             yield f"'{name}' is missing"
     for text in strings:
@@ -46,7 +49,7 @@ def complaints_about_layout(part):
         yield f"has {len(part.bytes)} bytes"
 
 
-def complaints_about_slice(part):
+def complaints_about_slice(part, texts):
     if part.oldest_system() != expectations.OLDEST_SYSTEM:
         yield f"starts on macOS {part.oldest_system()}"
     if part.sdk() != expectations.SDK:
@@ -71,25 +74,28 @@ def complaints_about_slice(part):
         yield fault
     yield from complaints_about_layout(part)
     yield from complaints_about_imports(part)
-    yield from complaints_about_contents(part)
+    yield from complaints_about_contents(part, texts)
 
 
-def complaints(program):
+def complaints(program, texts=tuple(PROGRAM_TEXTS)):
     found = macho.architectures(program)
     if found != expectations.ARCHITECTURES:
         yield f"is for {', '.join(found)}"
     with tempfile.TemporaryDirectory() as directory:
         for architecture in found:
             part = macho.Slice(program, architecture, directory)
-            for complaint in complaints_about_slice(part):
+            for complaint in complaints_about_slice(part, texts):
                 yield f"{architecture}: {complaint}"
 
 
 def main(arguments):
+    texts = PROGRAM_TEXTS
+    if arguments[:1] == ["--probe"]:
+        texts, arguments = expectations.PROBE_TEXTS, arguments[1:]
     if len(arguments) != 1:
-        print("usage: check_program.py PROGRAM", file=sys.stderr)
+        print("usage: check_program.py [--probe] PROGRAM", file=sys.stderr)
         return 2
-    found = list(complaints(arguments[0]))
+    found = list(complaints(arguments[0], texts))
     for complaint in found:
         print(complaint)
     return 1 if found else 0

@@ -50,6 +50,7 @@ EXPORTS = {
     "CoreFoundation": _classes(
         "NSArray", "NSData", "NSDate", "NSDictionary", "NSException", "NSMutableArray",
         "NSMutableDictionary", "NSMutableSet", "NSNull", "NSSet", "NSURL", "NSUserDefaults") | {
+            "_CFArrayGetCount", "_CFArrayGetTypeID", "_CFArrayGetValueAtIndex",
             "_CFBooleanGetTypeID", "_CFBooleanGetValue", "_CFDataGetBytes", "_CFDataGetLength",
             "_CFDataGetTypeID", "_CFDictionaryGetCount", "_CFDictionaryGetKeysAndValues",
             "_CFDictionaryGetTypeID", "_CFDictionaryGetValue", "_CFGetTypeID",
@@ -61,17 +62,19 @@ EXPORTS = {
     "CoreGraphics": {
         "_CGBeginDisplayConfiguration", "_CGCancelDisplayConfiguration",
         "_CGCompleteDisplayConfiguration", "_CGConfigureDisplayMirrorOfDisplay",
+        "_CGDisplayGammaTableCapacity",
         "_CGDisplayIsActive", "_CGDisplayIsBuiltin", "_CGDisplayIsInMirrorSet", "_CGDisplayIsMain",
         "_CGDisplayIsOnline", "_CGDisplayMirrorsDisplay", "_CGDisplayModelNumber",
-        "_CGDisplayPrimaryDisplay", "_CGDisplayRestoreColorSyncSettings", "_CGDisplaySerialNumber",
+        "_CGDisplayPixelsHigh", "_CGDisplayPixelsWide", "_CGDisplayPrimaryDisplay", "_CGDisplayRestoreColorSyncSettings", "_CGDisplaySerialNumber",
         "_CGDisplayVendorNumber", "_CGGetActiveDisplayList", "_CGGetDisplayTransferByTable",
-        "_CGGetOnlineDisplayList", "_CGMainDisplayID", "_CGSetDisplayTransferByTable"},
+        "_CGGetOnlineDisplayList", "_CGMainDisplayID",
+        "_CGRestorePermanentDisplayConfiguration", "_CGSetDisplayTransferByTable"},
     "IOKit": {
         "_IOFBCopyI2CInterfaceForBus", "_IOFBGetI2CInterfaceCount", "_IOI2CInterfaceClose",
         "_IOI2CInterfaceOpen", "_IOI2CSendRequest", "_IOIteratorNext", "_IOObjectConformsTo",
-        "_IOObjectRelease", "_IOObjectRetain", "_IORegistryEntryCreateCFProperty",
+        "_IOObjectGetClass", "_IOObjectRelease", "_IOObjectRetain", "_IORegistryEntryCreateCFProperty",
         "_IORegistryEntryCreateIterator", "_IORegistryEntryGetChildIterator",
-        "_IORegistryEntryGetParentEntry", "_IORegistryEntrySearchCFProperty",
+        "_IORegistryEntryGetParentEntry", "_IORegistryEntryGetRegistryEntryID", "_IORegistryEntrySearchCFProperty",
         "_IOServiceGetMatchingServices", "_IOServiceMatching", "_kIOMainPortDefault"},
     "libobjc": _classes("NSObject", "Protocol") | {
         "___objc_personality_v0", "__objc_empty_cache", "_objc_alloc", "_objc_alloc_init",
@@ -96,6 +99,8 @@ SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:",
 
 SKYLIGHT = "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight"
 
-# Absolute paths that the program itself asks for.
+PROBE_TEXTS = [SKYLIGHT, "SLSConfigureDisplayEnabled", "CGDisplayIOServicePort", "companion"]
+
+# Absolute paths that a program itself asks for.
 PATHS = [SKYLIGHT, "/usr/sbin/system_profiler", "/dev/null", "/System/Library/Frameworks/",
          "/usr/lib/"]

@@ -41,7 +41,7 @@ FAKE_DITTO = """#!/bin/sh
 FAKE_CODESIGN = """#!/bin/sh
 echo "$@" >>"$HOME/codesign.log"
 for last; do :; done
-[ -f "$last/Contents/MacOS/Veilpane" ]
+[ -f "$last/Contents/MacOS/Veilpane" ] || [ -f "$last" ]
 """
 
 # Apple's service says in its answer, not in its status, whether it has notarised; ANSWER is its word.
@@ -94,6 +94,8 @@ class ProjectToPackage(InATemporaryHome):
         folder.mkdir(parents=True)
         (folder / "Veilpane").write_bytes(tiny_program(mark.encode()))
         seal_bundle.seal(make_bundle.make_bundle(folder / "Veilpane", VERSION, "13.0", folder))
+        (folder / "macprobe").write_bytes(tiny_program(f"probe of {mark}".encode()))
+        (folder / "macprobe").chmod(0o755)
 
     def run_script(self, system):
         write_script(self.home / "bin" / "uname", f"#!/bin/sh\necho {system}\n")
@@ -124,7 +126,9 @@ class PackageScript(ProjectToPackage):
             self.package(system)
             with zipfile.ZipFile(self.archive) as archive:
                 program = archive.read("Veilpane.app/Contents/MacOS/Veilpane")
+                probe = archive.read("macprobe")
             self.assertEqual(program.count(f"made by {preset}\xc3".encode("latin-1")), 2)
+            self.assertEqual(probe.count(f"probe of made by {preset}\xc3".encode("latin-1")), 2)
             self.assertEqual(list(complaints(self.archive)), [])
 
     def assert_not_packed(self, run, words):
@@ -142,6 +146,20 @@ class PackageScript(ProjectToPackage):
             with self.subTest(change):
                 write_script(self.project / "Scripts" / "build.sh", FAKE_BUILD + change + "\n")
                 self.assert_not_packed(self.run_script("Linux"), "Veilpane.app is broken")
+
+    def test_a_probe_that_cannot_be_signed_is_not_packed(self):
+        changes = (('echo "#!/bin/sh" >"build/$1/macprobe"', "the program is"),
+                   ('rm "build/$1/macprobe"', "macprobe"),
+                   ('chmod a-x "build/$1/macprobe"', f"{VERSION}.zip is broken"))
+        for change, words in changes:
+            with self.subTest(change):
+                write_script(self.project / "Scripts" / "build.sh", FAKE_BUILD + change + "\n")
+                self.assert_not_packed(self.run_script("Linux"), words)
+
+    def test_a_probe_that_is_not_signed_afterwards_is_not_packed(self):
+        signer = self.project / "Packaging" / "sign_program.py"
+        signer.write_text("", encoding="utf-8")
+        self.assert_not_packed(self.run_script("Linux"), f"{VERSION}.zip is broken")
 
     def test_a_zip_that_does_not_keep_the_bundle_is_not_packed(self):
         packer = self.project / "Packaging" / "make_zip.py"
@@ -170,9 +188,11 @@ class PackageScript(ProjectToPackage):
         write_script(self.home / "bin" / "ditto", FAKE_DITTO)
         write_script(self.home / "bin" / "codesign", FAKE_CODESIGN)
         self.package("Darwin")
-        bundles = ("build/macos/Veilpane.app", "build/package.new/unpacked/Veilpane.app")
-        self.assertEqual(self.text("codesign.log"),
-                         "".join(f"--verify --strict {bundle}\n" for bundle in bundles))
+        unpacked = "build/package.new/unpacked"
+        self.assertEqual(self.text("codesign.log").splitlines(), [
+            "--verify --strict build/macos/Veilpane.app",
+            "--force --options runtime --timestamp --sign Developer ID build/package.new/macprobe",
+            f"--verify --strict {unpacked}/Veilpane.app", f"--verify --strict {unpacked}/macprobe"])
         shutil.rmtree(self.packages)
         write_script(self.home / "bin" / "codesign", REFUSING_CODESIGN)
         self.assert_not_packed(self.run_script("Darwin"), "codesign refuses build/macos/Veilpane.app")
@@ -276,7 +296,7 @@ class Workflow(ProjectToPackage):
             shutil.rmtree(self.project / "build" / build)
             for run in self.verify():
                 self.assertEqual((run.returncode, run.stderr), (0, ""))
-        self.assertEqual(self.text("codesign.log").count("--verify --strict"), 4)
+        self.assertEqual(self.text("codesign.log").count("--verify --strict"), 8)
 
     def test_without_a_zip_the_steps_fail(self):
         for run in self.verify():

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Judges an ad-hoc sealed bundle, or a zip of one: verify_bundle.py BUNDLE|ZIP [ARCHITECTURE…]
+"""Judges an ad-hoc sealed bundle, or a zip of one and the probe: verify_bundle.py BUNDLE|ZIP [ARCHITECTURE…]
 
 As a Mac does, and more strictly: a localisation may not be missing, and modes have to be right. Without
 ARCHITECTUREs the program has to be for arm64 and x86_64. Complaints are lines on standard output; with
@@ -197,12 +197,25 @@ def unpack(archive, folder):
             file.chmod(stat.S_IMODE(mode))
 
 
+def about_probe(program, architectures):
+    """It lies in no bundle, so that its own signature is all there is."""
+    if program.is_symlink() or not program.is_file():
+        yield "macprobe is no regular file"
+        return
+    if program.stat().st_mode & 0o555 != 0o555:
+        yield "macprobe may not be executed by everyone"
+    covered = {"identifier": "io.github.veilpane.macprobe"}
+    for complaint in verify_signature.complaints(program.read_bytes(), architectures, covered):
+        yield f"macprobe: {complaint}"
+
+
 def about_zip(file, architectures):
     with tempfile.TemporaryDirectory() as folder, zipfile.ZipFile(file) as archive:
         yield from unpack(archive, pathlib.Path(folder))
-        if os.listdir(folder) != ["Veilpane.app"]:
+        if sorted(os.listdir(folder)) != ["Veilpane.app", "macprobe"]:
             yield f"the zip holds {', '.join(sorted(os.listdir(folder)))}"
         yield from about_bundle(pathlib.Path(folder) / "Veilpane.app", architectures)
+        yield from about_probe(pathlib.Path(folder) / "macprobe", architectures)
 
 
 def complaints(path, architectures=tuple(ARCHITECTURES)):

@@ -154,28 +154,37 @@ class SliceCheck:
     def about_code_directory(self, directory, requirements):
         pages = [self.image[at:min(at + PAGE, self.start)] for at in range(0, self.start, PAGE)]
         name = self.covered["identifier"].encode("ascii") + b"\0"
-        hashes = 88 + len(name) + 3 * 32
-        for field, place, size, expected in self.fields(hashes, len(pages)):
+        special = self.special_slots(requirements)
+        hashes = 88 + len(name) + 32 * len(special)
+        for field, place, size, expected in self.fields(hashes, len(pages), len(special)):
             if big(directory, place, size) != expected:
                 yield f"the code directory's {field} is {big(directory, place, size):#x}"
         if len(directory) != hashes + 32 * len(pages):
             raise Unreadable("has a code directory of another length than its hashes")
         if directory[88:88 + len(name)] != name:
             yield f"is signed under another name than {self.covered['identifier']}"
-        covered = [self.covered["CodeResources"], requirements, self.covered["Info.plist"]]
-        names = ["CodeResources", "the requirements", "Info.plist"]
-        names += [f"page {index}" for index in range(len(pages))]
-        for index, data in enumerate(covered + pages):
-            at = hashes + 32 * (index - len(covered))
-            if directory[at:at + 32] != hashlib.sha256(data).digest():
-                yield f"{names[index]} was changed after signing"
+        expected = special + [(f"page {index}", hashlib.sha256(page).digest())
+                              for index, page in enumerate(pages)]
+        for index, (what, digest) in enumerate(expected):
+            at = hashes + 32 * (index - len(special))
+            if directory[at:at + 32] != digest:
+                yield f"{what} was changed after signing"
 
-    def fields(self, hashes, page_count):
+    def special_slots(self, requirements):
+        """What the hashes before the pages' are of, the last slot first. A program outside of a bundle
+        has no property list, whose slot is then empty, and no list of resources."""
+        slots = [("the requirements", hashlib.sha256(requirements).digest())]
+        if "CodeResources" not in self.covered:
+            return slots + [("the empty slot", bytes(32))]
+        return ([("CodeResources", hashlib.sha256(self.covered["CodeResources"]).digest())] + slots
+                + [("Info.plist", hashlib.sha256(self.covered["Info.plist"]).digest())])
+
+    def fields(self, hashes, page_count, special_count):
         """Name, place, size and the only right value of each fixed field."""
         _, _, text_start, text_size = self.segments["__TEXT"]
         return [
             ("version", 8, 4, 0x20400), ("flags", 12, 4, 2), ("place of hashes", 16, 4, hashes),
-            ("place of the identifier", 20, 4, 88), ("number of special slots", 24, 4, 3),
+            ("place of the identifier", 20, 4, 88), ("number of special slots", 24, 4, special_count),
             ("number of code slots", 28, 4, page_count), ("code limit", 32, 4, self.start),
             ("hash size", 36, 1, 32), ("hash type", 37, 1, 2), ("platform", 38, 1, 0),
             ("page size", 39, 1, 12), ("first spare", 40, 4, 0), ("scatter", 44, 4, 0),
@@ -212,8 +221,8 @@ def parts_of(data):
 
 
 def complaints(program, architectures, covered):
-    """About a program's bytes. `covered` has the bundle's "identifier" as text, and the bytes of
-    "Info.plist" and "CodeResources"."""
+    """About a program's bytes. `covered` has the "identifier" as text, and of a program in a bundle the
+    bytes of "Info.plist" and "CodeResources"."""
     parts = parts_of(program)
     names = sorted(name for name, _ in parts)
     if names != sorted(architectures):

@@ -29,8 +29,8 @@ void failAlways(Mac& mac, const char* call, std::int64_t code) {
     mac.failCall(fault);
 }
 
-/// Brings display 2 into the state in which the operation finds it.
-std::string prepare(Mac& mac, Program& program, const char* start) {
+/// Brings a display into the state in which the operation finds it.
+std::string prepare(Mac& mac, Program& program, const char* start, std::uint32_t display) {
     if (start == fresh) {
         return {};
     }
@@ -40,7 +40,7 @@ std::string prepare(Mac& mac, Program& program, const char* start) {
     if (start == underBlackout) {
         failAlways(mac, "IOI2CInterfaceOpen", -536870203);
     }
-    std::string broken = program.carryOut({Kind::off, 2}, false);
+    std::string broken = program.carryOut({Kind::off, display}, false);
     mac.clearFaults();
     return broken.empty() ? "" : std::string(start) + ": " + broken;
 }
@@ -60,7 +60,7 @@ Attempt attempt(const Situation& situation, const char* start, const Operation& 
     Mac& mac = Mac::boot(situation.scene);
     calibrate(mac);
     Program program(mac);
-    if (std::string broken = prepare(mac, program, start); !broken.empty()) {
+    if (std::string broken = prepare(mac, program, start, situation.displays[1]); !broken.empty()) {
         return {broken, ""};
     }
     bool misled = false;
@@ -99,12 +99,15 @@ FaultRuns::FaultRuns() {
 }
 
 void FaultRuns::addCases(const Situation& situation, Forked& forked) {
+    const std::uint32_t main = situation.displays[0];
+    const std::uint32_t usual = situation.displays[1];
+    const std::uint32_t other = situation.displays[2];
     for (const char* const start : {fresh, switchedOff, inStandby, underBlackout}) {
         for (const Operation operation :
-             {Operation{Kind::off, 2}, Operation{Kind::on, 2}, Operation{Kind::off, 1},
-              Operation{Kind::off, 3}, Operation{Kind::status, 2}, Operation{Kind::list, 0},
-              Operation{Kind::quit, 0}, Operation{Kind::commandOff, 2},
-              Operation{Kind::commandOn, 2}, Operation{Kind::commandList, 0},
+             {Operation{Kind::off, usual}, Operation{Kind::on, usual}, Operation{Kind::off, main},
+              Operation{Kind::off, other}, Operation{Kind::status, usual}, Operation{Kind::list, 0},
+              Operation{Kind::quit, 0}, Operation{Kind::commandOff, usual},
+              Operation{Kind::commandOn, usual}, Operation{Kind::commandList, 0},
               Operation{Kind::selfTest, 0}}) {
             addCase({&situation, start, operation, {}, count_, 0}, forked);
         }

@@ -6,6 +6,7 @@
 #include "SimulatedMac/World/Verbs.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <csignal>
 #include <map>
@@ -127,14 +128,19 @@ class Chance {
 public:
     explicit Chance(std::uint64_t seed) : random_(seed) {}
 
+    void chooseFrom(const std::array<std::uint32_t, 4>& displays) { displays_ = displays; }
+
     int below(int limit) { return static_cast<int>(random_() % static_cast<std::uint64_t>(limit)); }
     const std::string& oneOf(const std::vector<std::string>& choices) {
         return choices[static_cast<std::size_t>(below(static_cast<int>(choices.size())))];
     }
-    std::string display() { return std::to_string(1 + below(4)); }
+    std::string display() {
+        return std::to_string(displays_.at(static_cast<std::size_t>(below(4))));
+    }
 
 private:
     std::mt19937_64 random_;
+    std::array<std::uint32_t, 4> displays_ = {};
 };
 
 std::string randomOperation(Chance& chance) {
@@ -202,6 +208,7 @@ History randomHistory(std::uint64_t seed, std::size_t length) {
     History history;
     history.situation =
         static_cast<std::size_t>(chance.below(static_cast<int>(situations().size())));
+    chance.chooseFrom(situations()[history.situation].displays);
     while (history.steps.size() < length) {
         history.steps.push_back(randomStep(chance));
     }

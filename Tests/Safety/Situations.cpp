@@ -1,6 +1,9 @@
 #include "Safety/Situations.h"
 
+#include "Support/SceneFiles.h"
 #include "Support/Scenes.h"
+
+#include <algorithm>
 
 namespace safety {
 namespace {
@@ -36,10 +39,37 @@ Situation situation(const char* name, std::initializer_list<std::string_view> di
     for (const std::string_view member : more) {
         members += ", " + std::string(member);
     }
-    return {name, simulated_mac::Scene::parse(scene(displays, {members}), name)};
+    return {name, simulated_mac::Scene::parse(scene(displays, {members}), name), {1, 2, 3, 4}};
 }
 
-std::vector<Situation> all() {
+std::array<std::uint32_t, 4> displaysOf(const simulated_mac::Scene& scene) {
+    auto displays = scene.displays;
+    std::ranges::stable_partition(displays, &simulated_mac::SceneDisplay::main);
+    std::array<std::uint32_t, 4> ids = {};
+    std::uint32_t unused = 0;
+    for (std::size_t place = 0; place < ids.size(); ++place) {
+        if (place < displays.size()) {
+            ids[place] = displays[place].id;
+            continue;
+        }
+        do {
+            ++unused;
+        } while (std::ranges::find(displays, unused, &simulated_mac::SceneDisplay::id) !=
+                 displays.end());
+        ids[place] = unused;
+    }
+    return ids;
+}
+
+// Starting the profiler for each of thousands of runs would take most of their time.
+Situation recordedSituation(const SceneFile& file) {
+    auto scene = simulated_mac::Scene::parse(file.text, file.name);
+    scene.profilerMissing = true;
+    const auto displays = displaysOf(scene);
+    return {file.name, std::move(scene), displays};
+}
+
+std::vector<Situation> written() {
     return {
         situation("only the main display", {main1}),
         situation("two displays", {main1, plain2}),
@@ -71,6 +101,12 @@ std::vector<Situation> all() {
                   {remembered("[2]"), onlySkyLightsList}),
         situation("three displays, slow lists", {main1, ddc2, plain3}, {slowLists}),
     };
+}
+
+std::vector<Situation> all() {
+    std::vector<Situation> situations = written();
+    std::ranges::transform(sceneFiles(), std::back_inserter(situations), recordedSituation);
+    return situations;
 }
 
 } // namespace

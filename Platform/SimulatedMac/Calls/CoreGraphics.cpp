@@ -68,6 +68,12 @@ uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDis
     });
 }
 
+// Assumed: what is not online has no mode, and thus no size.
+PixelSize sizeOf(CGDirectDisplayID display) {
+    return state().isOnline(display) ? RunningMac::current().sceneDisplay(display)->pixels
+                                     : PixelSize();
+}
+
 bool canReadGamma(CGDirectDisplayID display) {
     return state().isOnline(display) && RunningMac::current().sceneDisplay(display)->gamma;
 }
@@ -128,6 +134,26 @@ boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display) {
 
 boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display) {
     return stateOf(__func__, display, [=] { return state().isInMirrorSet(display); });
+}
+
+CGDirectDisplayID CGDisplayMirrorsDisplay(CGDirectDisplayID display) {
+    return question<CGDirectDisplayID>(__func__, display,
+                                       [=] { return state().mirrorMaster(display); });
+}
+
+size_t CGDisplayPixelsWide(CGDirectDisplayID display) {
+    return question<size_t>(__func__, display, [=] { return sizeOf(display).width; });
+}
+
+size_t CGDisplayPixelsHigh(CGDirectDisplayID display) {
+    return question<size_t>(__func__, display, [=] { return sizeOf(display).height; });
+}
+
+uint32_t CGDisplayGammaTableCapacity(CGDirectDisplayID display) {
+    return question<uint32_t>(__func__, display, [=] {
+        return canReadGamma(display) ? RunningMac::current().sceneDisplay(display)->gammaCapacity
+                                     : 0;
+    });
 }
 
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) {
@@ -197,6 +223,13 @@ CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef config, CGConfigureOpt
         markFailed(config);
     }
     return call.returns(error);
+}
+
+void CGRestorePermanentDisplayConfiguration() {
+    const Call call(__func__, nlohmann::json::array());
+    if (!call.failed()) {
+        RunningMac::current().change([](MacState& changed) { changed.restorePermanent(); });
+    }
 }
 
 CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,

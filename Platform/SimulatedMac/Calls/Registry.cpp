@@ -10,6 +10,7 @@
 #include "SimulatedMac/World/RunningMac.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <set>
@@ -218,7 +219,8 @@ std::vector<const RegistryNode*> nodesOfClass(const std::string& className) {
 // The graphics system of an Intel Mac knows which connector a display is on, although no property
 // says so.
 bool isPortOf(const RegistryNode& node, uint32_t displayID) {
-    if (RunningMac::current().scene().hardware == Hardware::intel && node.busDisplay == displayID) {
+    const bool isIntel = RunningMac::current().scene().hardware == Hardware::intel;
+    if (node.connectorOf == displayID || (isIntel && node.busDisplay == displayID)) {
         return true;
     }
     const auto property = node.properties.find("DisplayID");
@@ -370,6 +372,29 @@ boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className) {
     const bool conforms = conformsTo(nodeFor(object, __func__).className, className);
     return call.returns<boolean_t>(call.failed() ? call.failure<boolean_t>()
                                                  : conforms && !call.yieldsNull());
+}
+
+kern_return_t IOObjectGetClass(io_object_t object, io_name_t className) {
+    Call call(__func__, {object});
+    const RegistryNode& node = nodeFor(object, __func__);
+    if (call.failed()) {
+        return call.returns(call.failure<kern_return_t>());
+    }
+    const std::string name = call.yieldsNull() ? "" : node.className;
+    std::snprintf(className, sizeof(io_name_t), "%s", name.c_str());
+    return call.returns(kIOReturnSuccess);
+}
+
+// The registry numbers its entries in the order in which they come; here that is their handles'.
+kern_return_t IORegistryEntryGetRegistryEntryID(io_registry_entry_t entry, uint64_t* entryID) {
+    Call call(__func__, {entry});
+    const RegistryNode& node = nodeFor(entry, __func__);
+    if (call.failed()) {
+        return call.returns(call.failure<kern_return_t>());
+    }
+    constexpr uint64_t firstID = 0x100000000;
+    *entryID = call.yieldsNull() ? 0 : firstID + handleOf(node);
+    return call.returns(kIOReturnSuccess);
 }
 
 CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef key,

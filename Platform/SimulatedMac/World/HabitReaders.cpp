@@ -28,6 +28,8 @@ Field::Readers habitReaders(SceneHabits& habits) {
          [&](const Field& f) {
              habits.settleCalls = static_cast<int>(f.integer(0, longestSettling));
          }},
+        {"onlineOrder",
+         [&](const Field& f) { habits.onlineStartsWithMain = isSecond(f, "scene", "main-first"); }},
         {"session", [&](const Field& f) { habits.session = f.boolean(); }},
     };
 }

@@ -233,7 +233,8 @@ std::vector<uint32_t> MacState::known() const {
     return displaysThat(&MacState::isKnown);
 }
 std::vector<uint32_t> MacState::online() const {
-    return displaysThat(&MacState::isOnline);
+    auto ids = displaysThat(&MacState::isOnline);
+    return habits_.onlineStartsWithMain ? mainFirst(std::move(ids)) : ids;
 }
 
 // Documented: the first entry is the main display.
@@ -271,7 +272,7 @@ uint32_t MacState::mainOfSet(uint32_t id) const {
     uint32_t largest = master;
     for (const uint32_t other : order_) {
         if (softwareMirroring_ && mirrorMaster(other) == master &&
-            displays_.at(other).pixels > displays_.at(largest).pixels) {
+            displays_.at(other).pixels.area() > displays_.at(largest).pixels.area()) {
             largest = other;
         }
     }
@@ -411,6 +412,13 @@ void MacState::finishConfiguration(bool permanently) {
         if (keeps(permanently) && habits_.permanentKeepsAll) {
             display.permanent = display.session;
         }
+    }
+    reloadGamma();
+}
+
+void MacState::restorePermanent() {
+    for (auto& [id, display] : displays_) {
+        display.session = display.permanent;
     }
     reloadGamma();
 }

@@ -61,6 +61,8 @@ public:
     void setMirrorMaster(uint32_t id, uint32_t master, bool permanently);
     void setMain(uint32_t id, bool permanently);
     void finishConfiguration(bool permanently);
+    /// Forgets what was configured for the session.
+    void restorePermanent();
 
     // What a person does.
     void unplug(uint32_t id);
@@ -100,7 +102,7 @@ private:
     };
     struct Display {
         uint32_t sceneID = 0;
-        uint64_t pixels = 0;
+        PixelSize pixels;
         uint32_t gammaCapacity = 256;
         bool connected = true;
         int pluggings = 0;

@@ -41,12 +41,11 @@ std::optional<MonitorDDC> readDDC(const Field& field) {
     return readMonitor(field);
 }
 
-/// Width and height, as their product.
-uint64_t readPixels(const Field& field) {
+PixelSize readPixels(const Field& field) {
     field.require(field.value().is_array() && field.value().size() == 2, "[width, height]");
     constexpr int64_t longestSide = 1 << 20;
-    return static_cast<uint64_t>(field.element(0).integer(1, longestSide)) *
-           static_cast<uint64_t>(field.element(1).integer(1, longestSide));
+    return {static_cast<uint32_t>(field.element(0).integer(1, longestSide)),
+            static_cast<uint32_t>(field.element(1).integer(1, longestSide))};
 }
 
 GammaReading readGammaReading(const Field& field) {
@@ -122,6 +121,7 @@ RegistryNode readNode(const Field& field) {
              node.properties = f.value();
          }},
         {"i2cBuses", [&](const Field& f) { node.i2cBuses = static_cast<int>(f.integer(0, 256)); }},
+        {"display", [&](const Field& f) { node.connectorOf = f.word(); }},
         {"children",
          [&](const Field& f) {
              f.eachElement([&](const Field& child) { node.children.push_back(readNode(child)); });
@@ -194,6 +194,19 @@ void checkDisplays(const Scene& scene, const Field& displays) {
     }
 }
 
+void checkConnectors(const Scene& scene, const std::vector<RegistryNode>& nodes,
+                     const Field& registry) {
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const Field field = registry.element(i);
+        if (nodes[i].connectorOf && findDisplay(scene, *nodes[i].connectorOf) == nullptr) {
+            field.member("display").reject("no display " + std::to_string(*nodes[i].connectorOf));
+        }
+        if (!nodes[i].children.empty()) {
+            checkConnectors(scene, nodes[i].children, field.member("children"));
+        }
+    }
+}
+
 json monitorProperties(const SceneDisplay& display) {
     return {{"DisplayVendorID", display.vendor},
             {"DisplayProductID", display.model},
@@ -255,7 +268,9 @@ std::optional<uint32_t> onlyDisplayWithDDC(const Scene& scene) {
 }
 
 void connectBuses(RegistryNode& node, const Scene& scene) {
-    if (node.i2cBuses > 0) {
+    if (node.connectorOf) {
+        node.busDisplay = node.connectorOf;
+    } else if (node.i2cBuses > 0) {
         node.busDisplay = displayNamedBy(node.properties, scene);
         for (const RegistryNode& child : node.children) {
             node.busDisplay =
@@ -285,7 +300,8 @@ std::optional<uint32_t> displayInTree(const RegistryNode& node, const Scene& sce
 /// Intel's nodes that stand for a monitor. The connector above is surer to tell which one than the
 /// vendor and product that two monitors may share.
 void connectMonitors(RegistryNode& node, std::optional<uint32_t> above, const Scene& scene) {
-    const auto display = above ? above : displayNamedBy(node.properties, scene);
+    const auto named = above ? above : displayNamedBy(node.properties, scene);
+    const auto display = node.connectorOf ? node.connectorOf : named;
     if (isMonitorNode(node)) {
         node.display = display ? display : displayInTree(node, scene);
     }
@@ -331,6 +347,13 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
                        "\"software\" or \"hardware\"");
              scene.softwareMirroring = f.value() == "software";
          }},
+        {"notes", [](const Field& f) { f.eachElement([](const Field& n) { (void)n.text(); }); }},
+        {"macOS", [&](const Field& f) { scene.macOS = f.text(); }},
+        {"processor",
+         [&](const Field& f) {
+             f.require(f.value() == "arm64" || f.value() == "x86_64", "\"arm64\" or \"x86_64\"");
+             scene.processor = f.text();
+         }},
         {"gammaReading", [&](const Field& f) { scene.gammaReading = readGammaReading(f); }},
         {"unknownDisplayAnswers",
          [&](const Field& f) {
@@ -368,6 +391,9 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
     root.eachMember(readers);
     if (document.contains("displays")) {
         checkDisplays(scene, root.member("displays"));
+    }
+    if (registryGiven) {
+        checkConnectors(scene, scene.registry, root.member("registry"));
     }
     checkHabits(scene, root);
     if (document.contains("events")) {

@@ -35,6 +35,14 @@ enum class GammaReading {
     truncate, ///< the first entries
 };
 
+/// A display's size; both 0 when the scene does not tell.
+struct PixelSize {
+    uint32_t width = 0;
+    uint32_t height = 0;
+
+    [[nodiscard]] uint64_t area() const { return uint64_t{width} * height; }
+};
+
 struct SceneDisplay {
     uint32_t id = 0;
     uint32_t vendor = 0;
@@ -44,7 +52,7 @@ struct SceneDisplay {
     bool connected = true;
     bool enabled = true;
     uint32_t mirrors = 0; ///< the ID of the mirror master, 0 for none
-    uint64_t pixels = 0;  ///< width times height; 0 when the scene does not tell
+    PixelSize pixels;
     std::optional<std::string> profilerName;
     std::optional<std::string> screenName;
     std::optional<std::string> registryName;
@@ -68,6 +76,9 @@ struct RegistryNode {
     /// Set for nodes that come and go with a monitor: the display that they describe.
     std::optional<uint32_t> display;
     std::vector<RegistryNode> children;
+    /// The display on this connector, where the scene says so itself: the buses lead there, and
+    /// CoreGraphics knows the node as that display's port.
+    std::optional<uint32_t> connectorOf = std::nullopt;
 };
 
 /// What the registry that the displays imply is shaped like.
@@ -78,7 +89,9 @@ enum class Hardware {
 };
 
 struct Scene {
-    std::string text; ///< what it was read from
+    std::string text;                     ///< what it was read from
+    std::optional<std::string> macOS;     ///< its version, as in "14.2.1"
+    std::optional<std::string> processor; ///< "arm64" or "x86_64"
     bool softwareMirroring = false;
     /// The functions that SkyLight exports; absent when there is no SkyLight at all.
     std::optional<std::vector<std::string>> skyLight;

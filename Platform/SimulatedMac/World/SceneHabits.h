@@ -14,6 +14,8 @@ struct SceneHabits {
     std::optional<uint32_t> gammaExitZeroes; ///< whose tables the end of a process zeroes
     /// How many platform calls long the slow lists show the arrangement from before a change.
     int settleCalls = 0;
+    bool onlineStartsWithMain =
+        false;           ///< the online list does, instead of keeping the scene's order
     bool session = true; ///< false: as over ssh, without a window server
 };
 

@@ -20,7 +20,8 @@ void renumberNodes(std::vector<RegistryNode>& nodes, const std::vector<RegistryN
             id->get<uint64_t>() <= UINT32_MAX) {
             nodes[i].properties["DisplayID"] = renumbered(id->get<uint32_t>(), numbers);
         }
-        for (const auto display : {&RegistryNode::display, &RegistryNode::busDisplay}) {
+        for (const auto display :
+             {&RegistryNode::display, &RegistryNode::busDisplay, &RegistryNode::connectorOf}) {
             if (given[i].*display) {
                 nodes[i].*display = renumbered(*(given[i].*display), numbers);
             }

@@ -4,6 +4,7 @@
 #include <CoreFoundation/CFBase.h>
 #include <mach/boolean.h>
 
+#include <stddef.h>
 #include <stdint.h>
 
 CF_EXTERN_C_BEGIN
@@ -45,6 +46,10 @@ boolean_t CGDisplayIsOnline(CGDirectDisplayID display);
 boolean_t CGDisplayIsMain(CGDirectDisplayID display);
 boolean_t CGDisplayIsBuiltin(CGDirectDisplayID display);
 boolean_t CGDisplayIsInMirrorSet(CGDirectDisplayID display);
+// The master of a display that mirrors one; else kCGNullDirectDisplay.
+CGDirectDisplayID CGDisplayMirrorsDisplay(CGDirectDisplayID display);
+size_t CGDisplayPixelsWide(CGDirectDisplayID display);
+size_t CGDisplayPixelsHigh(CGDirectDisplayID display);
 uint32_t CGDisplayVendorNumber(CGDirectDisplayID display);
 uint32_t CGDisplayModelNumber(CGDirectDisplayID display);
 
@@ -56,6 +61,10 @@ CGError CGCancelDisplayConfiguration(CGDisplayConfigRef _Nullable config);
 CGError CGCompleteDisplayConfiguration(CGDisplayConfigRef _Nullable config,
                                        CGConfigureOption option);
 
+// Ends what was configured for the session, for all displays.
+void CGRestorePermanentDisplayConfiguration(void);
+
+uint32_t CGDisplayGammaTableCapacity(CGDirectDisplayID display);
 CGError CGGetDisplayTransferByTable(CGDirectDisplayID display, uint32_t capacity,
                                     CGGammaValue* _Nullable redTable,
                                     CGGammaValue* _Nullable greenTable,

@@ -39,6 +39,9 @@ io_object_t IOIteratorNext(io_iterator_t iterator); // +1
 kern_return_t IOObjectRetain(io_object_t object);
 kern_return_t IOObjectRelease(io_object_t object);
 boolean_t IOObjectConformsTo(io_object_t object, const io_name_t className);
+kern_return_t IOObjectGetClass(io_object_t object, io_name_t className); // writes the name
+// The same for every reference to an entry, and for no other entry until the Mac is restarted.
+kern_return_t IORegistryEntryGetRegistryEntryID(io_registry_entry_t entry, uint64_t* entryID);
 CFTypeRef IORegistryEntryCreateCFProperty(io_registry_entry_t entry, CFStringRef key,
                                           CFAllocatorRef allocator, IOOptionBits options); // +1
 kern_return_t IORegistryEntryGetChildIterator(io_registry_entry_t entry, const io_name_t plane,

@@ -1,0 +1,153 @@
+// The program itself, on a Mac in files.
+
+#include "EndToEnd/ProgramRun.h"
+#include "Support/Scenes.h"
+
+#include <chrono>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace {
+
+const std::string twoDisplays =
+    scene({R"({ "id": 1, "main": true, "screenName": "Panel" })",
+           R"({ "id": 2, "vendor": 7, "model": 8, "screenName": "Side" })"},
+          {R"("macOS": "14.5", "processor": "arm64")"});
+
+ProgramRun macprobe(const MacOnDisk& mac, const std::string& arguments,
+                    const std::string& input = "") {
+    return runProgram("/bin/sh",
+                      {"-c", "printf '" + input + "' | '" MACPROBE_EXECUTABLE "' " + arguments},
+                      mac.environment());
+}
+
+TEST(MacProbeCommand, a_wrong_command_line_is_one_line_and_status_64) {
+    const MacOnDisk mac(twoDisplays);
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"", "what shall it do?"},
+        {"list", "'list' is no command"},
+        {"--scene", "'--scene' is no command"},
+        {"'a\\033[31m\\n'", "'a\\033[31m\\n' is no command"},
+        {"scene now", "'now' is too much"},
+        {"--help me", "'me' is too much"},
+        {"ask 2", "'2' is too much"},
+        {"ask --switching", "--switching needs a display's ID"},
+        {"ask --switching 0", "'0' is no display's ID"},
+        {"ask --switching two", "'two' is no display's ID"},
+        {"ask --switching 4294967296", "'4294967296' is no display's ID"},
+        {"ask --switching 2 3", "--switching takes one ID"},
+        {"companion", "'companion' is no command"},
+        {"companion watch", "watch needs a display's ID"},
+    };
+    for (const auto& [arguments, problem] : rows) {
+        EXPECT_EQ(macprobe(mac, arguments),
+                  (ProgramRun{64, "", "macprobe: " + problem + "; try macprobe --help\n"}))
+            << arguments;
+    }
+}
+
+TEST(MacProbeCommand, control_characters_of_a_word_do_not_reach_the_terminal) {
+    const MacOnDisk mac(twoDisplays);
+    EXPECT_EQ(macprobe(mac, "\"$(printf 'a\\033[31mb')\"").errors,
+              "macprobe: 'a?[31mb' is no command; try macprobe --help\n");
+}
+
+TEST(MacProbeCommand, help_and_version_are_told) {
+    const MacOnDisk mac(twoDisplays);
+    EXPECT_EQ(macprobe(mac, "--version"), quiet(0, "macprobe " PROJECT_VERSION "\n"));
+    const ProgramRun help = macprobe(mac, "--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char* const command : {"macprobe scene", "macprobe ask ", "ask --switching ID"}) {
+        EXPECT_TRUE(help.output.contains(command)) << command;
+    }
+}
+
+TEST(MacProbeCommand, a_recorded_scene_is_one_that_the_simulated_mac_takes) {
+    const MacOnDisk mac(twoDisplays);
+    const ProgramRun recorded = macprobe(mac, "scene");
+    ASSERT_EQ(recorded.errors, "");
+    const MacOnDisk again(recorded.output);
+    EXPECT_EQ(again.macsim({"show"}), mac.macsim({"show"}));
+    EXPECT_EQ(macprobe(again, "scene"), recorded);
+}
+
+TEST(MacProbeCommand, what_cannot_be_written_is_told) {
+    const MacOnDisk mac(twoDisplays);
+    for (const char* const command : {"scene", "ask", "--help"}) {
+        EXPECT_EQ(macprobe(mac, std::string(command) + " >/dev/full"),
+                  (ProgramRun{74, "", "macprobe: cannot write it\n"}));
+    }
+}
+
+TEST(MacProbeCommand, without_a_session_it_says_so) {
+    const MacOnDisk mac(R"({ "session": false, "displays": [ { "id": 1 } ] })");
+    EXPECT_EQ(macprobe(mac, "scene"),
+              (ProgramRun{1, "",
+                          "macprobe: no display is online; run it in Terminal on the Mac's own "
+                          "desktop, not over ssh\n"}));
+}
+
+TEST(MacProbeCommand, ask_prints_a_table_and_changes_nothing) {
+    const MacOnDisk mac(twoDisplays);
+    const ProgramRun asked = macprobe(mac, "ask");
+    EXPECT_EQ(asked.status, 0);
+    EXPECT_EQ(asked.errors, "");
+    EXPECT_TRUE(asked.output.starts_with("macOS 14.5, arm64\n\n| Identifier |"));
+    EXPECT_TRUE(asked.output.contains("| needs ask --switching ID | cannot tell |"));
+    EXPECT_TRUE(mac.display(2).at("lit"));
+}
+
+TEST(MacProbeCommand, nothing_is_switched_unless_it_is_told_yes) {
+    const MacOnDisk mac(twoDisplays);
+    for (const char* const answer : {"", "no\\n", "y\\n", "YES\\n", "yes please\\n"}) {
+        const ProgramRun asked = macprobe(mac, "ask --switching 2", answer);
+        EXPECT_EQ(asked.status, 1) << answer;
+        EXPECT_EQ(asked.output, "") << answer;
+        EXPECT_TRUE(asked.errors.starts_with("Display 2 (Side) will really be switched"));
+        EXPECT_TRUE(asked.errors.ends_with("macprobe: not told yes; nothing is switched\n"));
+    }
+    EXPECT_FALSE(mac.macsim({"calls"}).output.contains("CGBeginDisplayConfiguration"));
+}
+
+TEST(MacProbeCommand, told_yes_it_answers_everything_and_puts_the_display_back) {
+    const MacOnDisk mac(twoDisplays);
+    const auto before = mac.macsim({"show"});
+    const ProgramRun asked = macprobe(mac, "ask --switching 2", "yes\\n");
+    EXPECT_EQ(asked.status, 0) << asked.errors;
+    EXPECT_FALSE(asked.output.contains("needs ask --switching"));
+    EXPECT_TRUE(asked.errors.ends_with("- everything is put back\n"));
+    EXPECT_EQ(mac.macsim({"show"}), before);
+}
+
+/// Waits until display 2 is in a state, at most so many seconds.
+bool becomes(const MacOnDisk& mac, bool lit, int seconds) {
+    for (int i = 0; i < seconds * 10; ++i) {
+        if (mac.display(2).at("lit") == lit && mac.display(2).at("enabled") == lit) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    return false;
+}
+
+// The one test that waits as long as a person would.
+TEST(MacProbeCommand, killed_with_the_display_off_it_has_it_back_within_half_a_minute) {
+    const MacOnDisk mac(twoDisplays);
+    const std::string told = mac.stateDirectory() + "-yes";
+    RunningProgram asking("/bin/sh",
+                          {"-c", "printf 'yes\\n' >'" + told +
+                                     "'; exec '" MACPROBE_EXECUTABLE "' ask --switching 2 <'" +
+                                     told + "'"},
+                          mac.environment());
+    bool isOff = false;
+    for (int i = 0; i < 600 && !isOff && asking.isRunning(); ++i) {
+        isOff = !mac.display(2).at("enabled").get<bool>();
+    }
+    ASSERT_TRUE(isOff);
+    asking.kill(SIGKILL);
+    EXPECT_FALSE(mac.display(2).at("enabled"));
+    EXPECT_TRUE(becomes(mac, true, 60));
+}
+
+} // namespace

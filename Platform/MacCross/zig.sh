@@ -7,18 +7,15 @@ folder=$(cd "$(dirname "$0")" && pwd)
 tools=$(cd "$folder/../../.tools" && pwd)
 export ZIG_GLOBAL_CACHE_DIR="$tools/zig-cache" ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
 
-is_link=false
+has_output=false
+stops_early=false
 for argument in "$@"; do
     case $argument in
-    -o) is_link=true ;;
+    -o) has_output=true ;;
+    -c | -E | -S) stops_early=true ;;
     esac
 done
-for argument in "$@"; do
-    case $argument in
-    -c | -E | -S) is_link=false ;;
-    esac
-done
-if $is_link; then
+if $has_output && ! $stops_early; then
     exec sh "$folder/link.sh" "$tools" "$@"
 fi
 exec "$tools/npm/zig" "$@"

@@ -1,5 +1,7 @@
 #include "Safety/FaultRuns.h"
 
+#include "Support/Faults.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -21,24 +23,16 @@ constexpr const char* switchedOff = "off before";
 constexpr const char* inStandby = "in standby before";
 constexpr const char* underBlackout = "under BlackOut before";
 
-void failAlways(Mac& mac, const char* call, std::int64_t code) {
-    SceneFault fault;
-    fault.call = call;
-    fault.nth = 0;
-    fault.returns = code;
-    mac.failCall(fault);
-}
-
 /// Brings a display into the state in which the operation finds it.
 std::string prepare(Mac& mac, Program& program, const char* start, std::uint32_t display) {
     if (start == fresh) {
         return {};
     }
     if (start == inStandby || start == underBlackout) {
-        failAlways(mac, "SLSConfigureDisplayEnabled", 1001);
+        mac.failCall(fails("SLSConfigureDisplayEnabled").every().with(1001));
     }
     if (start == underBlackout) {
-        failAlways(mac, "IOI2CInterfaceOpen", -536870203);
+        mac.failCall(fails("IOI2CInterfaceOpen").every().with(-536870203));
     }
     std::string broken = program.carryOut({Kind::off, display}, false);
     mac.clearFaults();

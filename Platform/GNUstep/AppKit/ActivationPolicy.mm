@@ -40,6 +40,7 @@ void refuseActivation() {
         terminateAsOnAMac();
         // Never released: the application is there as long as the process.
         NSApp = [[self alloc] init];
+        hearRequestsToQuit();
     }
     return NSApp;
 }

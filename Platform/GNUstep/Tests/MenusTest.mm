@@ -6,6 +6,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <csignal>
 #include <functional>
 
 namespace {
@@ -240,6 +241,23 @@ TEST_F(Menus, a_modal_window_prevents_termination_unless_it_does_not_want_to) {
     }
     [NSApp setDelegate:nil];
     [window close];
+}
+
+TEST_F(Menus, a_request_to_quit_waits_for_the_run_loop) {
+    static bool hasBegun = false;
+    const Retained<TerminationWitness> witness([[[TerminationWitness alloc] init] autorelease]);
+    witness.get()->hasBeenAsked = &hasBegun;
+    [NSApp setDelegate:witness.get()];
+    (void)raise(SIGTERM);
+    EXPECT_FALSE(hasBegun);
+    for (NSString* const mode in
+         @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ]) {
+        hasBegun = false;
+        (void)raise(SIGTERM);
+        [[NSRunLoop currentRunLoop] acceptInputForMode:mode beforeDate:[NSDate distantPast]];
+        EXPECT_TRUE(hasBegun) << text(mode);
+    }
+    [NSApp setDelegate:nil];
 }
 
 TEST_F(Menus, the_delegate_may_make_the_wanted_item_when_a_key_is_matched) {

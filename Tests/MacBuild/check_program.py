@@ -22,9 +22,6 @@ def complaints_about_imports(part):
             yield f"{library} is not known to export {symbol}"
 
 
-PROGRAM_TEXTS = expectations.CLASSES + expectations.SELECTORS + [expectations.SKYLIGHT]
-
-
 def complaints_about_contents(part, texts):
     strings = part.strings()
     for name in texts:
@@ -36,7 +33,7 @@ def complaints_about_contents(part, texts):
                 yield f"holds the path {path}"
 
 
-def complaints_about_layout(part):
+def complaints_about_layout(part, largest):
     page = expectations.PAGE_SIZES[part.architecture]
     for name, memory, file in part.segments():
         if memory % page or name != "__LINKEDIT" and file % page:
@@ -45,11 +42,11 @@ def complaints_about_layout(part):
         yield "has not one entry in __objc_imageinfo"
     if part.function_starts() == 0:
         yield "tells no starts of functions"
-    if len(part.bytes) > expectations.LARGEST_SLICE:
+    if len(part.bytes) > largest:
         yield f"has {len(part.bytes)} bytes"
 
 
-def complaints_about_slice(part, texts):
+def complaints_about_slice(part, kind):
     if part.oldest_system() != expectations.OLDEST_SYSTEM:
         yield f"starts on macOS {part.oldest_system()}"
     if part.sdk() != expectations.SDK:
@@ -72,30 +69,30 @@ def complaints_about_slice(part, texts):
     fault = part.signature_fault()
     if fault:
         yield fault
-    yield from complaints_about_layout(part)
+    yield from complaints_about_layout(part, kind.largest_slice)
     yield from complaints_about_imports(part)
-    yield from complaints_about_contents(part, texts)
+    yield from complaints_about_contents(part, kind.texts)
 
 
-def complaints(program, texts=tuple(PROGRAM_TEXTS)):
+def complaints(program, kind=expectations.PROGRAM):
     found = macho.architectures(program)
     if found != expectations.ARCHITECTURES:
         yield f"is for {', '.join(found)}"
     with tempfile.TemporaryDirectory() as directory:
         for architecture in found:
             part = macho.Slice(program, architecture, directory)
-            for complaint in complaints_about_slice(part, texts):
+            for complaint in complaints_about_slice(part, kind):
                 yield f"{architecture}: {complaint}"
 
 
 def main(arguments):
-    texts = PROGRAM_TEXTS
+    kind = expectations.PROGRAM
     if arguments[:1] == ["--probe"]:
-        texts, arguments = expectations.PROBE_TEXTS, arguments[1:]
+        kind, arguments = expectations.PROBE, arguments[1:]
     if len(arguments) != 1:
         print("usage: check_program.py [--probe] PROGRAM", file=sys.stderr)
         return 2
-    found = list(complaints(arguments[0], texts))
+    found = list(complaints(arguments[0], kind))
     for complaint in found:
         print(complaint)
     return 1 if found else 0

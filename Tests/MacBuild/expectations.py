@@ -4,6 +4,8 @@ The classes and functions are listed by the library that exports them on macOS 1
 UIFoundation's, which AppKit re-exports.
 """
 
+from typing import NamedTuple
+
 ARCHITECTURES = ["arm64", "x86_64"]
 
 OLDEST_SYSTEM = "13.0"
@@ -13,9 +15,6 @@ SDK = "14.2"
 
 # Bytes. The kernel maps whole pages only.
 PAGE_SIZES = {"arm64": 0x4000, "x86_64": 0x1000}
-
-# Bytes, signed for both processors. What is far beyond has something linked in that nobody meant.
-LARGEST_SLICE = 200_000
 
 _FRAMEWORK = "/System/Library/Frameworks/{0}.framework/Versions/{1}/{0}"
 
@@ -99,7 +98,15 @@ SELECTORS = ["applicationDidFinishLaunching:", "applicationWillTerminate:",
 
 SKYLIGHT = "/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight"
 
-PROBE_TEXTS = [SKYLIGHT, "SLSConfigureDisplayEnabled", "CGDisplayIOServicePort", "companion"]
+
+class Kind(NamedTuple):
+    """What differs between our programs."""
+    texts: list  # that it must hold
+    largest_slice: int  # Bytes, signed. What is far beyond has something linked in that nobody meant.
+
+
+PROGRAM = Kind(CLASSES + SELECTORS + [SKYLIGHT], 200_000)
+PROBE = Kind([SKYLIGHT, "SLSConfigureDisplayEnabled", "CGDisplayIOServicePort", "companion"], 270_000)
 
 # Absolute paths that a program itself asks for.
 PATHS = [SKYLIGHT, "/usr/sbin/system_profiler", "/dev/null", "/System/Library/Frameworks/",

@@ -7,6 +7,7 @@ import pathlib
 import plistlib
 import random
 import shutil
+import stat
 import struct
 import subprocess
 import sys
@@ -25,6 +26,7 @@ import make_zip  # noqa: E402
 import program_signature  # noqa: E402
 import resource_seal  # noqa: E402
 import seal_bundle  # noqa: E402
+import sign_program  # noqa: E402
 
 PROGRAM, INFO = "Contents/MacOS/Veilpane", "Contents/Info.plist"
 LIST, RESOURCES = "Contents/_CodeSignature/CodeResources", "Contents/Resources/"
@@ -364,8 +366,11 @@ class Zip(Verification):
         self.renew()
         (self.bundle / RESOURCES / "COPYING").symlink_to("LICENSE")
         seal_bundle.seal(self.bundle)
+        probe = self.home / "macprobe"
+        shutil.copy(self.bundle / PROGRAM, probe)
+        sign_program.sign(probe, "io.github.veilpane.macprobe")
         self.archive = self.home / "Veilpane.zip"
-        make_zip.make_zip(self.bundle, self.archive, 1700000000)
+        make_zip.make_zip(self.bundle, self.archive, 1700000000, probe)
 
     def found(self):
         return list(verify_bundle.complaints(self.archive, self.architectures))
@@ -394,12 +399,24 @@ class Zip(Verification):
         def without_modes(entry, data):
             entry.external_attr = 0
             return data
+
+        def of_probe(change):
+            return lambda entry, data: change(entry, data) if entry.filename == "macprobe" else data
+
+        def link(entry, data):
+            entry.external_attr = (stat.S_IFLNK | 0o755) << 16
+            return b"Veilpane.app/" + PROGRAM.encode()
         changes = {
             "no modes": (without_modes, "executed"),
             "a file less": (lambda entry, data: None if entry.filename.endswith("LICENSE") else data,
                             "LICENSE is missing"),
             "another file": (lambda entry, data: data[::-1] if entry.filename.endswith(".1") else data,
                              "was changed after sealing"),
+            "no probe": (of_probe(lambda entry, data: None), "the zip holds Veilpane.app"),
+            "a link to a program": (of_probe(link), "macprobe is no regular file"),
+            "a probe that nobody may execute": (of_probe(without_modes), "macprobe may not be executed"),
+            "another probe": (of_probe(lambda entry, data: data.replace(b"Veilpane.log", b"Veilpane.lug")),
+                              "macprobe: "),
         }
         whole = self.archive.read_bytes()
         for name, (change, words) in changes.items():

@@ -81,6 +81,7 @@ get_for_arm64 install -y --no-install-recommends --download-only $names
 
 # A folder that takes the root's place only when all of it is there. Its programs are none that anybody
 # starts, so that documents and other languages' texts are left out.
+# Fonts are, too, so that the system's own are found, which are the same for every processor.
 new=$root.new
 rm -rf "$new"
 trap 'rm -rf "$new"' EXIT
@@ -88,7 +89,8 @@ mkdir -p "$new/usr/bin" "$new/usr/sbin" "$new/usr/lib"
 ln -s usr/bin usr/sbin usr/lib "$new"
 for package in "$work"/archives/*.deb; do
     dpkg-deb --fsys-tarfile "$package" | tar -x -C "$new" --keep-directory-symlink --no-same-owner \
-        --exclude=./usr/share/doc --exclude=./usr/share/man --exclude=./usr/share/locale 2>"$work/log" ||
+        --exclude=./usr/share/doc --exclude=./usr/share/fonts --exclude=./usr/share/locale \
+        --exclude=./usr/share/man 2>"$work/log" ||
         fail 1 "$package cannot be unpacked"
 done
 echo "$*" >"$new/packages"

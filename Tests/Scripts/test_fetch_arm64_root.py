@@ -65,7 +65,8 @@ class FetchArm64Root(InATemporaryHome):
         self.packages.mkdir()
         self.package("one", {"./lib": None, "./lib/libone.so": "1", "./usr": None,
                              "./usr/share": None, "./usr/share/doc": None,
-                             "./usr/share/doc/one": "read me"})
+                             "./usr/share/doc/one": "read me", "./usr/share/fonts": None,
+                             "./usr/share/fonts/one.otf": "1"})
         self.package("two", {"./usr": None, "./usr/lib": None, "./usr/lib/libtwo.so": "2"})
 
     def package(self, name, files):
@@ -85,7 +86,7 @@ class FetchArm64Root(InATemporaryHome):
         self.assertEqual(sorted(file.name for file in (self.root / "usr" / "lib").iterdir()),
                          ["libone.so", "libtwo.so"])
         self.assertTrue((self.root / "lib" / "libone.so").exists())
-        self.assertFalse((self.root / "usr" / "share" / "doc").exists())
+        self.assertEqual(list((self.root / "usr" / "share").iterdir()), [])
         self.assertEqual([file.name for file in (self.project / ".tools").iterdir()],
                          ["arm64-root"])
 

@@ -4,9 +4,10 @@ set(TESTED_PROGRAM Veilpane)
 
 target_sources(TestSupport PRIVATE
   Support/ChildProcess.cpp
-  Support/TestMainOnLinux.mm
+  Support/TestMainOnLinux.cpp
   Support/TestProcesses.cpp
-  Support/VirtualScreen.cpp)
+  Support/VirtualScreen.cpp
+  Support/WarmFoundation.mm)
 
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
@@ -35,6 +36,7 @@ target_sources(EndToEndTests PRIVATE
   EndToEnd/UnusualAnswersTest.cpp)
 # The promises and rules, for whoever holds the program to them.
 add_library(Safety STATIC
+  Safety/CapturedOutput.cpp
   Safety/Companion.cpp
   Safety/Desk.cpp
   Safety/FaultRuns.cpp
@@ -46,7 +48,7 @@ add_library(Safety STATIC
   Safety/Rules.cpp
   Safety/Situations.cpp)
 target_link_libraries(Safety PUBLIC TestSupport PRIVATE CompilerWarnings)
-add_executable(Soak Safety/Soak.mm)
+add_executable(Soak Safety/Soak.cpp Safety/CompiledProgram.cpp)
 target_link_libraries(Soak PRIVATE Safety CompilerWarnings)
 # A fair sample of what Scripts/soak.sh does at length; under the sanitizers a smaller one.
 if(VEILPANE_SANITIZE)

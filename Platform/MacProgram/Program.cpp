@@ -28,7 +28,10 @@ std::vector<std::uint8_t> contentsOf(const std::string& file) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void* boundTo(const std::string& library, const std::string& name) {
+void* boundTo(const std::string& library, const std::string& name, const Substitutes& substitutes) {
+    if (const auto found = substitutes.find(name); found != substitutes.end()) {
+        return const_cast<void*>(found->second);
+    }
     const Symbol symbol = requireSymbol(library, name);
     CalledImports* const called = CalledImports::ifWanted();
     return called != nullptr && symbol.isFunction ? called->through(symbol) : symbol.address;
@@ -36,10 +39,13 @@ void* boundTo(const std::string& library, const std::string& name) {
 
 } // namespace
 
-Main load(const std::string& file) {
+Main load(const std::string& file, const Substitutes& substitutes) {
     const std::vector<std::uint8_t> contents = contentsOf(file);
     const ProgramFile program = readProgramFile(sliceForThisProcessor(contents));
-    [[clang::no_destroy]] static Image image(program, boundTo);
+    [[clang::no_destroy]] static Image image(
+        program, [&substitutes](const std::string& library, const std::string& name) {
+            return boundTo(library, name, substitutes);
+        });
     requireSpaceForThreadLocals(image);
     [[clang::no_destroy]] static CallFrames frames(functionFrames(image));
     adoptConstantStrings(image);

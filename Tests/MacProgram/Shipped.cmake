@@ -32,6 +32,14 @@ VEILPANE_PROGRAM=${VEILPANE_SHIPPED_PROGRAM};MACRUN_CALLED_IMPORTS=${called}")
 endfunction()
 
 test_shipped(x86_64 macrun)
+
+# A sample of what is held against the program compiled here.
+add_executable(ShippedSoak Safety/Soak.cpp Safety/ShippedDelegate.mm Safety/ShippedProgram.cpp)
+target_link_libraries(ShippedSoak PRIVATE Safety MacProgram CompilerWarnings)
+add_test(NAME shipped-x86_64.faults_and_histories COMMAND ShippedSoak --faults 4000 --steps 12000)
+set_tests_properties(shipped-x86_64.faults_and_histories PROPERTIES LABELS shipped-x86_64 PROCESSORS 2
+  TIMEOUT 1800 ENVIRONMENT "VEILPANE_PROGRAM=${VEILPANE_SHIPPED_PROGRAM}")
+
 if(VEILPANE_SHIPPED_ARM64)
   # An emulated processor takes its time, and between the ways in which Macs differ the program is the same:
   # here the kindest and the unkindest of them.

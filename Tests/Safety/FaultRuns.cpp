@@ -1,5 +1,6 @@
 #include "Safety/FaultRuns.h"
 
+#include "Safety/TestedProgram.h"
 #include "Support/Faults.h"
 
 #include <algorithm>
@@ -103,7 +104,9 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
               Operation{Kind::quit, 0}, Operation{Kind::commandOff, usual},
               Operation{Kind::commandOn, usual}, Operation{Kind::commandList, 0},
               Operation{Kind::selfTest, 0}}) {
-            addCase({&situation, start, operation, {}, count_, 0}, forked);
+            if (operation.kind != Kind::status || tested_program::hasFunctions()) {
+                addCase({&situation, start, operation, {}, count_, 0}, forked);
+            }
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "Safety/Companion.h"
 #include "Safety/Desk.h"
 #include "Safety/Rules.h"
+#include "Safety/TestedProgram.h"
 #include "SimulatedMac/World/Verbs.h"
 
 #include <algorithm>
@@ -144,9 +145,10 @@ private:
 };
 
 std::string randomOperation(Chance& chance) {
-    static const std::vector<std::string> words = {"off", "off",  "off",    "on",  "on",
-                                                   "on",  "list", "status", "quit"};
-    const std::string& word = chance.oneOf(words);
+    static const std::vector<std::string> words = {"off", "off",  "off",  "on",    "on",
+                                                   "on",  "list", "quit", "status"};
+    static const std::vector<std::string> commands(words.begin(), words.end() - 1);
+    const std::string& word = chance.oneOf(tested_program::hasFunctions() ? words : commands);
     return word == "list" || word == "quit" ? word : word + " " + chance.display();
 }
 

@@ -2,8 +2,8 @@
 
 #include "Safety/FaultRuns.h"
 #include "Safety/History.h"
-
-#import <Foundation/Foundation.h>
+#include "Safety/TestedProgram.h"
+#include "Support/WarmFoundation.h"
 
 #include <algorithm>
 #include <atomic>
@@ -88,14 +88,6 @@ Options optionsFrom(const std::vector<std::string>& words) {
     return options;
 }
 
-// What Foundation sets up at its first use is set up once, before the first process is made.
-void warmFoundation() {
-    @autoreleasepool {
-        [[NSUserDefaults standardUserDefaults] arrayForKey:@"NSLanguages"];
-        (void)[@"a" localizedCompare:@"b"];
-    }
-}
-
 /// What has been done so far by all workers, in memory that they share.
 struct Score {
     std::atomic<std::size_t> faultRuns = 0;
@@ -123,8 +115,8 @@ void carryOutFault(const FaultRuns& runs, std::size_t number, Forked& forked, Sc
     const auto result = runs.carryOut(number, forked);
     score.faultRuns += result.verdict == FaultRuns::Verdict::impossible ? 0 : 1;
     if (result.verdict == FaultRuns::Verdict::broken) {
-        tell(score, result.text + "\n    " + runs.described(number) +
-                        "\n    sh Scripts/soak.sh --fault-run " + std::to_string(number));
+        tell(score, result.text + "\n    " + runs.described(number) + "\n    " +
+                        tested_program::replayCommand + " --fault-run " + std::to_string(number));
     }
 }
 
@@ -133,7 +125,8 @@ void carryOutHistory(const History& history, Score& score) {
     score.steps += course.steps;
     if (!course.broken.empty()) {
         const History small = shrunk(history, course.broken);
-        tell(score, course.broken + "\n    sh Scripts/soak.sh --replay '" + textOf(small) + "'");
+        tell(score, course.broken + "\n    " + tested_program::replayCommand + " --replay '" +
+                        textOf(small) + "'");
     }
 }
 
@@ -193,7 +186,9 @@ void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
 
 int main(int argc, char** argv) {
     Options options = optionsFrom({argv + 1, argv + argc});
+    tested_program::load();
     warmFoundation();
+    warmCollation();
     Score& score = sharedScore();
     if (options.history) {
         carryOutHistory(historyFrom(*options.history), score);

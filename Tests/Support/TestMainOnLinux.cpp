@@ -1,6 +1,5 @@
 #include "Support/TestProcesses.h"
-
-#import <Foundation/Foundation.h>
+#include "Support/WarmFoundation.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -12,13 +11,6 @@
 namespace {
 
 constexpr const char* usage = "usage: %s [--jobs N] [--screens] [--gtest_filter=…]\n";
-
-// What Foundation sets up at its first use is set up once for all tests.
-void warmFoundation() {
-    @autoreleasepool {
-        [[NSUserDefaults standardUserDefaults] arrayForKey:@"NSLanguages"];
-    }
-}
 
 // A test of a process's end starts this program once more, for the one statement that ends it.
 bool isForOneStatement(int argc, char** argv) {

@@ -7,6 +7,8 @@ usage="usage: bench.sh
 Prints what Veilpane costs beside a straight-line program that makes the same platform calls. Numbers
 only: nothing here passes or fails, apart from the two making different calls.
 
+Docs/Performance.md explains the figures; Tests/Bench/growth.py draws them.
+
   instructions  of the whole process, counted by callgrind
   own           of the program's own objects, without libraries and the simulated Mac
   peak          resident memory at most, in KiB"
@@ -89,9 +91,9 @@ printf '%-26s %6s  %11s %9s %7s %7s  %11s %9s %7s  %6s %6s %6s\n' '' '' 'Veilpan
     'reference' '' '' 'ratio' '' ''
 printf '%-26s %6s  %11s %9s %7s %7s  %11s %9s %7s  %6s %6s %6s\n' command calls \
     instructions own share peak instructions own peak whole own peak
-report 2 --list
-report 8 --list
-report 32 --list
+for count in 1 2 4 8 16 32; do
+    report "$count" --list
+done
 report 3 --power off 2
 
 # The second opening of the menu; the first one also runs the system profiler. Two openings are

@@ -31,6 +31,7 @@ TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) 
         {R"({ "zh-Hans": "二", "zh_CN": "一", "en_US": "US" })", "一"},
         {R"({ "zh-Hans": "二", "en_US": "US", "en": "E" })", "二"},
         {R"({ "en": "E", "en_US": "US" })", "US"},
+        {R"({ "": "Nameless", "de": "Atelier", "en": "Studio" })", "Studio"},
         {R"({ "": "Nameless", "fr": "Atelier" })", "Nameless"},
         {R"({ "de": "", "fr": "Atelier" })", "Atelier"},
         {R"({ "de": "", "fr": "" })", std::nullopt},
@@ -81,6 +82,12 @@ TEST_F(RegistryNames, an_entry_needs_vendor_product_and_name) {
         boot(sceneWithRegistry(node + ", " + monitor("IODisplay", "44048", "7", "\"Right\"")));
         EXPECT_EQ(iokitDisplayName(2), "Right") << node;
     }
+}
+
+TEST_F(RegistryNames, an_entry_without_a_vendor_is_not_asked_for_its_product) {
+    boot(sceneWithRegistry(monitor("IODisplay", "", "7", "\"No vendor\"")));
+    EXPECT_EQ(iokitDisplayName(2), std::nullopt);
+    EXPECT_EQ(calls({"IORegistryEntryCreateCFProperty"}).size(), 1u);
 }
 
 TEST_F(RegistryNames, classes_are_searched_in_a_fixed_order_whatever_the_registrys) {

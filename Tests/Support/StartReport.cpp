@@ -24,6 +24,11 @@ bool isOpen(int descriptor) {
     return fcntl(descriptor, F_GETFD) != -1;
 }
 
+bool isWritable(int descriptor) {
+    const int flags = fcntl(descriptor, F_GETFL);
+    return flags != -1 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
 void printNumbers(const char* name, int first, int end, Question question) {
     std::printf("\"%s\": [", name);
     const char* separator = "";
@@ -45,6 +50,8 @@ int main() {
     printNumbers("blockedSignals", 1, NSIG, isBlocked);
     std::printf(", ");
     printNumbers("descriptors", 0, 256, isOpen);
+    std::printf(", ");
+    printNumbers("writableOutputs", 1, 3, isWritable);
     std::printf("}\n");
     return 0;
 }

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace veilpane::test {
 namespace {
@@ -50,6 +52,17 @@ TEST_F(SystemProfilerTest, a_signal_that_is_blocked_here_reaches_the_profiler) {
 TEST_F(SystemProfilerTest, the_profiler_gets_none_of_our_descriptors) {
     const auto inheritable = inheritableDescriptors();
     EXPECT_EQ(startOfProfiler().at("descriptors").get<std::vector<int>>(), inheritable);
+}
+
+TEST_F(SystemProfilerTest, the_profiler_may_write_its_output_and_its_complaints) {
+    EXPECT_EQ(startOfProfiler().at("writableOutputs").get<std::vector<int>>(),
+              (std::vector<int>{STDOUT_FILENO, STDERR_FILENO}));
+}
+
+TEST_F(SystemProfilerTest, no_ended_profiler_stays_behind) {
+    (void)startOfProfiler();
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
 }
 
 struct Disturbance {

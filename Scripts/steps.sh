@@ -25,11 +25,12 @@ step() {
     step_text=$2
     shift 2
     mkdir -p "$(dirname "$step_log")"
+    step_process=
+    trap '[ -z "$step_process" ] || stop_with_children "$step_process"; exit 130' INT TERM HUP
     echo "$step_text"
     step_begin=$(date +%s)
     "$@" >"$step_log" 2>&1 &
     step_process=$!
-    trap 'stop_with_children "$step_process"; exit 130' INT TERM HUP
     step_reported=$step_begin
     while kill -0 "$step_process" 2>/dev/null; do
         sleep 0.2

@@ -1,9 +1,11 @@
-// Prints as JSON what it was started with: the signals that it ignores or that are blocked, and the
-// descriptors that are open. It is linked with no library that could change them before main.
+// Prints as JSON what it was started with: the signals that it ignores or that are blocked, the
+// descriptors that are open, and where its output goes. It is linked with no library that could
+// change them before main.
 
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -29,6 +31,13 @@ bool isWritable(int descriptor) {
     return flags != -1 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
+bool isDiscarded(int descriptor) {
+    struct stat open = {};
+    struct stat null = {};
+    return fstat(descriptor, &open) == 0 && stat("/dev/null", &null) == 0 &&
+           open.st_rdev == null.st_rdev && S_ISCHR(open.st_mode);
+}
+
 void printNumbers(const char* name, int first, int end, Question question) {
     std::printf("\"%s\": [", name);
     const char* separator = "";
@@ -52,6 +61,8 @@ int main() {
     printNumbers("descriptors", 0, 256, isOpen);
     std::printf(", ");
     printNumbers("writableOutputs", 1, 3, isWritable);
+    std::printf(", ");
+    printNumbers("discardedOutputs", 1, 3, isDiscarded);
     std::printf("}\n");
     return 0;
 }

@@ -59,6 +59,11 @@ TEST_F(SystemProfilerTest, the_profiler_may_write_its_output_and_its_complaints)
               (std::vector<int>{STDOUT_FILENO, STDERR_FILENO}));
 }
 
+TEST_F(SystemProfilerTest, nobody_hears_its_complaints) {
+    EXPECT_EQ(startOfProfiler().at("discardedOutputs").get<std::vector<int>>(),
+              std::vector<int>{STDERR_FILENO});
+}
+
 TEST_F(SystemProfilerTest, no_ended_profiler_stays_behind) {
     (void)startOfProfiler();
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);

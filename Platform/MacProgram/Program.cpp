@@ -7,6 +7,7 @@
 #include "MacProgram/Metadata/ConstantStrings.h"
 #include "MacProgram/Runtime/CalledImports.h"
 #include "MacProgram/Runtime/Library.h"
+#include "MacProgram/System/ExecutablePath.h"
 #include "MacProgram/System/Threads.h"
 #include "MacProgram/Unwinding/CallFrames.h"
 
@@ -46,6 +47,7 @@ Main load(const std::string& file, const Substitutes& substitutes) {
         program, [&substitutes](const std::string& library, const std::string& name) {
             return boundTo(library, name, substitutes);
         });
+    setExecutablePath(file);
     requireSpaceForThreadLocals(image);
     [[clang::no_destroy]] static CallFrames frames(functionFrames(image));
     adoptConstantStrings(image);

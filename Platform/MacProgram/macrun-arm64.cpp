@@ -2,9 +2,11 @@
 // Mac and an emulated processor.
 
 #include "MacProgram/Runtime/Refusal.h"
+#include "MacProgram/System/Spawning.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -39,6 +41,8 @@ int main(int count, char** arguments) {
                                 " is missing: Scripts/run-shipped.sh --arch arm64 makes it");
         }
     }
+    const std::filesystem::path here = std::filesystem::read_symlink("/proc/self/exe");
+    setenv(mac_program::launcherVariable, here.c_str(), 1);
     execvp(emulator, const_cast<char* const*>(command(arguments).data()));
     mac_program::refuse(std::string(emulator) + ": " + std::strerror(errno));
 }

@@ -1,9 +1,11 @@
 // macrun FILE [ARGUMENT...]: runs the x86_64 slice of a program for a Mac, on the simulated Mac.
 
 #include "MacProgram/Runtime/Refusal.h"
+#include "MacProgram/System/Spawning.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -16,6 +18,7 @@ int main(int count, char** arguments) {
     }
     const std::filesystem::path here = std::filesystem::read_symlink("/proc/self/exe");
     const std::string host = here.parent_path() / "macrun-host";
+    setenv(mac_program::launcherVariable, here.c_str(), 1);
     execv(host.c_str(), arguments + 1);
     mac_program::setProgramName(arguments[1]);
     mac_program::refuse(host + ": " + std::strerror(errno));

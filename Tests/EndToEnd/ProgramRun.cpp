@@ -32,24 +32,32 @@ namespace {
 
 } // namespace
 
-std::vector<std::string> veilpaneCommand() {
-    const char* const program = std::getenv("VEILPANE_PROGRAM");
+std::vector<std::string> commandOf(const char* variable, const std::string& executable) {
+    const char* const program = std::getenv(variable);
     const char* const launcher = std::getenv("VEILPANE_LAUNCHER");
     if (launcher == nullptr) {
-        return {program == nullptr ? VEILPANE_EXECUTABLE : program};
+        return {program == nullptr ? executable : program};
     }
     if (program == nullptr) {
-        throw std::runtime_error("VEILPANE_LAUNCHER has no VEILPANE_PROGRAM to run");
+        throw std::runtime_error(std::string("VEILPANE_LAUNCHER has no ") + variable + " to run");
     }
     return {launcher, program};
 }
 
-std::string veilpaneInShell() {
+std::string inShell(const std::vector<std::string>& command) {
     std::string words;
-    for (const std::string& word : veilpaneCommand()) {
+    for (const std::string& word : command) {
         words += "'" + word + "' ";
     }
     return words;
+}
+
+std::vector<std::string> veilpaneCommand() {
+    return commandOf("VEILPANE_PROGRAM", VEILPANE_EXECUTABLE);
+}
+
+std::string veilpaneInShell() {
+    return inShell(veilpaneCommand());
 }
 
 ProgramRun quiet(int status, const std::string& output) {

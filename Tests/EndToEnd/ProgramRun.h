@@ -28,11 +28,16 @@ struct ProgramRun {
 /// A run that wrote nothing to standard error.
 ProgramRun quiet(int status, const std::string& output);
 
-/// What runs Veilpane: the executable to start and its first arguments. It is the program for Linux
-/// unless VEILPANE_PROGRAM names another file; VEILPANE_LAUNCHER then names what runs that file.
-std::vector<std::string> veilpaneCommand();
+/// What runs a program: the executable to start and its first arguments. It is the one for Linux
+/// unless the environment's `variable` names another file; VEILPANE_LAUNCHER then names what runs
+/// that file.
+std::vector<std::string> commandOf(const char* variable, const std::string& executable);
 
-/// The same for a shell, quoted.
+/// A command for a shell, quoted, with a space at its end.
+std::string inShell(const std::vector<std::string>& command);
+
+/// What runs Veilpane; the file may be named by VEILPANE_PROGRAM.
+std::vector<std::string> veilpaneCommand();
 std::string veilpaneInShell();
 
 /// A program that runs beside the test. It is killed when the object goes.

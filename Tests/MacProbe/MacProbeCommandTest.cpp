@@ -1,6 +1,7 @@
 // The program itself, on a Mac in files.
 
 #include "EndToEnd/ProgramRun.h"
+#include "Support/SceneFiles.h"
 #include "Support/Scenes.h"
 
 #include <chrono>
@@ -15,10 +16,14 @@ const std::string twoDisplays =
            R"({ "id": 2, "vendor": 7, "model": 8, "screenName": "Side" })"},
           {R"("macOS": "14.5", "processor": "arm64")"});
 
+std::string macprobeInShell() {
+    return inShell(commandOf("MACPROBE_PROGRAM", MACPROBE_EXECUTABLE));
+}
+
 ProgramRun macprobe(const MacOnDisk& mac, const std::string& arguments,
                     const std::string& input = "") {
     return runProgram("/bin/sh",
-                      {"-c", "printf '" + input + "' | '" MACPROBE_EXECUTABLE "' " + arguments},
+                      {"-c", "printf '" + input + "' | " + macprobeInShell() + arguments},
                       mac.environment());
 }
 
@@ -72,6 +77,37 @@ TEST(MacProbeCommand, a_recorded_scene_is_one_that_the_simulated_mac_takes) {
     EXPECT_EQ(macprobe(again, "scene"), recorded);
 }
 
+TEST(MacProbeCommand, a_scene_of_what_was_recorded_is_recorded_alike) {
+    for (const SceneFile& file : sceneFiles()) {
+        const ProgramRun recorded = macprobe(MacOnDisk(file.text), "scene");
+        ASSERT_EQ(recorded.errors, "") << file.name;
+        EXPECT_EQ(macprobe(MacOnDisk(recorded.output), "scene"), recorded) << file.name;
+    }
+}
+
+TEST(MacProbeCommand, properties_of_every_type_are_recorded) {
+    const MacOnDisk mac(scene({main1, plain2}, {registry(R"({ "class": "IOFramebuffer",
+        "properties": { "DisplayID": 2, "A": true, "B": { "data": "0a1b" }, "C": [1, "two"],
+                        "D": { "E": -3 } } })")}));
+    const ProgramRun recorded = macprobe(mac, "scene");
+    EXPECT_TRUE(recorded.output.contains("DisplayID")) << recorded;
+    EXPECT_EQ(macprobe(MacOnDisk(recorded.output), "scene"), recorded);
+}
+
+TEST(MacProbeCommand, a_closed_standard_stream_changes_nothing_else) {
+    const MacOnDisk mac(twoDisplays);
+    EXPECT_EQ(macprobe(mac, "scene <&- 2>&-"), macprobe(mac, "scene"));
+}
+
+TEST(MacProbeCommand, a_reading_and_a_wait_that_a_signal_interrupts_are_repeated) {
+    const std::string_view displays = R"({ "id": 1, "main": true, "profilerName": "Panel" })";
+    const MacOnDisk undisturbed(scene({displays}));
+    const MacOnDisk disturbed(scene({displays}, {R"("faults": [
+        { "call": "read", "nth": 1, "returns": -1, "errno": 4 },
+        { "call": "waitpid", "nth": 1, "returns": -1, "errno": 4 } ])"}));
+    EXPECT_EQ(macprobe(disturbed, "scene"), macprobe(undisturbed, "scene"));
+}
+
 TEST(MacProbeCommand, what_cannot_be_written_is_told) {
     const MacOnDisk mac(twoDisplays);
     for (const char* const command : {"scene", "ask", "--help"}) {
@@ -120,6 +156,24 @@ TEST(MacProbeCommand, told_yes_it_answers_everything_and_puts_the_display_back) 
     EXPECT_EQ(mac.macsim({"show"}), before);
 }
 
+TEST(MacProbeCommand, a_step_that_macos_refuses_cannot_be_told) {
+    const MacOnDisk mac(
+        scene({main1, plain2},
+              {faults({fails("CGConfigureDisplayMirrorOfDisplay").every().with(1001)})}));
+    const ProgramRun asked = macprobe(mac, "ask --switching 2", "yes\\n");
+    EXPECT_EQ(asked.status, 0) << asked;
+    EXPECT_TRUE(mac.macsim({"calls"}).output.contains("CGCancelDisplayConfiguration"));
+    EXPECT_TRUE(mac.display(2).at("lit"));
+}
+
+TEST(MacProbeCommand, colours_that_another_process_has_spoilt_are_restored) {
+    const MacOnDisk mac(scene({main1, plain2}, {R"("gammaExitZeroes": 1)"}));
+    const ProgramRun asked = macprobe(mac, "ask --switching 2", "yes\\n");
+    EXPECT_EQ(asked.status, 0) << asked;
+    EXPECT_TRUE(asked.output.contains("other displays' tables have changed | **differs**"));
+    EXPECT_EQ(mac.display(1).at("gamma"), "normal");
+}
+
 /// Waits until display 2 is in a state, at most so many seconds.
 bool becomes(const MacOnDisk& mac, bool lit, int seconds) {
     for (int i = 0; i < seconds * 10; ++i) {
@@ -131,23 +185,45 @@ bool becomes(const MacOnDisk& mac, bool lit, int seconds) {
     return false;
 }
 
-// The one test that waits as long as a person would.
+/// `ask --switching 2`, told yes, with the display off.
+class SwitchedOff {
+public:
+    explicit SwitchedOff(const MacOnDisk& mac)
+        : asking_("/bin/sh",
+                  {"-c", "printf 'yes\\n' >'" + answerFile(mac) + "'; exec " + macprobeInShell() +
+                             "ask --switching 2 <'" + answerFile(mac) + "'"},
+                  mac.environment()) {
+        for (int i = 0; i < 600 && !isOff_ && asking_.isRunning(); ++i) {
+            isOff_ = !mac.display(2).at("enabled").get<bool>();
+        }
+    }
+    [[nodiscard]] bool isOff() const { return isOff_; }
+    RunningProgram& asking() { return asking_; }
+
+private:
+    static std::string answerFile(const MacOnDisk& mac) { return mac.stateDirectory() + "-yes"; }
+
+    RunningProgram asking_;
+    bool isOff_ = false;
+};
+
+// Two tests that wait as long as a person would.
 TEST(MacProbeCommand, killed_with_the_display_off_it_has_it_back_within_half_a_minute) {
     const MacOnDisk mac(twoDisplays);
-    const std::string told = mac.stateDirectory() + "-yes";
-    RunningProgram asking("/bin/sh",
-                          {"-c", "printf 'yes\\n' >'" + told +
-                                     "'; exec '" MACPROBE_EXECUTABLE "' ask --switching 2 <'" +
-                                     told + "'"},
-                          mac.environment());
-    bool isOff = false;
-    for (int i = 0; i < 600 && !isOff && asking.isRunning(); ++i) {
-        isOff = !mac.display(2).at("enabled").get<bool>();
-    }
-    ASSERT_TRUE(isOff);
-    asking.kill(SIGKILL);
+    SwitchedOff off(mac);
+    ASSERT_TRUE(off.isOff());
+    off.asking().kill(SIGKILL);
     EXPECT_FALSE(mac.display(2).at("enabled"));
     EXPECT_TRUE(becomes(mac, true, 60));
+}
+
+TEST(MacProbeCommand, hanging_with_the_display_off_it_is_ended_and_the_display_comes_back) {
+    const MacOnDisk mac(twoDisplays);
+    SwitchedOff off(mac);
+    ASSERT_TRUE(off.isOff());
+    off.asking().kill(SIGSTOP);
+    EXPECT_TRUE(becomes(mac, true, 60));
+    EXPECT_EQ(off.asking().finish().status, 128 + SIGKILL);
 }
 
 } // namespace

@@ -14,11 +14,14 @@ const std::uint64_t literalClass = 0;
 Library coreFoundation() {
     return {"/System/Library/Frameworks/CoreFoundation.framework/Versions/A/CoreFoundation",
             {
+                function("_CFArrayGetTypeID", CFArrayGetTypeID),
                 function("_CFBooleanGetTypeID", CFBooleanGetTypeID),
                 function("_CFDataGetTypeID", CFDataGetTypeID),
                 function("_CFDictionaryGetTypeID", CFDictionaryGetTypeID),
                 function("_CFNumberGetTypeID", CFNumberGetTypeID),
                 function("_CFStringGetTypeID", CFStringGetTypeID),
+                withTwins<CFArrayGetCount>("_CFArrayGetCount"),
+                withTwins<CFArrayGetValueAtIndex>("_CFArrayGetValueAtIndex"),
                 withTwins<CFBooleanGetValue>("_CFBooleanGetValue"),
                 withTwins<CFDataGetBytes>("_CFDataGetBytes"),
                 withTwins<CFDataGetLength>("_CFDataGetLength"),

@@ -49,4 +49,8 @@ int controlDescriptor(int descriptor, int command, long argument) {
     }
 }
 
+int waitForDescriptors(pollfd* descriptors, unsigned int count, int milliseconds) {
+    return poll(descriptors, count, milliseconds);
+}
+
 } // namespace mac_program

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -28,6 +29,20 @@ int macErrorNumber(int error) {
         refuse("error number " + std::to_string(error) + " is not known here");
     }
     return error;
+}
+
+int describeError(int macError, char* text, std::size_t size) {
+    const auto other = std::ranges::find(otherNumbers, macError, &std::pair<int, int>::second);
+    const bool isKnown = other != std::end(otherNumbers) || macError <= lastCommonNumber;
+    if (!isKnown) {
+        return macErrorNumber(EINVAL);
+    }
+    const std::string description =
+        std::strerror(other == std::end(otherNumbers) ? macError : other->first);
+    if (size > 0) {
+        text[description.copy(text, size - 1)] = '\0';
+    }
+    return macErrorNumber(description.size() < size ? 0 : ERANGE);
 }
 
 // The C library here only ever sets its own number when something fails. So that the next failure

@@ -38,4 +38,9 @@ SignalHandler setSignalHandler(int number, SignalHandler handler) {
     return std::signal(number, handler);
 }
 
+int sendSignal(pid_t process, int number) {
+    requireSame(number);
+    return kill(process, number);
+}
+
 } // namespace mac_program

@@ -13,5 +13,6 @@ sigset_t signalSet(MacSignalSet macSet);
 
 using SignalHandler = void (*)(int);
 SignalHandler setSignalHandler(int number, SignalHandler handler);
+int sendSignal(pid_t process, int number);
 
 } // namespace mac_program

@@ -4,7 +4,13 @@
 #include "MacProgram/System/Descriptors.h"
 #include "MacProgram/System/ErrorNumbers.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace mac_program {
 namespace {
@@ -28,6 +34,29 @@ int destroyHeld(Held<Object>* held, int (*destroy)(Object*)) {
 template <class Object>
 Object* heldObject(const Held<Object>* held) {
     return held == nullptr ? nullptr : held->object;
+}
+
+// What this system's kernel does not start.
+bool isProgramForMac(const char* path) {
+    constexpr std::string_view beginnings[] = {"\xCA\xFE\xBA\xBE", "\xCF\xFA\xED\xFE"};
+    std::array<char, 4> bytes = {};
+    std::ifstream(path, std::ios::binary).read(bytes.data(), bytes.size());
+    return std::ranges::find(beginnings, std::string_view(bytes.data(), bytes.size())) !=
+           std::end(beginnings);
+}
+
+/// The words of a command, which end with a null pointer and belong to others.
+std::vector<char*> launching(const char* path, char* const arguments[]) {
+    char* const launcher = std::getenv(launcherVariable);
+    if (launcher == nullptr) {
+        refuse(std::string(launcherVariable) + " does not name what runs " + path);
+    }
+    std::vector<char*> words = {launcher, const_cast<char*>(path)};
+    for (char* const* argument = arguments + 1; *argument != nullptr; ++argument) {
+        words.push_back(*argument);
+    }
+    words.push_back(nullptr);
+    return words;
 }
 
 } // namespace
@@ -57,12 +86,15 @@ int destroyAttributes(HeldAttributes* held) {
     return destroyHeld(held, posix_spawnattr_destroy);
 }
 
-// These two have the same numbers on both systems.
 int setFlags(HeldAttributes* held, short flags) {
-    if ((flags & ~(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK)) != 0) {
+    constexpr short sameOnBoth = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    constexpr short macNewSession = 0x400;
+    if ((flags & ~(sameOnBoth | macNewSession)) != 0) {
         refuse("flags " + std::to_string(flags) + " of posix_spawn are not known here");
     }
-    return macErrorNumber(posix_spawnattr_setflags(held->object, flags));
+    const int newSession = (flags & macNewSession) != 0 ? POSIX_SPAWN_SETSID : 0;
+    return macErrorNumber(posix_spawnattr_setflags(
+        held->object, static_cast<short>((flags & sameOnBoth) | newSession)));
 }
 
 int setDefaultSignals(HeldAttributes* held, const MacSignalSet* signals) {
@@ -77,6 +109,12 @@ int setSignalMask(HeldAttributes* held, const MacSignalSet* signals) {
 
 int spawn(pid_t* child, const char* path, const HeldFileActions* actions,
           const HeldAttributes* attributes, char* const arguments[], char* const environment[]) {
+    std::vector<char*> words;
+    if (isProgramForMac(path)) {
+        words = launching(path, arguments);
+        path = words.front();
+        arguments = words.data();
+    }
     return macErrorNumber(posix_spawn(child, path, heldObject(actions), heldObject(attributes),
                                       arguments, environment));
 }

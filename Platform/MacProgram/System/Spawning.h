@@ -15,6 +15,9 @@ struct Held {
 using HeldFileActions = Held<posix_spawn_file_actions_t>;
 using HeldAttributes = Held<posix_spawnattr_t>;
 
+/// Names, in the environment, the program that runs programs for a Mac here.
+constexpr const char* launcherVariable = "MACRUN_LAUNCHER";
+
 // All return an error number of a Mac, or 0.
 int initFileActions(HeldFileActions* held);
 int destroyFileActions(HeldFileActions* held);
@@ -25,6 +28,8 @@ int destroyAttributes(HeldAttributes* held);
 int setFlags(HeldAttributes* held, short flags);
 int setDefaultSignals(HeldAttributes* held, const MacSignalSet* signals);
 int setSignalMask(HeldAttributes* held, const MacSignalSet* signals);
+/// posix_spawn. A program for a Mac is started by the launcher; its name for itself is then its
+/// path.
 int spawn(pid_t* child, const char* path, const HeldFileActions* actions,
           const HeldAttributes* attributes, char* const arguments[], char* const environment[]);
 

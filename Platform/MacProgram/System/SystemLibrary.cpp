@@ -4,7 +4,11 @@
 #include "MacProgram/Runtime/Messages.h"
 #include "MacProgram/Runtime/Refusal.h"
 #include "MacProgram/System/Characters.h"
+#include "MacProgram/System/Clocks.h"
+#include "MacProgram/System/Descriptors.h"
 #include "MacProgram/System/ErrorNumbers.h"
+#include "MacProgram/System/ExecutablePath.h"
+#include "MacProgram/System/Signals.h"
 #include "MacProgram/System/Spawning.h"
 #include "MacProgram/System/Threads.h"
 
@@ -12,8 +16,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <cwchar>
 #include <dlfcn.h>
+#include <sys/sysctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <unwind.h>
@@ -70,19 +76,28 @@ std::vector<Symbol> wideTexts() {
 std::vector<Symbol> streamsAndDescriptors() {
     return {function("___error", errorNumberPlace),
             function("_close", close),
+            function("_fflush", std::fflush),
+            function("_fgetc", std::fgetc),
             function("_fputc", std::fputc),
             function("_fwrite", std::fwrite),
             function("_pipe", pipe),
+            function("_poll", waitForDescriptors),
             function("_read", read),
+            function("_strerror_r", describeError),
+            function("_write", write),
             data("___stderrp", &stderr),
+            data("___stdinp", &stdin),
             data("___stdoutp", &stdout)};
 }
 
 std::vector<Symbol> processes() {
     return {function("__NSGetArgc", _NSGetArgc),
             function("__NSGetArgv", _NSGetArgv),
+            function("__NSGetExecutablePath", executablePath),
             function("_abort", std::abort),
             function("_exit", std::exit),
+            function("_getppid", getppid),
+            function("_kill", sendSignal),
             function("_posix_spawn", spawn),
             function("_posix_spawn_file_actions_adddup2", addDuplicate),
             function("_posix_spawn_file_actions_addopen", addOpen),
@@ -94,6 +109,7 @@ std::vector<Symbol> processes() {
             function("_posix_spawnattr_setsigdefault", setDefaultSignals),
             function("_posix_spawnattr_setsigmask", setSignalMask),
             function("_signal", setSignalHandler),
+            function("_sysctlbyname", sysctlbyname),
             function("_waitpid", waitpid),
             data("_environ", &environ)};
 }
@@ -106,6 +122,10 @@ std::vector<Symbol> threads() {
             function("_pthread_mutex_unlock", unlockMutex), function("_pthread_self", pthread_self),
             // It keeps all registers but one, so that nothing may come between.
             data("__tlv_bootstrap", reinterpret_cast<const void*>(mac_program_thread_local))};
+}
+
+std::vector<Symbol> time() {
+    return {function("_clock_gettime", readClock), function("_nanosleep", nanosleep)};
 }
 
 std::vector<Symbol> loading() {
@@ -129,8 +149,9 @@ std::vector<Symbol> unwinding() {
 
 Library systemLibrary() {
     Library library = {"/usr/lib/libSystem.B.dylib", {}, {}};
-    for (const auto& part : {memoryAndTexts(), wideTexts(), streamsAndDescriptors(), processes(),
-                             threads(), loading(), unwinding(), systemImportsOfProcessor()}) {
+    for (const auto& part :
+         {memoryAndTexts(), wideTexts(), streamsAndDescriptors(), processes(), threads(), time(),
+          loading(), unwinding(), systemImportsOfProcessor()}) {
         library.symbols.insert(library.symbols.end(), part.begin(), part.end());
     }
     return library;

@@ -109,6 +109,7 @@ target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm
   Unit/Menu/AppDelegateOnGNUstepTest.mm
   Unit/Menu/EventLogOnLinuxTest.mm
+  Unit/Menu/MenuRowViewsOnGNUstepTest.mm
   Unit/Menu/MenuUnderFaultsTest.mm)
 target_link_libraries(MenuBarTests PRIVATE Safety)
 

@@ -23,6 +23,10 @@ NSString* labelOf(NSView* view) {
     objc_setAssociatedObject(self, &labelKey, label, OBJC_ASSOCIATION_COPY);
 }
 
+- (BOOL)isAccessibilityElement {
+    return [self isKindOfClass:[NSControl class]];
+}
+
 @end
 
 // GNUstep's switch has an answer of its own, which no one can set.

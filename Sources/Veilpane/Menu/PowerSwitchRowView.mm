@@ -81,6 +81,10 @@ constexpr CGFloat iconSize = 18;
         stringByAppendingString:_isMain ? @"，主屏" : @""] stringByAppendingString:state];
     [self setAccessibilityLabel:told];
     [_powerSwitch.get() setAccessibilityLabel:told];
+    if (_isMain) {
+        // The row itself is a plain view, which a screen reader may pass over.
+        [_titleLabel.get() setAccessibilityLabel:told];
+    }
 }
 
 - (void)setUpIcon {

@@ -319,6 +319,13 @@ TEST_F(MenuRowViews, row_and_switch_tell_screen_readers_name_and_state) {
     }
 }
 
+// A plain view with a label may be no element that a screen reader finds.
+TEST_F(MenuRowViews, without_a_switch_the_title_tells_screen_readers_name_and_state) {
+    EXPECT_EQ(text([[row(true, true, @"Panel").get() titleLabel] accessibilityLabel]),
+              "Panel，主屏，开");
+    EXPECT_EQ([[row(false).get() titleLabel] accessibilityLabel], nil);
+}
+
 TEST_F(MenuRowViews, screen_readers_are_told_a_state_that_is_shown) {
     const auto row = this->row(false, true);
     [row.get() showOn:false];

@@ -143,6 +143,8 @@ static const CGFloat NSViewNoIntrinsicMetric = -1;
 @interface NSView (Accessibility)
 /// What a screen reader calls the view; nil unless set.
 @property (copy) NSString* accessibilityLabel;
+/// Whether a screen reader finds the view at all: controls, but no plain view.
+- (BOOL)isAccessibilityElement;
 @end
 
 @interface NSTextField (Labels)

@@ -25,6 +25,7 @@ constexpr const char* loggedLaunch = "[time] applicationDidFinishLaunching\n"
 // Where things are on the screen of 1280 × 800.
 constexpr Point statusItem = {1256, 12};
 constexpr Point besideTheItem = {600, 5};
+constexpr Point dock = {640, 790};
 constexpr Point menuCorner = {1000, 36};
 constexpr Point besideTheMenu = {300, 700};
 constexpr Point alertButton = {640, 480};
@@ -264,6 +265,13 @@ TEST_P(OnMac, another_command_key_leaves_the_open_menu_as_it_is) {
     ASSERT_TRUE(eventually([&] { return display(2).at("enabled") == false; }));
     EXPECT_TRUE(isShownOn(2));
     EXPECT_TRUE(isMenuOpen());
+}
+
+TEST_F(MenuBarApplication, it_lives_in_the_menu_bar_and_not_in_the_dock) {
+    start(threeDisplays);
+    EXPECT_TRUE(eventually([&] { return desktop.colorAt(besideTheItem) == menuBarBackground; }));
+    EXPECT_NE(desktop.colorAt(dock), accent);
+    EXPECT_EQ(quit().status, 0);
 }
 
 TEST_F(MenuBarApplication, a_word_on_the_command_line_is_not_opened_as_a_document) {

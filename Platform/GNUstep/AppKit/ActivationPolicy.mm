@@ -1,6 +1,7 @@
-// How an application takes part in the desktop. None has a Dock icon here: there is no Dock, and
-// GNUstep's own icon is suppressed.
+// How an application takes part in the desktop: whether it has an icon in the Dock, where GNUstep's
+// own icon is suppressed, and whether it may show windows at all.
 
+#include "AppKit/Dock.h"
 #include "AppKit/EventWaiting.h"
 #include "AppKit/Habits.h"
 #include "AppKit/KeyEquivalents.h"
@@ -47,6 +48,7 @@ void refuseActivation() {
 
 - (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy {
     currentPolicy = policy;
+    showInDock(policy == NSApplicationActivationPolicyRegular);
     return YES;
 }
 

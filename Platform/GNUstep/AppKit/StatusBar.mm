@@ -220,7 +220,9 @@ constexpr CGFloat paddingOfItem = 3;
         [_window.get() setHidesOnDeactivate:NO];
         [_window.get() setBecomesKeyOnlyIfNeeded:YES];
         [_window.get() setContentView:[[[MenuBarView alloc] initWithFrame:frame] autorelease]];
-        [_window.get() orderFrontRegardless];
+        if ([NSApp activationPolicy] != NSApplicationActivationPolicyProhibited) {
+            [_window.get() orderFrontRegardless];
+        }
     }
     return _window.get();
 }

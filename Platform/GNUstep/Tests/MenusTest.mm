@@ -442,6 +442,31 @@ TEST_F(GestureRecognizers, a_control_with_an_action_gets_its_clicks_itself) {
     });
 }
 
+class ActivationPolicy : public MenuBarTest {
+protected:
+    ActivationPolicy() : MenuBarTest(Needs::Application) {}
+    ~ActivationPolicy() override {
+        [NSApp setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    }
+
+    static bool isInDock() {
+        for (NSWindow* window in [NSApp windows]) {
+            if ([window isVisible] && [window level] == NSDockWindowLevel) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+TEST_F(ActivationPolicy, only_a_regular_application_is_in_the_dock) {
+    EXPECT_FALSE(isInDock());
+    [NSApp setActivationPolicy:NSApplicationActivationPolicyRegular];
+    EXPECT_TRUE(isInDock());
+    [NSApp setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    EXPECT_FALSE(isInDock());
+}
+
 class Accessibility : public MenuBarTest {};
 
 TEST_F(Accessibility, every_kind_of_view_keeps_a_copy_of_its_label) {

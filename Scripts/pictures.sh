@@ -4,14 +4,15 @@ set -eu
 
 usage="usage: pictures.sh
 
-Makes the pictures in Docs/Pictures from the running application, on a screen that nobody sees."
+Makes the pictures in Docs/Pictures from the running application, on a screen that nobody sees, at two
+pixels a point, as a Mac shows it."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 take_no_arguments "$@"
 
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --pictures
-sh Scripts/build.sh linux Veilpane macsim StatusIconPicture
+sh Scripts/build.sh linux Veilpane macsim StatusIconPicture TwoPixelsAPoint
 
 build=$PWD/build/linux
 pictures=$PWD/Docs/Pictures
@@ -38,14 +39,25 @@ eventually() {
     done
 }
 
+# Places and sizes are in points from here on: a screen of 1280x800 of them.
+in_pixels() { # WIDTHxHEIGHT+X+Y
+    echo "$1" | awk -F'[x+]' '{ printf "%dx%d+%d+%d", 2 * $1, 2 * $2, 2 * $3, 2 * $4 }'
+}
+point_at() { # X Y [CLICK…]: moves the mouse, and may click
+    x=$1 y=$2
+    shift 2
+    xdotool mousemove $((2 * x)) $((2 * y)) "$@"
+}
+
+# Without RANDR its size is what Xlib tells, which is told in points.
 start_screen() {
     mkfifo "$work/display"
-    Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset \
+    Xvfb -displayfd 3 -screen 0 2560x1600x24 -nolisten tcp -noreset -extension RANDR \
         3>"$work/display" >/dev/null 2>&1 &
     server=$!
     read -r number <"$work/display"
     export DISPLAY=":$number"
-    convert -size 1280x800 gradient:'#7fa7d8'-'#c9b6dd' "$work/wallpaper.png"
+    convert -size 2560x1600 gradient:'#7fa7d8'-'#c9b6dd' "$work/wallpaper.png"
     show_wallpaper
 }
 
@@ -56,7 +68,7 @@ show_wallpaper() {
 }
 
 color_at() { # X Y: as rrggbb
-    import -silent -window root -crop "1x1+$1+$2" -depth 8 rgb:- | od -An -tx1 | tr -d ' \n'
+    import -silent -window root -crop "1x1+$((2 * $1))+$((2 * $2))" -depth 8 rgb:- | od -An -tx1 | tr -d ' \n'
 }
 has_color() { # X Y COLOR
     [ "$(color_at "$1" "$2")" = "$3" ]
@@ -72,7 +84,7 @@ start_application() { # SCENE: of what is on the desk; nothing is the demo Mac
         printf '%s' "$1" >"$SIMULATED_MAC_SCENE"
     }
     rm -rf "$SIMULATED_MAC_STATE"
-    "$build/Veilpane" 2>/dev/null &
+    LD_PRELOAD=$build/libTwoPixelsAPoint.so "$build/Veilpane" 2>/dev/null &
     application=$!
     eventually has_color 600 5 eeeeee
 }
@@ -84,9 +96,9 @@ stop_application() {
 }
 
 open_menu() {
-    xdotool mousemove 1256 12 click 1
+    point_at 1256 12 click 1
     eventually has_color 1000 36 f7f7f7
-    xdotool mousemove 640 700
+    point_at 640 700
 }
 close_menu() {
     xdotool key Escape
@@ -94,7 +106,8 @@ close_menu() {
 }
 # The row below the header, from 0; the position follows from the heights of rows and separators.
 click_switch() { # ROW
-    xdotool mousemove 1238 $((83 + 51 * $1)) click 1 mousemove 640 700
+    point_at 1238 $((83 + 51 * $1)) click 1
+    point_at 640 700
 }
 # Off is where the knob is on the left.
 turn_off() { # ROW
@@ -104,13 +117,13 @@ turn_off() { # ROW
 }
 
 is_still() { # WIDTHxHEIGHT+X+Y
-    import -silent -window root -crop "$1" "$work/earlier.rgb"
-    import -silent -window root -crop "$1" "$work/later.rgb"
+    import -silent -window root -crop "$(in_pixels "$1")" "$work/earlier.rgb"
+    import -silent -window root -crop "$(in_pixels "$1")" "$work/later.rgb"
     cmp -s "$work/earlier.rgb" "$work/later.rgb"
 }
 take() { # NAME WIDTHxHEIGHT+X+Y
     eventually is_still "$2"
-    import -silent -window root -crop "$2" +repage -strip \
+    import -silent -window root -crop "$(in_pixels "$2")" +repage -strip \
         -define png:exclude-chunks=date,time "$pictures/$1.png"
     echo "Docs/Pictures/$1.png"
 }
@@ -167,10 +180,10 @@ echo "Docs/Pictures/desk-after.png"
 frame() { # NAME [X Y]: of the pointer, in the picture of the screen
     "$build/macsim" desk "$work/desk.png"
     eventually is_still 340x330+940+0
-    import -silent -window root -crop 340x330+940+0 +repage "$work/menu.png"
+    import -silent -window root -crop "$(in_pixels 340x330+940+0)" +repage "$work/menu.png"
     [ $# -eq 1 ] || convert "$work/menu.png" -fill black -stroke white -strokewidth 1 \
-        -draw "translate $2,$3 path 'M 0,0 L 0,17 4,13.5 7,19.5 9.8,18.2 7,12.5 12,12.5 Z'" "$work/menu.png"
-    convert "$work/desk.png" -resize 50% -gravity center -background '#f3f1ef' -extent 772x330 "$work/menu.png" \
+        -draw "scale 2,2 translate $2,$3 path 'M 0,0 L 0,17 4,13.5 7,19.5 9.8,18.2 7,12.5 12,12.5 Z'" "$work/menu.png"
+    convert "$work/desk.png" -gravity center -background '#f3f1ef' -extent 1544x660 "$work/menu.png" \
         +append -strip -define png:exclude-chunks=date,time "$work/$1.png"
 }
 start_application

@@ -130,6 +130,11 @@ target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)
 set_target_properties(StatusIconPicture PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR} LINKER_LANGUAGE CXX)
 
+add_library(TwoPixelsAPoint MODULE Pictures/TwoPixelsAPoint.cpp)
+target_link_libraries(TwoPixelsAPoint PRIVATE CompilerWarnings)
+target_include_directories(TwoPixelsAPoint SYSTEM PRIVATE ${PANGOCAIRO_INCLUDE_DIRS})
+set_target_properties(TwoPixelsAPoint PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+
 add_test(NAME Program.destroys_nothing_at_its_end
   COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/check_destructors.py
     ${CMAKE_NM} $<TARGET_FILE:VeilpaneCore> $<TARGET_OBJECTS:Veilpane>)

@@ -3,6 +3,7 @@
 
 import pathlib
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -42,13 +43,13 @@ class Readmes(unittest.TestCase):
         self.assertEqual(console(PAGES[0]), console(PAGES[1]))
 
     def test_they_have_the_same_pictures_and_as_many_sections_and_rows(self):
-        self.assert_alike(r"^!\[[^]]*\]\((.*)\)$", 2)
+        self.assert_alike(r'^(?:!\[[^]]*\]\(|<img src=")([^")]*)', 2)
         self.assert_alike(r"^(#+) ", 10)
         self.assert_alike(r"^(\|)", 20)
 
     def test_every_file_that_they_name_exists(self):
         for page in PAGES:
-            links = [link for link in re.findall(r"\]\(([^)#:]+)\)", text(page))]
+            links = re.findall(r'(?:\]\(|<img src=")([^)#:"]+)[)"]', text(page))
             self.assertGreater(len(links), 8)
             scripts = re.findall(r"Scripts/[\w-]+\.sh", text(page))
             self.assertEqual([name for name in links + scripts if not (PROJECT / name).exists()], [])
@@ -65,6 +66,13 @@ class Readmes(unittest.TestCase):
                     printed += f"$ veilpane {command}\n{run.stdout}"
             self.assertGreater(shown.count("$ veilpane "), 4)
             self.assertEqual(printed, shown)
+
+    def test_pictures_of_the_screen_have_two_pixels_a_point(self):
+        taken = re.findall(r"^take (\S+) (\d+)x(\d+)\+", text("Scripts/pictures.sh"), re.MULTILINE)
+        self.assertGreater(len(taken), 4)
+        for name, width, height in taken:
+            header = (PROJECT / f"Docs/Pictures/{name}.png").read_bytes()[:24]
+            self.assertEqual(struct.unpack(">8x4x4sII", header), (b"IHDR", 2 * int(width), 2 * int(height)), name)
 
     def test_the_moving_picture_is_small_and_moves(self):
         moving = (PROJECT / "Docs/Pictures/flip.gif").read_bytes()

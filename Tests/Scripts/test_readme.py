@@ -59,6 +59,10 @@ class Readmes(unittest.TestCase):
                                        "目前还没有发布的版本，请自行制作：")):
             self.assertEqual(words in text(page), not released, page)
 
+    def test_both_tell_of_the_probe_in_the_zip(self):
+        for page in PAGES:
+            self.assertIn("`macprobe`", text(page))
+
     def test_the_shown_output_is_what_the_program_prints(self):
         self.assertEqual(len(console(PAGES[0])), 1)
         for shown in console(PAGES[0]):

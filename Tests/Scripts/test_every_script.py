@@ -74,6 +74,13 @@ class EveryScript(InATemporaryHome):
                     self.assertTrue(run.stderr.startswith(f"{script.name}: "), run.stderr)
                     self.assert_nothing_was_done()
 
+    def test_what_would_be_left_out_beside_the_application_is_refused(self):
+        for script in ("run.sh", "run-shipped.sh"):
+            run = self.run_script(PROJECT / "Scripts" / script, "--app", "--list")
+            self.assertEqual((run.returncode, run.stdout), (2, ""))
+            self.assertEqual(run.stderr, f"{script}: there is no argument '--list' here; see --help\n")
+            self.assert_nothing_was_done()
+
 
 class LongStep(InATemporaryHome):
     def script(self, command):

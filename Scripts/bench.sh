@@ -73,9 +73,18 @@ measure() { # COUNT PROGRAM OPTION…: sets total, own and peak
     peak=$( { /usr/bin/time -f %M "$@" >/dev/null; } 2>&1)
 }
 
+# Each row takes a while, and the rows are all that goes to standard output.
+rows=10
+row=0
+begin_row() { # WHAT
+    row=$((row + 1))
+    echo "[$row/$rows] $1" >&2
+}
+
 report() { # COUNT OPTION…
     count=$1
     shift
+    begin_row "$* ($count displays)"
     check_same_calls "$count" "$@"
     measure "$count" "$build/Reference" "$@"
     reference_total=$total reference_own=$own reference_peak=$peak
@@ -99,6 +108,7 @@ report 3 --power off 2
 # The second opening of the menu; the first one also runs the system profiler. Two openings are
 # profiled, of which the first costs the program's objects as much as the second but for the names.
 menu() { # COUNT
+    begin_row "opening the menu ($1 displays)"
     fresh_mac "$1"
     xvfb-run -a "$build/OpenMenu" >"$work/menu" 2>/dev/null
     read -r calls allocations <"$work/menu"

@@ -9,7 +9,10 @@ is missing.
   --arm64     also what programs for arm64 need, in a folder of the project
   --bench     also what the measurements need
   --pictures  also what the pictures need
-  --tests     also what the tests and the checks of form need"
+  --tests     also what the tests and the checks of form need
+
+With --arm64 it exits with 3 when the system's package sources have none of it for arm64, with 1 after
+every other failure."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"

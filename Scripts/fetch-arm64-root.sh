@@ -8,7 +8,9 @@ usage="usage: fetch-arm64-root.sh PACKAGE[|PACKAGE]...
 
 Unpacks packages for arm64, with all that they need, into .tools/arm64-root, out of the system's own
 package sources. A|B is the first of the two that there is. Does nothing when the folder was made of the
-same packages."
+same packages.
+
+It exits with 3 when those sources have no such package, with 1 after every other failure."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
@@ -55,7 +57,7 @@ Dir::Cache::srcpkgcache "";
 END
 
 get_for_arm64() { # COMMAND…: of apt-get
-    apt-get -c "$work/apt.conf" -qq "$@" >"$work/log" 2>&1 ||
+    LC_ALL=C apt-get -c "$work/apt.conf" -qq "$@" >"$work/log" 2>&1 ||
         fail 1 "apt-get $1 has failed for arm64, as $work/log tells; is there no network?"
 }
 
@@ -66,11 +68,27 @@ first_known() { # PACKAGE[|PACKAGE]
             return 0
         fi
     done
-    fail 1 "the system's package sources have no $1 for arm64"
+    fail 3 "the system's package sources have no $1 for arm64"
+}
+
+# apt only warns of a list that it could not fetch; what is in that one would then seem not to exist.
+check_lists() {
+    ! grep -qi 'failed to \(fetch\|download\)' "$work/log" ||
+        fail 1 "apt-get update has not fetched all lists for arm64, as $work/log tells; is there no network?"
+}
+
+# Of what an earlier attempt has left, another version or what another package needed is not unpacked. To a
+# folder with nothing in it all archives have still to be fetched, so that apt names them all.
+wanted_archives() { # PACKAGE…
+    mkdir -p "$work/nothing/partial"
+    get_for_arm64 install -y --no-install-recommends --print-uris \
+        -o "Dir::Cache::archives=$PWD/$work/nothing" "$@"
+    sed -n "s/^'[^']*' \([^ ]*\.deb\) .*/\1/p" "$work/log"
 }
 
 echo "Fetching packages for arm64 into $root"
 get_for_arm64 update
+check_lists
 names=
 for packages in "$@"; do
     name=$(first_known "$packages")
@@ -78,6 +96,9 @@ for packages in "$@"; do
 done
 # shellcheck disable=SC2086 # a list of names
 get_for_arm64 install -y --no-install-recommends --download-only $names
+# shellcheck disable=SC2086 # a list of names
+archives=$(wanted_archives $names)
+[ -n "$archives" ] || fail 1 "apt-get names no archives for arm64, as $work/log tells"
 
 # A folder that takes the root's place only when all of it is there. Its programs are none that anybody
 # starts, so that documents and other languages' texts are left out.
@@ -87,10 +108,12 @@ rm -rf "$new"
 trap 'rm -rf "$new"' EXIT
 mkdir -p "$new/usr/bin" "$new/usr/sbin" "$new/usr/lib"
 ln -s usr/bin usr/sbin usr/lib "$new"
-for package in "$work"/archives/*.deb; do
-    dpkg-deb --fsys-tarfile "$package" | tar -x -C "$new" --keep-directory-symlink --no-same-owner \
-        --exclude=./usr/share/doc --exclude=./usr/share/fonts --exclude=./usr/share/locale \
-        --exclude=./usr/share/man 2>"$work/log" ||
+for archive in $archives; do
+    package=$work/archives/$archive
+    { dpkg-deb --fsys-tarfile "$package" >"$work/contents.tar" &&
+        tar -x -f "$work/contents.tar" -C "$new" --keep-directory-symlink --no-same-owner \
+            --exclude=./usr/share/doc --exclude=./usr/share/fonts --exclude=./usr/share/locale \
+            --exclude=./usr/share/man; } 2>"$work/log" ||
         fail 1 "$package cannot be unpacked"
 done
 echo "$*" >"$new/packages"

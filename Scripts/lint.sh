@@ -14,6 +14,8 @@ It changes nothing."
 take_no_arguments "$@"
 
 cd "$(dirname "$0")/.."
+# shellcheck source=Scripts/steps.sh
+. Scripts/steps.sh
 sh Scripts/bootstrap.sh --tests
 sh Scripts/fetch-tools.sh
 
@@ -57,7 +59,13 @@ forbid 'SimulatedMac/(Calls/|World/Mac\.h)' "$simulated/Tools"
 
 python3 Scripts/check_limits.py
 
-echo "Checking the program with clang-tidy, some minutes"
+# Two files at once, each with its number among them all.
+tidy() {
+    git ls-files 'Sources/*.cpp' 'Sources/*.mm' >build/lint-files.txt
+    count=$(wc -l <build/lint-files.txt)
+    # shellcheck disable=SC2016 # the inner shell's own arguments
+    awk -v count="$count" '{ print "[" NR "/" count "]", $0 }' build/lint-files.txt |
+        xargs -P 2 -n 2 sh -c 'echo "$0 $1"; exec clang-tidy-19 -p build/linux --quiet "$1" 2>/dev/null'
+}
 cmake --preset linux >/dev/null
-git ls-files 'Sources/*.cpp' 'Sources/*.mm' |
-    xargs -P 2 -n 4 clang-tidy-19 -p build/linux --quiet 2>/dev/null
+step build/lint-tidy.log "Checking the program with clang-tidy, some minutes" tidy

@@ -21,6 +21,8 @@ profile=${VEILPANE_NOTARY_PROFILE:-}
     fail 1 "Apple notarises no bundle that is signed ad hoc; set VEILPANE_SIGNING_IDENTITY too"
 
 cd "$(dirname "$0")/.."
+# shellcheck source=Scripts/steps.sh
+. Scripts/steps.sh
 case "$(uname)" in
 Darwin)
     sh Scripts/bootstrap.sh
@@ -64,14 +66,21 @@ verify_certified() { # BUNDLE|ZIP: a seal by a certificate is what only a Mac ca
         fail 1 "$1 has no ticket of Apple's; nothing is packed"
 }
 
+ask_apple() {
+    ! xcrun notarytool submit "$work/submitted.zip" --keychain-profile "$profile" \
+        ${VEILPANE_KEYCHAIN:+--keychain "$VEILPANE_KEYCHAIN"} --wait --output-format json >"$work/answer" ||
+        touch "$work/answered"
+}
+
 # Apple's service takes a zip, and what it has to say is in its answer, not in the status. The ticket lies
 # outside of the seal; the build's own bundle stays as it is.
 notarize() { # BUNDLE
-    echo "Waiting for Apple to notarise it, some minutes" >&2
     python3 Packaging/make_zip.py "$1" "$work/submitted.zip" "$seconds" "$work/macprobe"
-    xcrun notarytool submit "$work/submitted.zip" --keychain-profile "$profile" \
-        ${VEILPANE_KEYCHAIN:+--keychain "$VEILPANE_KEYCHAIN"} --wait --output-format json >"$work/answer" ||
+    step "$work/notarise.log" "Waiting for Apple to notarise it, some minutes" ask_apple
+    [ -e "$work/answered" ] || {
+        cat "$work/notarise.log" >&2
         fail 1 "Apple's service could not be asked; nothing is packed"
+    }
     grep -q '"status" *: *"Accepted"' "$work/answer" || {
         cat "$work/answer" >&2
         fail 1 "Apple has not notarised it; 'xcrun notarytool log' with that id tells why; nothing is packed"

@@ -15,7 +15,8 @@ sh Scripts/bootstrap.sh --pictures
 sh Scripts/build.sh linux Veilpane macsim StatusIconPicture TwoPixelsAPoint
 
 build=$PWD/build/linux
-pictures=$PWD/Docs/Pictures
+# Beside the build, so that all of them are moved at once, when the last one is there.
+pictures=$PWD/build/pictures
 work=$(mktemp -d)
 server=
 application=
@@ -23,10 +24,11 @@ stop() {
     for process in "$application" "$server"; do
         [ -z "$process" ] || kill "$process" 2>/dev/null || true
     done
-    rm -rf "$work"
+    rm -rf "$work" "$pictures"
 }
 trap stop EXIT
 trap 'exit 130' INT TERM HUP
+rm -rf "$pictures"
 mkdir -p "$pictures"
 
 # Waits until a command succeeds, for a minute at most.
@@ -121,11 +123,16 @@ is_still() { # WIDTHxHEIGHT+X+Y
     import -silent -window root -crop "$(in_pixels "$1")" "$work/later.rgb"
     cmp -s "$work/earlier.rgb" "$work/later.rgb"
 }
+made=0
+drawn() { # NAME
+    made=$((made + 1))
+    echo "[$made/10] $1"
+}
 take() { # NAME WIDTHxHEIGHT+X+Y
     eventually is_still "$2"
     import -silent -window root -crop "$(in_pixels "$2")" +repage -strip \
         -define png:exclude-chunks=date,time "$pictures/$1.png"
-    echo "Docs/Pictures/$1.png"
+    drawn "$1.png"
 }
 
 names='{ "id": 1, "builtin": true, "main": true, "profilerName": "内建视网膜显示器" },
@@ -166,14 +173,14 @@ take alert 340x410+470+130
 stop_application
 
 "$build/StatusIconPicture" "$pictures/status-icon.png"
-echo "Docs/Pictures/status-icon.png"
+drawn status-icon.png
 
 export SIMULATED_MAC_SCENE="" SIMULATED_MAC_STATE="$work/desk"
 "$build/macsim" desk "$pictures/desk-before.png"
 "$build/Veilpane" --power off 2 >/dev/null
 "$build/macsim" desk "$pictures/desk-after.png"
-echo "Docs/Pictures/desk-before.png"
-echo "Docs/Pictures/desk-after.png"
+drawn desk-before.png
+drawn desk-after.png
 
 # The moving picture: the desk, and beside it the menu on the screen of its first display. What is seen of
 # the screen leaves the pointer out, so it is drawn where it is.
@@ -204,5 +211,9 @@ convert -delay 120 "$work/closed.png" -delay 140 "$work/open.png" -delay 260 "$w
 cp "$work/told.png" "$pictures/flip.png"
 for name in flip.gif flip.png; do
     [ "$(wc -c <"$pictures/$name")" -lt 1000000 ] || fail 1 "$name is larger than 1 MB"
-    echo "Docs/Pictures/$name"
+    drawn "$name"
 done
+
+mkdir -p Docs/Pictures
+mv "$pictures"/* Docs/Pictures/
+echo "$made pictures in Docs/Pictures"

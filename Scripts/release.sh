@@ -5,9 +5,11 @@ set -eu
 usage="usage: release.sh VERSION
 
 Stamps VERSION, three numbers such as 1.2.0, in CMakeLists.txt, moves the changelog's Unreleased section
-under it, commits both and tags the commit vVERSION. Nothing is pushed; the last line says how to.
+under it, commits both and tags the commit vVERSION. The first time the READMEs say where the release is
+instead of that there is none. Nothing is pushed; the last line says how to.
 
-It refuses a tree with changes, and one that \"sh Scripts/test.sh --all\" has not passed as it is."
+It refuses a tree with changes, and one that \"sh Scripts/test.sh --all\" has not passed as it is; so
+releases are made on Linux, as a Mac runs a part of the tests only."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
@@ -21,6 +23,12 @@ expr "$version" : '[0-9][0-9]*\.[0-9][0-9]*\.[0-9][0-9]*$' >/dev/null ||
 
 cd "$(dirname "$0")/.."
 tag=v$version
+release_page=https://github.com/veilpane/veilpane/releases/latest
+
+check_system() {
+    [ "$(uname)" != Darwin ] ||
+        fail 1 "releases are made on Linux, where all tests run; see Docs/Releasing.md"
+}
 
 check_tree() {
     git symbolic-ref -q HEAD >/dev/null || fail 1 "no branch is checked out"
@@ -48,6 +56,10 @@ stamp() {
         fail 1 "CMakeLists.txt has no version to stamp"
     awk -v heading="## $version, $(date +%Y-%m-%d)" '
         { print } $0 == "## Unreleased" { print ""; print heading }' CHANGELOG.md >"$work/CHANGELOG.md"
+    sed "s|There is no published release yet, so make it:|Unzip the [newest release]($release_page), or make it:|" \
+        README.md >"$work/README.md"
+    sed "s|目前还没有发布的版本，请自行制作：|解压[最新的发布版]($release_page)，或自行制作：|" \
+        README.zh-CN.md >"$work/README.zh-CN.md"
 }
 
 # Until the tag is there, whatever ends this puts everything back. The tree had no changes, so that nothing
@@ -62,6 +74,7 @@ undo() {
     exit "$status"
 }
 
+check_system
 check_tree
 check_order
 changes_of Unreleased | grep -q '[^[:space:]]' || fail 1 "CHANGELOG.md says nothing below Unreleased"
@@ -72,8 +85,12 @@ trap undo EXIT
 trap 'exit 130' INT TERM HUP
 stamp
 before=$(git rev-parse HEAD)
-cp "$work/CMakeLists.txt" "$work/CHANGELOG.md" .
-git commit -q -m "Release $version" CMakeLists.txt CHANGELOG.md
+stamped="CMakeLists.txt CHANGELOG.md README.md README.zh-CN.md"
+for file in $stamped; do
+    cp "$work/$file" .
+done
+# shellcheck disable=SC2086 # a list of names
+git commit -q -m "Release $version" $stamped
 {
     printf 'Veilpane %s\n' "$version"
     changes_of "$version"

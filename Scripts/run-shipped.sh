@@ -27,6 +27,7 @@ case "${1-}" in
 '' | --app | --list | --power | --selftest) ;;
 *) refuse "$1" ;;
 esac
+[ "${1-}" != --app ] || [ $# -eq 1 ] || refuse "$2"
 [ "$(uname)" != Darwin ] || fail 1 "on a Mac it runs by itself: Scripts/run.sh"
 
 cd "$(dirname "$0")/.."

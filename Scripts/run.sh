@@ -16,6 +16,7 @@ case "${1-}" in
 '' | --app | --list | --power | --selftest) ;;
 *) refuse "$1" ;;
 esac
+[ "${1-}" != --app ] || [ $# -eq 1 ] || refuse "$2"
 
 cd "$(dirname "$0")/.."
 # What the program prints is all of the output.

@@ -4,10 +4,10 @@
 
 seconds_between_reports=20
 
-# The last "[12/67]" or "3/9" that a build or CTest has printed.
+# The last "[12/67]" or "3/9" that a build, CTest or a step within this one has printed.
 progress_of() { # LOG
-    tail -c 20000 "$1" | tr '\r' '\n' | grep -oE '^ *(\[[0-9]+/[0-9]+\]|[0-9]+/[0-9]+ Test)' | tail -n 1 |
-        tr -d '[] A-Za-z'
+    tail -c 20000 "$1" | tr '\r' '\n' | grep -oE '^ *(\[[0-9]+/[0-9]+\]|[0-9]+/[0-9]+( Test|,))' | tail -n 1 |
+        tr -d '[], A-Za-z'
 }
 
 # A build's own processes go on when only the one that began them ends, and those of a background command
@@ -19,7 +19,8 @@ stop_with_children() { # PROCESS
     kill "$1" 2>/dev/null || true
 }
 
-# step LOG TEXT COMMAND...: runs the command, and ends the script with all that it printed if it fails.
+# step LOG TEXT COMMAND...: runs the command, and ends the script with all that it printed if it fails. From
+# then on a signal ends the script by its EXIT trap.
 step() {
     step_log=$1
     step_text=$2
@@ -46,6 +47,6 @@ step() {
         echo "failed: $step_text" >&2
         exit 1
     }
-    trap - INT TERM HUP
+    trap 'exit 130' INT TERM HUP
     echo "  done after $(($(date +%s) - step_begin)) s"
 }

@@ -6,8 +6,13 @@ usage="usage: test.sh [--all | NAME]
 
 Without arguments: sets up, builds, and runs every test once, about five minutes on two processors.
   --all   also checks the form of the sources, runs the tests under the sanitizers, feeds the fuzzers
-          and builds the program for a Mac, looks at it and runs it here, about half an hour
-  NAME    runs the tests in whose names this occurs, and nothing else"
+          and builds the program for a Mac, looks at it and runs it here, about half an hour; on a Mac
+          nothing more
+  NAME    runs the tests in whose names this occurs, and nothing else; UnitTests and the like are
+          the names of all tests in one program
+
+What passes --all is noted for Scripts/release.sh, unless the program for a Mac with arm64 was not run as
+the system's package sources have not what it needs."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
@@ -28,6 +33,13 @@ test_preset() { # PRESET WHAT [CMAKE-OPTION…]
     build_preset "$@"
     step "build/$1-tests.log" "Testing $2" ctest --preset "$1"
     tail -n 25 "build/$1-tests.log"
+    tell_called_imports "build/$1/Testing/Temporary/LastTest.log"
+}
+
+# CTest keeps to itself what a test prints that passes.
+tell_called_imports() { # LOG
+    [ ! -e "$1" ] || awk '/^[0-9]+\/[0-9]+ Test: / { test = $3 }
+        / imported functions are called$/ { print test ": " $0 }' "$1"
 }
 
 set_up() { # [for all]
@@ -39,10 +51,16 @@ set_up() { # [for all]
 # What the program for arm64 needs comes from the system's package sources, which may have none of it.
 build_for_arm64() {
     shipped_arm64=OFF
-    if ! sh Scripts/bootstrap.sh --arm64; then
-        echo "Not run here: the program for a Mac with arm64, as what it needs is not to be had"
+    status=0
+    sh Scripts/bootstrap.sh --arm64 || status=$?
+    case $status in
+    0) ;;
+    3)
+        echo "Not run here: the program for a Mac with arm64"
         return
-    fi
+        ;;
+    *) fail 1 "what the program for a Mac with arm64 needs could not be fetched" ;;
+    esac
     build_preset linux-arm64 "what runs the program for a Mac with arm64"
     shipped_arm64=ON
 }
@@ -58,7 +76,11 @@ test_all() {
     tested=$(clean_tree)
     run_all
     mkdir -p build
-    [ -z "$tested" ] || [ "$(clean_tree)" != "$tested" ] || echo "$tested" >build/tested
+    if [ $shipped_arm64 = OFF ]; then
+        echo "Not noted as tested, for a release: the program for a Mac with arm64 was not run"
+    elif [ -n "$tested" ] && [ "$(clean_tree)" = "$tested" ]; then
+        echo "$tested" >build/tested
+    fi
 }
 
 run_all() {
@@ -74,23 +96,55 @@ run_all() {
     cat build/fuzz.log
 }
 
+fail_without_tests() { # NAME
+    fail 1 "no test has '$1' in its name"
+}
+
+knows_tests() { # PRESET NAME [CTEST-OPTION…]
+    preset=$1
+    name=$2
+    shift 2
+    ctest --preset "$preset" -N -R "$name" "$@" | grep -q ' Test '
+}
+
+# Where a program is one test of CTest's.
+programs='^[A-Za-z]+Tests$'
+test_programs() {
+    ctest --preset linux -N -R "$programs" | sed -n 's/^ *Test *#[0-9]*: *//p'
+}
+
 test_some() { # NAME
     set_up
-    step build/linux-configure.log "Configuring" cmake --preset linux
-    step build/linux-build.log "Building" cmake --build --preset linux
+    build_preset linux "what Linux runs"
     found=no
-    for tests in UnitTests SimulatedMacTests MenuBarTests GNUstepTests EndToEndTests MacProgramTests; do
+    for tests in $(test_programs); do
+        case "$tests" in
+        *"$1"*) filter='*' ;;
+        *) filter="*$1*" ;;
+        esac
         program=build/linux/Tests/$tests
-        if "$program" --gtest_list_tests --gtest_filter="*$1*" | grep -q '^  '; then
+        if "$program" --gtest_list_tests --gtest_filter="$filter" | grep -q '^  '; then
             found=yes
-            "$program" --screens --gtest_filter="*$1*"
+            "$program" --screens --gtest_filter="$filter"
         fi
     done
-    if ctest --preset linux -N -R "$1" -L 'scripts|safety' | grep -q ' Test '; then
+    if knows_tests linux "$1" -E "$programs"; then
         found=yes
-        ctest --preset linux -R "$1" -L 'scripts|safety'
+        ctest --preset linux -R "$1" -E "$programs"
     fi
-    [ $found = yes ] || fail 1 "no test has '$1' in its name"
+    [ $found = yes ] || fail_without_tests "$1"
+}
+
+# The tests have the simulated Mac in them: no real display is touched.
+test_on_a_mac() { # [NAME]
+    set_up
+    if [ -z "${1-}" ]; then
+        test_preset macos-tests "what a Mac runs, on the simulated Mac"
+        return
+    fi
+    build_preset macos-tests "what a Mac runs"
+    knows_tests macos-tests "$1" || fail_without_tests "$1"
+    ctest --preset macos-tests -R "$1"
 }
 
 [ $# -le 1 ] || refuse "$2"
@@ -99,9 +153,8 @@ case "${1-}" in
 -*) refuse "$1" ;;
 esac
 if [ "$(uname)" = Darwin ]; then
-    # The tests have the simulated Mac in them: no real display is touched.
-    set_up
-    test_preset macos-tests "what a Mac runs, on the simulated Mac"
+    [ "${1-}" != --all ] || shift
+    test_on_a_mac "$@"
     exit
 fi
 case "${1-}" in

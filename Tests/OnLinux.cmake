@@ -140,7 +140,7 @@ add_test(NAME Program.destroys_nothing_at_its_end
     ${CMAKE_NM} $<TARGET_FILE:VeilpaneCore> $<TARGET_OBJECTS:Veilpane>)
 set_tests_properties(Program.destroys_nothing_at_its_end PROPERTIES LABELS unit)
 foreach(script bootstrap check_layers check_limits coverage every_script fetch_arm64_root fetch_tools planted_bugs
-    publish release)
+    pictures publish release test)
   add_test(NAME Scripts.${script}
     COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/Scripts/test_${script}.py)
   set_tests_properties(Scripts.${script} PROPERTIES LABELS scripts)

@@ -15,7 +15,7 @@ end
 complete -c veilpane -f
 complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --power -d 'Switch a display'
 complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --list -d 'List the displays'
-complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --selftest -d 'Switch one external display off and on'
+complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --selftest -d 'Switch a display but the main one off and on'
 complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --help -d 'Print how it is used'
 complete -c veilpane -n 'test (__veilpane_words) -eq 1' -a --version -d 'Print the version'
 complete -c veilpane -n 'test (__veilpane_words) -eq 2; and contains -- --power (commandline -opc)' -a 'on off'

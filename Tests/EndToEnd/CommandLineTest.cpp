@@ -240,8 +240,8 @@ TEST(CommandLine, a_reader_that_takes_only_the_first_line_changes_nothing_else) 
     for (const char* const command : {"--list", "--selftest", "--power off 2"}) {
         const MacOnDisk mac(displaysWithLongNames());
         const MacOnDisk untouched(displaysWithLongNames());
-        const std::string pipeline = std::string("'") + VEILPANE_EXECUTABLE + "' " + command +
-                                     " | head -n 1 >/dev/null; echo ${PIPESTATUS[0]}";
+        const std::string pipeline =
+            veilpaneInShell() + command + " | head -n 1 >/dev/null; echo ${PIPESTATUS[0]}";
         EXPECT_EQ(runProgram("/bin/bash", {"-c", pipeline}, mac.environment()), quiet(0, "0\n"))
             << command;
         if (std::string(command) == "--power off 2") {

@@ -2,6 +2,8 @@
 # A stanza without arguments is asked for its value, as Homebrew's own language has it.
 require "json"
 
+HOMEBREW_PREFIX = "/opt/homebrew"
+
 class Cask
   attr_reader :stanzas
 

@@ -149,7 +149,11 @@ add_subdirectory({PACKAGING} Packaging)
                                                 "quit": "io.github.veilpane.Veilpane"}])
         linked = [values[0] for name, *values in stanzas
                   if name in ("binary", "manpage") or name.endswith("_completion")]
-        self.assertEqual(len(linked), 6)
+        self.assertEqual(len(linked), 7)
+        elsewhere = {pathlib.Path(path).parent.parent.name: options[0]["target"]
+                     for name, path, *options in stanzas if name == "binary" and options}
+        self.assertEqual(elsewhere,
+                         {"zh_CN.UTF-8": "/opt/homebrew/share/man/zh_CN.UTF-8/man1/veilpane.1"})
         for path in linked:
             self.assertTrue((self.built.parent / path.removeprefix("/Applications/")).is_file(),
                             path)

@@ -76,7 +76,7 @@ class ProjectToPackage(InATemporaryHome):
         for file in ("CMakeLists.txt", "LICENSE"):
             shutil.copy(PROJECT / file, self.project)
         (self.project / "Scripts").mkdir()
-        for script in ("package.sh", "arguments.sh"):
+        for script in ("package.sh", "arguments.sh", "steps.sh"):
             shutil.copy(PROJECT / "Scripts" / script, self.project / "Scripts")
         for preset in ("macos", "macos-cross"):
             self.make_sealed_bundle(self.home / "built" / preset, f"made by {preset}")
@@ -208,6 +208,7 @@ class PackageScript(ProjectToPackage):
     def test_a_notarised_bundle_has_its_ticket_in_the_zip_and_the_cask_asks_for_nothing(self):
         run = self.notarize()
         self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertRegex(run.stdout, r"Waiting for Apple to notarise it, .*\n  done after \d+ s\n")
         work = "build/package.new"
         self.assertEqual(self.text("xcrun.log").splitlines(), [
             f"notarytool submit {work}/submitted.zip --keychain-profile a profile --wait "

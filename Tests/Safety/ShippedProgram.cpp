@@ -93,8 +93,8 @@ ListedDisplay rowFrom(const std::string& line) {
 
 } // namespace
 
-const char* const replayCommand =
-    "VEILPANE_PROGRAM=build/macos-cross/Veilpane build/linux/Tests/ShippedSoak";
+const char* const replayCommand = "VEILPANE_PROGRAM=build/macos-cross/Veilpane.app/Contents/MacOS/"
+                                  "Veilpane build/linux/Tests/ShippedSoak";
 
 void load() {
     const char* const file = std::getenv("VEILPANE_PROGRAM");

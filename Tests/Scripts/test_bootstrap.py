@@ -132,6 +132,15 @@ class OnDebian(Machine):
         self.assert_refused(run, "let root type: apt-get update && apt-get install ", " cmake")
         self.assertNotIn("|", run.stderr)
 
+    def test_how_fetching_for_arm64_ends_is_how_it_ends(self):
+        self.become("any")
+        for script in ("bootstrap.sh", "arguments.sh"):
+            shutil.copy(PROJECT / "Scripts" / script, self.home)
+        for status in (0, 1, 3):
+            write_script(self.home / "fetch-arm64-root.sh", f"#!/bin/sh\nexit {status}\n")
+            self.assertEqual(self.run_command("sh", self.home / "bootstrap.sh", "--arm64").returncode,
+                             status)
+
     def test_an_unknown_option_is_a_usage_error(self):
         self.become("any")
         self.assertEqual(self.bootstrap("--all").returncode, 2)

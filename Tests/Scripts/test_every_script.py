@@ -74,6 +74,13 @@ class EveryScript(InATemporaryHome):
                     self.assertTrue(run.stderr.startswith(f"{script.name}: "), run.stderr)
                     self.assert_nothing_was_done()
 
+    def test_what_would_be_left_out_beside_the_application_is_refused(self):
+        for script in ("run.sh", "run-shipped.sh"):
+            run = self.run_script(PROJECT / "Scripts" / script, "--app", "--list")
+            self.assertEqual((run.returncode, run.stdout), (2, ""))
+            self.assertEqual(run.stderr, f"{script}: there is no argument '--list' here; see --help\n")
+            self.assert_nothing_was_done()
+
 
 class LongStep(InATemporaryHome):
     def script(self, command):
@@ -86,6 +93,20 @@ class LongStep(InATemporaryHome):
         self.assertEqual((lines[0], lines[-1]), ("Working", "after"))
         self.assertRegex("\n".join(lines), r"(?m)^  3/7, \d+ s$")
         self.assertRegex(lines[-2], r"^  done after \d+ s$")
+
+    def test_what_a_step_within_a_step_tells_is_told(self):
+        run = self.run_command(*self.script("sh -c 'echo Within; echo \"  5/9, 20 s\"; sleep 3'"))
+        self.assertRegex(run.stdout, r"(?m)^  5/9, \d+ s$")
+
+    def test_a_signal_after_it_ends_the_script_in_its_own_way(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            text = LONG_STEP.format(scripts=PROJECT / "Scripts", command="true")
+            process = subprocess.Popen(
+                ["sh", "-eu", "-c", f"trap 'echo cleaned' EXIT\n{text}kill -{number.value} $$; sleep 5"],
+                env=self.environment, stdout=subprocess.PIPE, text=True)
+            self.addCleanup(process.stdout.close)
+            self.assertEqual(process.wait(20), 130)
+            self.assertTrue(process.stdout.read().endswith("after\ncleaned\n"))
 
     def test_a_failure_shows_what_was_printed_and_ends_the_script(self):
         run = self.run_command(*self.script("sh -c 'echo the reason; exit 3'"))

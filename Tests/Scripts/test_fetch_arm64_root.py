@@ -13,8 +13,8 @@ sys.path.insert(0, str(PROJECT / "Tests" / "Packaging"))
 
 from temporary_home import InATemporaryHome, write_script  # noqa: E402
 
-# Downloads what the home folder has in "packages" to where the configuration says. As apt does, it tells
-# on several lines what went wrong.
+# Downloads what the home folder has in "packages" to where the configuration says, or names it. As apt
+# does, it tells on several lines what went wrong, and of a list that it could not fetch it only warns.
 FAKE_APT_GET = """#!/bin/sh
 echo "$*" >>"$HOME/apt-get.log"
 [ ! -e "$HOME/no-network" ] || { printf 'E: one\\nE: two\\n' >&2; exit 100; }
@@ -23,6 +23,13 @@ status=$(sed -n 's/^Dir::State::status "\\(.*\\)";$/\\1/p' "$2")
 [ -f "$status" ] && [ ! -s "$status" ] || exit 1
 grep -qx 'APT::Architecture "arm64";' "$2" || exit 1
 case "$*" in
+*update*) [ ! -e "$HOME/no-list" ] || echo "W: Failed to fetch http://one/ Connection failed" >&2 ;;
+*--print-uris*)
+    case "$*" in *"-o Dir::Cache::archives=$(dirname "$archives")/nothing "*) ;; *) exit 1 ;; esac
+    for package in "$HOME"/packages/*; do
+        echo "'http://one/${package##*/}' ${package##*/} 1 SHA256:0"
+    done
+    ;;
 *install*) cp "$HOME"/packages/* "$archives" ;;
 esac
 """
@@ -35,6 +42,7 @@ for last; do :; done
 # The packages here are nothing but archives.
 FAKE_DPKG_DEB = """#!/bin/sh
 cat "$2"
+[ ! -e "$HOME/refused" ]
 """
 
 
@@ -75,8 +83,8 @@ class FetchArm64Root(InATemporaryHome):
     def fetch(self, *packages):
         return self.run_command("sh", self.project / "Scripts" / "fetch-arm64-root.sh", *packages)
 
-    def assert_refused(self, run, *words):
-        self.assertEqual((run.returncode, run.stderr.count("\n")), (1, 1), run.stderr)
+    def assert_refused(self, run, *words, status=1):
+        self.assertEqual((run.returncode, run.stderr.count("\n")), (status, 1), run.stderr)
         for word in words:
             self.assertIn(word, run.stderr)
 
@@ -101,7 +109,13 @@ class FetchArm64Root(InATemporaryHome):
     def test_the_first_of_two_names_that_there_is_gets_installed(self):
         self.assertEqual(self.fetch("unknown|two").returncode, 0)
         self.assertTrue(self.text("apt-get.log").endswith(" two\n"), self.text("apt-get.log"))
-        self.assert_refused(self.fetch("unknown"), "unknown", "arm64")
+
+    def test_what_the_sources_do_not_have_has_a_status_of_its_own(self):
+        self.assert_refused(self.fetch("unknown"), "unknown", "arm64", status=3)
+
+    def test_a_list_that_was_not_fetched_is_no_reason_to_say_that_they_do_not_have_it(self):
+        (self.home / "no-list").touch()
+        self.assert_refused(self.fetch("unknown"), "network")
 
     def test_without_a_network_one_line_tells_and_an_earlier_folder_stays(self):
         (self.home / "no-network").touch()
@@ -118,6 +132,21 @@ class FetchArm64Root(InATemporaryHome):
         self.assert_refused(self.fetch("one", "two"), "two.deb")
         self.assertEqual([file.name for file in (self.project / ".tools").iterdir()],
                          ["arm64-packages"])
+
+    def test_one_that_is_refused_after_its_contents_leaves_no_folder(self):
+        (self.home / "refused").touch()
+        self.assert_refused(self.fetch("one"), "one.deb")
+        self.assertFalse(self.root.exists())
+
+    def test_what_an_earlier_attempt_has_left_is_not_unpacked(self):
+        (self.home / "refused").touch()
+        self.fetch("one", "two")
+        (self.home / "refused").unlink()
+        (self.packages / "two.deb").rename(self.packages / "two_2.deb")
+        self.package("two_2", {"./usr": None, "./usr/lib": None, "./usr/lib/libtwo.so.2": "2"})
+        self.assertEqual(self.fetch("one", "two").returncode, 0)
+        self.assertFalse((self.root / "usr" / "lib" / "libtwo.so").exists())
+        self.assertTrue((self.root / "usr" / "lib" / "libtwo.so.2").exists())
 
 
 if __name__ == "__main__":

@@ -54,7 +54,18 @@ class Readmes(unittest.TestCase):
             scripts = re.findall(r"Scripts/[\w-]+\.sh", text(page))
             self.assertEqual([name for name in links + scripts if not (PROJECT / name).exists()], [])
 
+    def test_they_say_that_there_is_no_release_as_long_as_there_is_none(self):
+        released = re.search(r"^## \d", text("CHANGELOG.md"), re.MULTILINE) is not None
+        for page, words in zip(PAGES, ("There is no published release yet, so make it:",
+                                       "目前还没有发布的版本，请自行制作：")):
+            self.assertEqual(words in text(page), not released, page)
+
+    def test_both_tell_of_the_probe_in_the_zip(self):
+        for page in PAGES:
+            self.assertIn("`macprobe`", text(page))
+
     def test_the_shown_output_is_what_the_program_prints(self):
+        self.assertEqual(len(console(PAGES[0])), 1)
         for shown in console(PAGES[0]):
             with tempfile.TemporaryDirectory() as folder:
                 environment = {"SIMULATED_MAC_STATE": f"{folder}/state", "SIMULATED_MAC_SCENE": "",

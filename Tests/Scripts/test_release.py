@@ -25,6 +25,10 @@ What changed.
 - The beginning.
 """
 
+NO_RELEASE = {"README.md": "It runs. There is no published release yet, so make it:\n",
+              "README.zh-CN.md": "可用。目前还没有发布的版本，请自行制作：\n"}
+NEWEST = "(https://github.com/veilpane/veilpane/releases/latest)"
+
 # Fails or interrupts the script that calls it where WORDS are its first arguments.
 GIT_THAT_STOPS = """#!/bin/sh
 case "$*" in
@@ -44,6 +48,9 @@ class Release(InATemporaryHome):
         self.write("CMakeLists.txt", "cmake_minimum_required(VERSION 3.25)\n"
                    "project(Veilpane VERSION 1.0.0 LANGUAGES C CXX OBJCXX)\n")
         self.write("CHANGELOG.md", CHANGELOG)
+        for page, says in NO_RELEASE.items():
+            self.write(page, says)
+        self.on("Linux")
         self.write(".gitignore", "/build/\n")
         for name in ("AUTHOR", "COMMITTER"):
             self.environment |= {f"GIT_{name}_NAME": "Ann", f"GIT_{name}_EMAIL": "ann@example.org"}
@@ -59,6 +66,9 @@ class Release(InATemporaryHome):
 
     def read(self, name):
         return (self.project / name).read_text(encoding="utf-8")
+
+    def on(self, system):
+        write_script(self.home / "bin" / "uname", f"#!/bin/sh\necho {system}\n")
 
     def git(self, *arguments):
         run = self.run_command("git", "-C", self.project, *arguments)
@@ -76,7 +86,7 @@ class Release(InATemporaryHome):
 
     def state(self):
         return (self.git("rev-parse", "HEAD"), self.git("tag", "--list"), self.read("CMakeLists.txt"),
-                self.read("CHANGELOG.md"), self.git("status", "--porcelain"))
+                self.read("CHANGELOG.md"), *map(self.read, NO_RELEASE), self.git("status", "--porcelain"))
 
     def assert_refused(self, words, *arguments, status=1):
         before = self.state()
@@ -100,6 +110,21 @@ class Release(InATemporaryHome):
         self.assertEqual(self.git("rev-parse", "v1.1.0^{commit}"), self.git("rev-parse", "HEAD"))
         told = self.git("tag", "-l", "--format=%(contents)", "v1.1.0")
         self.assertEqual(told, "Veilpane 1.1.0\n\n- Something new.")
+
+    def test_the_readmes_say_where_the_first_release_is_and_are_left_alone_later(self):
+        self.assertEqual(self.release("1.1.0").returncode, 0)
+        told = [self.read(page) for page in NO_RELEASE]
+        self.assertEqual(told, [f"It runs. Unzip the [newest release]{NEWEST}, or make it:\n",
+                                f"可用。解压[最新的发布版]{NEWEST}，或自行制作：\n"])
+        self.write("CHANGELOG.md", self.read("CHANGELOG.md").replace("## Unreleased\n",
+                                                                     "## Unreleased\n\n- More.\n"))
+        self.commit()
+        self.assertEqual(self.release("1.2.0").returncode, 0)
+        self.assertEqual([self.read(page) for page in NO_RELEASE], told)
+
+    def test_on_a_mac_where_not_all_tests_run_it_is_refused(self):
+        self.on("Darwin")
+        self.assert_refused("Linux", "1.1.0")
 
     def test_the_first_release_may_have_the_version_that_is_there(self):
         self.git("tag", "-d", "v1.0.0")

@@ -80,8 +80,9 @@ class Slice:
             line for line, match in zip(lines, found) if line.strip() and not match]
 
     def exports(self):
-        lines = run("llvm-nm", "-g", "--defined-only", self.file).splitlines()
-        return sorted(line.split()[-1] for line in lines if line.split())
+        """What a loader finds here, which looks into the trie and not into the table of symbols."""
+        trie = run("llvm-objdump", "--macho", "--exports-trie", self.file)
+        return sorted(re.findall(r"^(?:0x[0-9A-F]+|\[re-export\]) +(\S+)", trie, re.MULTILINE))
 
     def weak_definitions(self):
         return "WEAK_DEFINES" in self.header or "BINDS_TO_WEAK" in self.header

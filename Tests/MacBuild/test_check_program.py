@@ -39,6 +39,21 @@ class CheckOfAWrongProgram(unittest.TestCase):
         self.assertTrue(any(words in complaint for complaint in found),
                         f"no '{words}' among {found}")
 
+    def part(self):
+        """The bytes of one architecture's part, to be damaged."""
+        return bytearray(macho.Slice(self.program, "arm64", self.directory.name).bytes)
+
+    def load_command(self, data, command):
+        """Where the first load command of the kind lies."""
+        count, = struct.unpack_from("<I", data, 16)
+        place = 32
+        for _ in range(count):
+            kind, size = struct.unpack_from("<II", data, place)
+            if kind == command:
+                return place
+            place += size
+        return self.fail(f"no load command {command:#x}")
+
     def test_the_real_program_has_no_fault(self):
         self.assertEqual(list(check_program.complaints(self.program)), [])
 
@@ -86,6 +101,48 @@ class CheckOfAWrongProgram(unittest.TestCase):
         # Symbol, type, place in the third segment, bind.
         data[table] = b"\x40_anybodys\0\x51\x72\x00\x90".ljust(size, b"\0")
         self.assert_complaint(self.write(data), "takes _anybodys from whatever library defines it")
+
+    def test_a_library_that_nothing_names_is_found(self):
+        data = self.part()
+        symbols, count = struct.unpack_from("<II", data, self.load_command(data, 0x2) + 8)
+        undefined = next(place for place in range(symbols, symbols + 16 * count, 16)
+                         if data[place + 4] & 0x0E == 0)
+        data[undefined + 7] = 0xFE  # to be looked up everywhere
+        self.assert_complaint(self.write(data), "bound to no library: ")
+
+    def test_the_systems_library_of_cpp_is_found(self):
+        name = b"_posix_spawn_file_actions_adddup2\0"
+        for forbidden in expectations.FORBIDDEN_OF_SYSTEM:
+            symbol = forbidden.encode().ljust(len(name) - 1, b"x")
+            self.assert_complaint(self.copy_with(name, symbol + b"\0"),
+                                  f"{symbol.decode()} is the system's C++ library")
+
+    def test_an_export_is_found_though_no_table_of_symbols_has_it(self):
+        for name in (b"___dso_handle", b"_anybodys"):
+            data = self.part()
+            command = self.load_command(data, 0x80000022)
+            place, size = struct.unpack_from("<II", data, command + 40)
+            # A root with one child, which is the symbol: its size, flags and address, no child.
+            root = b"\0\1" + name + b"\0"
+            trie = root + bytes([len(root) + 1]) + b"\2\0\0\0"
+            self.assertLessEqual(len(trie), size)
+            data[place:place + size] = trie.ljust(size, b"\0")
+            self.assert_complaint(self.write(data), f"exports {name.decode()}")
+
+    def test_flags_of_the_header_are_found(self):
+        for flag, words in ((0x8000, "shares weak definitions"), (0x10000, "shares weak definitions"),
+                            (0x200000, "has the flags "), (0x80, "has the flags "),
+                            (0x4, "has the flags ")):
+            data = self.part()
+            flags, = struct.unpack_from("<I", data, 24)
+            struct.pack_into("<I", data, 24, flags ^ flag)
+            self.assert_complaint(self.write(data), words)
+
+    def test_a_run_path_is_found(self):
+        data = self.part()
+        place = self.load_command(data, 0x1B)
+        data[place:place + 24] = struct.pack("<III12s", 0x8000001C, 24, 12, b"/usr/lib")
+        self.assert_complaint(self.write(data), "has run paths")
 
     def test_a_path_of_the_build_machine_is_found(self):
         old = expectations.SKYLIGHT.encode()

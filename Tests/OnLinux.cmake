@@ -152,7 +152,8 @@ add_executable(MacProgramTests
   ${MAC_PROGRAM_TESTS}/FrameWalkTest.cpp
   ${MAC_PROGRAM_TESTS}/HandlerTableTest.cpp
   ${MAC_PROGRAM_TESTS}/TinyClass.cpp
-  ${MAC_PROGRAM_TESTS}/TinyProgram.cpp)
+  ${MAC_PROGRAM_TESTS}/TinyProgram.cpp
+  ${MAC_PROGRAM_TESTS}/TinyUnwinding.cpp)
 target_link_libraries(MacProgramTests PRIVATE TestSupport MacProgramFile CompilerWarnings)
 if(TARGET macrun)
   target_sources(MacProgramTests PRIVATE ${MAC_PROGRAM_TESTS}/MacrunTest.cpp EndToEnd/ProgramRun.cpp)

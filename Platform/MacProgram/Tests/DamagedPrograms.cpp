@@ -1,7 +1,9 @@
 #include "MacProgram/Tests/DamagedPrograms.h"
 
 #include "MacProgram/Tests/TinyClass.h"
+#include "MacProgram/Tests/TinyUnwinding.h"
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 
@@ -413,6 +415,82 @@ std::vector<DamagedProgram> damagedClasses() {
     return programs;
 }
 
+struct UnwindingRow {
+    const char* name;
+    const char* complaint;
+    TinyUnwinding tiny;
+};
+
+// The data begins 0x1000 after the code.
+std::vector<DamagedProgram> damagedUnwinding() {
+    const char* const outside = "a function of __unwind_info lies outside the code";
+    const char* const unpaired = "a function has a personality or handlers, but not both";
+    const char* const unused = "__unwind_info has a table of handlers that no function has";
+    const char* const noPersonality = "a personality of a function is none that is known here";
+    const char* const outOfOrder = "the tables of handlers of __unwind_info are out of order";
+    const std::vector<UnwindingRow> rows = {
+        {"a_function_before_the_code", outside, {.begin = 0x7FF}},
+        {"a_function_past_the_code", outside, {.end = 0x807}},
+        {"a_function_of_4_gigabytes", outside, {.end = 0xFFFFFFFF}},
+        {"a_function_without_instructions",
+         "the functions of __unwind_info are out of order",
+         {.end = 0x800}},
+        {"a_page_of_an_unknown_kind",
+         "a page of __unwind_info is of a kind that is not known here",
+         {.pageKind = 4}},
+        {"an_encoding_that_is_not_there",
+         "__unwind_info names an encoding that is not there",
+         {.pageKind = 3}},
+        {"a_page_after_the_last_one",
+         "the pages of __unwind_info do not end as they should",
+         {.lastPage = 52}},
+        {"an_unknown_encoding", "unwinding encoding 0x0 is not known here", {.encoding = 0}},
+        {"seven_saved_registers",
+         "unwinding encoding 0x2081c00 is not known here",
+         {.encoding = 0x02081C00}},
+        {"the_middle_of_a_function",
+         "a function of __unwind_info does not begin where it begins",
+         {.encoding = 0x81000000}},
+        {"a_personality_that_is_not_there",
+         "__unwind_info names a personality that is not there",
+         {.encoding = 0x11000000}},
+        {"a_personality_outside_the_program",
+         "a personality of a function lies outside the program",
+         {.encoding = 0x11000000, .personalities = {0x10000}}},
+        {"a_personality_that_is_no_function",
+         noPersonality,
+         {.encoding = 0x11000000, .personalities = {0x1000}}},
+        {"handlers_that_are_not_there",
+         "__unwind_info lacks a function's table of handlers",
+         {.encoding = 0x41000000}},
+        {"handlers_without_a_personality",
+         unpaired,
+         {.encoding = 0x41000000, .handlers = {{0x800, 0xF00}}}},
+        {"handlers_of_no_function", unused, {.handlers = {{0x800, 0xF00}}}},
+        {"handlers_of_a_function_that_is_not_there", unused, {.handlers = {{0x900, 0xF00}}}},
+        {"two_tables_of_handlers",
+         "a function of __unwind_info has two tables of handlers",
+         {.handlers = {{0x800, 0xF00}, {0x800, 0xF00}}}},
+        {"half_a_table_of_handlers", outOfOrder, {.handlers = {{0x800, 0xF00}}, .handlersCut = 4}},
+        {"tables_of_handlers_that_end_before_they_begin", outOfOrder, {.handlersCut = 8}},
+    };
+    std::vector<DamagedProgram> programs;
+    for (const UnwindingRow& row : rows) {
+        TinyProgram program;
+        row.tiny.addTo(program);
+        programs.push_back({row.name, program.file(), row.complaint});
+    }
+    return programs;
+}
+
+// The data's first pointer is the function's personality, bound to a symbol of `library`.
+void addPersonality(TinyProgram& program, const char* library, const char* symbol) {
+    TinyUnwinding{.encoding = 0x51000000, .personalities = {0x1000}, .handlers = {{0x800, 0xF00}}}
+        .addTo(program);
+    program.libraries = {library};
+    program.binding = bindingOf(symbol);
+}
+
 // One that is asked for through `accessor`, in a space of 8 bytes.
 void addThreadLocal(TinyProgram& program, const char* accessor, std::uint8_t key,
                     std::uint8_t offset) {
@@ -436,6 +514,7 @@ std::vector<DamagedProgram> damagedFiles() {
 
 std::vector<DamagedProgram> damagedContents() {
     std::vector<DamagedProgram> all = damagedClasses();
+    append(all, damagedUnwinding());
     append(
         all,
         made({
@@ -511,6 +590,30 @@ std::vector<DamagedProgram> damagedContents() {
              [](TinyProgram& program) { addThreadLocal(program, "__tlv_bootstrap", 1, 0); }},
             {"a_thread_local_past_all_others", "a thread-local variable does not fit",
              [](TinyProgram& program) { addThreadLocal(program, "__tlv_bootstrap", 0, 8); }},
+            {"a_personality_of_something_else",
+             "a personality of a function is none that is known here",
+             [](TinyProgram& program) {
+                 addPersonality(program, "/usr/lib/libSystem.B.dylib", "_exit");
+             }},
+            {"handlers_outside_their_section", "a table of handlers lies outside __gcc_except_tab",
+             [](TinyProgram& program) {
+                 addPersonality(program, "/usr/lib/libobjc.A.dylib", "___objc_personality_v0");
+             }},
+            {"a_literal_of_no_text", "a literal is no UTF-16",
+             [](TinyProgram& program) {
+                 ByteVector literal(34);
+                 literal[8] = 0xD0; // of UTF-16
+                 literal[9] = 0x07;
+                 literal[24] = 1;
+                 literal[33] = 0xD8; // one half of a pair
+                 // The pointer to the text that follows.
+                 const ByteVector text = {0x20, 0x10, 0, 0, 1, 0, 0, 0};
+                 std::copy(text.begin(), text.end(), literal.begin() + 16);
+                 program.data().sections = {
+                     {"__cfstring", 0, 0, {literal.begin(), literal.begin() + 32}},
+                     {"__data", 0, 32, {literal.begin() + 32, literal.end()}}};
+                 program.rebasing = {0x11, 0x22, 0x10, 0x51};
+             }},
             {"no_unwinding", "there is no __unwind_info",
              [](TinyProgram& program) { program.code().sections.pop_back(); }},
             {"unwinding_of_another_version", "the version of __unwind_info is not known here",

@@ -3,6 +3,7 @@
 #include "EndToEnd/ProgramRun.h"
 #include "MacProgram/Tests/DamagedPrograms.h"
 #include "MacProgram/Tests/TinyClass.h"
+#include "MacProgram/Tests/TinyUnwinding.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -132,6 +133,12 @@ TEST_F(Macrun, a_pointer_into_the_program_moves_with_it) {
 TEST_F(Macrun, a_program_with_a_class_of_its_own_is_run) {
     TinyProgram program;
     TinyClass().addTo(program);
+    EXPECT_EQ(run(program).status, 42);
+}
+
+TEST_F(Macrun, a_program_with_a_frame_of_its_own_is_run) {
+    TinyProgram program;
+    TinyUnwinding().addTo(program);
     EXPECT_EQ(run(program).status, 42);
 }
 

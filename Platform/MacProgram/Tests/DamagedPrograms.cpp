@@ -402,6 +402,15 @@ std::vector<DamagedProgram> damagedClasses() {
         {"methods_past_the_end",
          "a list of methods lies outside the program",
          {.methodCount = 0x100000}},
+        {"protocols_outside_the_program",
+         "a protocol list lies outside the program",
+         {.protocols = 0x300, .unmoved = {TinyClass::protocolsPlace}}},
+        {"protocols_past_the_end",
+         "a protocol list lies outside the program",
+         {.protocols = 0xC0}}, // its methods
+        {"a_protocol_outside_the_program",
+         "a protocol lies outside the program",
+         {.protocols = 0x230}}, // the variable's offset, and zeros
         {"a_method_outside_the_program",
          "method answer lies outside the program",
          {.unmoved = {TinyClass::implementationPlace}}},

@@ -54,6 +54,9 @@ Pointers pointersOf(const TinyClass& tiny) {
                          {methodsBegin + 0x08, codeAddress + methodName},
                          {methodsBegin + 0x10, codeAddress + methodType},
                          {TinyClass::implementationPlace, codeAddress + implementation}};
+    if (tiny.protocols != 0) {
+        pointers[TinyClass::protocolsPlace] = dataAddress + tiny.protocols;
+    }
     if (tiny.inheritsItself) {
         pointers[TinyClass::superclassPlace] = dataAddress + classBegin;
     }

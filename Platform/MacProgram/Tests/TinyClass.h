@@ -13,6 +13,7 @@ struct TinyClass {
     static constexpr std::size_t superclassPlace = 0x48;
     static constexpr std::size_t implementationPlace = 0xD8;
     static constexpr std::size_t namePlace = 0x118;
+    static constexpr std::size_t protocolsPlace = 0x128;
     static constexpr std::size_t variableOffsetPlace = 0x208;
 
     std::string name = "TinyClass";
@@ -28,6 +29,7 @@ struct TinyClass {
     bool inheritsItself = false; ///< instead of NSObject
     std::string superclass = "_OBJC_CLASS_$_NSObject";
     bool inheritsNothing = false;
+    std::uint64_t protocols = 0;        ///< from the data's beginning; 0 for none
     std::set<std::size_t> unmoved = {}; ///< pointers that are not rebased
 
     void addTo(TinyProgram& program) const;

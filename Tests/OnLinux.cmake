@@ -154,8 +154,12 @@ set(MAC_PROGRAM_TESTS ${CMAKE_SOURCE_DIR}/Platform/MacProgram/Tests)
 add_executable(MacProgramTests
   ${MAC_PROGRAM_TESTS}/DamagedFileTest.cpp
   ${MAC_PROGRAM_TESTS}/DamagedPrograms.cpp
+  ${MAC_PROGRAM_TESTS}/FramesTest.cpp
+  ${MAC_PROGRAM_TESTS}/FrameWalkTest.cpp
+  ${MAC_PROGRAM_TESTS}/HandlerTableTest.cpp
   ${MAC_PROGRAM_TESTS}/TinyClass.cpp
-  ${MAC_PROGRAM_TESTS}/TinyProgram.cpp)
+  ${MAC_PROGRAM_TESTS}/TinyProgram.cpp
+  ${MAC_PROGRAM_TESTS}/TinyUnwinding.cpp)
 target_link_libraries(MacProgramTests PRIVATE TestSupport MacProgramFile CompilerWarnings)
 if(TARGET macrun)
   target_sources(MacProgramTests PRIVATE ${MAC_PROGRAM_TESTS}/MacrunTest.cpp EndToEnd/ProgramRun.cpp)

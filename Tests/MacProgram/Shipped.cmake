@@ -43,6 +43,11 @@ endfunction()
 test_veilpane(x86_64 macrun)
 test_macprobe(x86_64 macrun)
 
+add_test(NAME shipped-x86_64.damage_is_found
+  COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/MacProgram/test_damaged_slices.py
+    $<TARGET_FILE:macrun> $<TARGET_FILE:EndToEndTests> ${VEILPANE_SHIPPED_PROGRAM})
+set_tests_properties(shipped-x86_64.damage_is_found PROPERTIES LABELS shipped-x86_64 TIMEOUT 600)
+
 # A sample of what is held against the program compiled here.
 add_executable(ShippedSoak Safety/Soak.cpp Safety/ShippedDelegate.mm Safety/ShippedProgram.cpp)
 target_link_libraries(ShippedSoak PRIVATE Safety MacProgram CompilerWarnings)

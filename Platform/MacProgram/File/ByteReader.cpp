@@ -26,12 +26,14 @@ std::uint32_t ByteReader::readBigEndian() {
     return std::byteswap(read<std::uint32_t>());
 }
 
-// Seven bits in each byte, the lowest ones first; the highest bit says that there are more.
-std::uint64_t ByteReader::readGroups(unsigned& bits, std::uint8_t& last) {
+// Seven bits in each byte, the lowest ones first; the highest bit says that there are more. Of the
+// tenth byte one bit is left: the others only repeat it in a number with a sign.
+template <class Fits>
+std::uint64_t ByteReader::readGroups(unsigned& bits, std::uint8_t& last, Fits fits) {
     std::uint64_t value = 0;
     do {
         last = read<std::uint8_t>();
-        if (bits >= 64) {
+        if (bits >= 64 || (bits == 63 && !fits(last))) {
             throw BadProgram(std::string(what_) + " hold a number of more than 64 bits");
         }
         value |= static_cast<std::uint64_t>(last & 0x7F) << bits;
@@ -43,13 +45,14 @@ std::uint64_t ByteReader::readGroups(unsigned& bits, std::uint8_t& last) {
 std::uint64_t ByteReader::readUnsigned() {
     unsigned bits = 0;
     std::uint8_t last = 0;
-    return readGroups(bits, last);
+    return readGroups(bits, last, [](std::uint8_t tenth) { return tenth <= 1; });
 }
 
 std::int64_t ByteReader::readSigned() {
     unsigned bits = 0;
     std::uint8_t last = 0;
-    std::uint64_t value = readGroups(bits, last);
+    std::uint64_t value =
+        readGroups(bits, last, [](std::uint8_t tenth) { return tenth == 0 || tenth == 0x7F; });
     if (bits < 64 && (last & 0x40) != 0) {
         value |= ~std::uint64_t{0} << bits;
     }

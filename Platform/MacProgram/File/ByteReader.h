@@ -48,7 +48,8 @@ public:
 
 private:
     Bytes next(std::size_t count);
-    std::uint64_t readGroups(unsigned& bits, std::uint8_t& last);
+    template <class Fits>
+    std::uint64_t readGroups(unsigned& bits, std::uint8_t& last, Fits fits);
 
     Bytes bytes_;
     std::string_view what_;

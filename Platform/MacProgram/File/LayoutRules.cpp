@@ -81,6 +81,12 @@ bool isInFile(const Section& section, std::uint32_t fileOffset, const Segment& s
            section.size <= segment.fileSize - inSegment;
 }
 
+// Of the addresses that there are; only then can its end be reckoned with.
+bool endsAmongAddresses(const Segment& segment) {
+    const std::uint64_t size = wholePages(segment.size);
+    return size >= segment.size && segment.address <= UINT64_MAX - size;
+}
+
 void requireSizes(const Segment& segment, std::size_t sliceSize) {
     if (segment.fileOffset > sliceSize || segment.fileSize > sliceSize - segment.fileOffset) {
         throw BadProgram(segment.name + " reaches outside the file");
@@ -89,7 +95,8 @@ void requireSizes(const Segment& segment, std::size_t sliceSize) {
         segment.fileOffset % thisProcessor.pageSize != 0) {
         throw BadProgram(segment.name + " does not begin on a page");
     }
-    if (segment.isMapped() && (segment.size > greatestSize || segment.fileSize > segment.size)) {
+    if (!endsAmongAddresses(segment) ||
+        (segment.isMapped() && (segment.size > greatestSize || segment.fileSize > segment.size))) {
         throw BadProgram("the sizes of " + segment.name + " do not fit");
     }
     if (!segment.isMapped() && segment.fileSize != 0) {
@@ -100,6 +107,7 @@ void requireSizes(const Segment& segment, std::size_t sliceSize) {
     }
 }
 
+// None of them ends past the last number.
 bool overlap(std::uint64_t first, std::uint64_t firstSize, std::uint64_t second,
              std::uint64_t secondSize) {
     return first < second + secondSize && second < first + firstSize;
@@ -112,6 +120,16 @@ void requireApart(const Segment& one, const Segment& other) {
     if (overlap(one.address, wholePages(one.size), other.address, wholePages(other.size)) ||
         overlap(one.fileOffset, one.fileSize, other.fileOffset, other.fileSize)) {
         throw BadProgram(one.name + " and " + other.name + " overlap");
+    }
+}
+
+void requireApart(std::vector<Section> sections) {
+    std::ranges::sort(sections, {}, &Section::address);
+    for (std::size_t i = 1; i < sections.size(); ++i) {
+        const Section& before = sections[i - 1];
+        if (sections[i].address - before.address < before.size) {
+            throw BadProgram("sections " + before.name + " and " + sections[i].name + " overlap");
+        }
     }
 }
 
@@ -153,6 +171,7 @@ void requireSoundLayout(const ProgramFile& program) {
             requireApart(*other, *one);
         }
     }
+    requireApart(program.sections);
     requireSpan(program.segments);
     const Segment& code = program.segment("__TEXT");
     if (!code.isExecutable || code.fileOffset != 0 || program.entryOffset == 0 ||

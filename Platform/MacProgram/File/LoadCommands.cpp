@@ -6,6 +6,8 @@
 #include "MacProgram/File/ProgramFile.h"
 #include "MacProgram/Processor/Processor.h"
 
+#include <set>
+
 namespace mac_program {
 namespace {
 
@@ -51,7 +53,7 @@ Header readHeader(ByteReader& reader) {
         reader.read<std::uint32_t>() != thisProcessor.number) {
         throw BadProgram(std::string("it is no program for ") + thisProcessor.name);
     }
-    reader.skip(4); // which of its models
+    requireKnownModel(reader.read<std::uint32_t>());
     if (reader.read<std::uint32_t>() != executable) {
         throw BadProgram("it is no executable");
     }
@@ -72,6 +74,7 @@ public:
     void read(std::uint32_t kind, Bytes command) {
         ByteReader fields(command, "load commands");
         fields.skip(8); // kind and size
+        requireOnlyOnce(static_cast<Kind>(kind));
         switch (static_cast<Kind>(kind)) {
         case Kind::segment:
             return readSegment(fields);
@@ -93,6 +96,7 @@ public:
         case Kind::dataInCode:
             return requireTable(static_cast<Kind>(kind), fields);
         case Kind::dynamicSymbolTable:
+            return readDynamicSymbols(fields);
         case Kind::identifier:
         case Kind::sourceVersion:
             return;
@@ -100,9 +104,27 @@ public:
         throw BadProgram("load command " + hexadecimal(kind) + " is not known here");
     }
 
-    [[nodiscard]] const ProgramFile& program() const { return program_; }
+    /// The whole program. Throws BadProgram when it has not told everything.
+    [[nodiscard]] const ProgramFile& program() const {
+        for (const Kind needed :
+             {Kind::bindingInformation, Kind::mainFunction, Kind::buildVersion, Kind::loadLoader}) {
+            if (!seen_.contains(needed)) {
+                throw BadProgram("load command " + textOf(needed) + " is missing");
+            }
+        }
+        return program_;
+    }
 
 private:
+    static std::string textOf(Kind kind) { return hexadecimal(static_cast<std::uint32_t>(kind)); }
+
+    void requireOnlyOnce(Kind kind) {
+        const bool mayBeMany = kind == Kind::segment || kind == Kind::loadLibrary;
+        if (!seen_.insert(kind).second && !mayBeMany) {
+            throw BadProgram("load command " + textOf(kind) + " is there twice");
+        }
+    }
+
     static std::string textIn(Bytes command, ByteReader& fields) {
         const auto offset = fields.read<std::uint32_t>();
         const Bytes text =
@@ -130,6 +152,26 @@ private:
         constexpr std::uint64_t symbolSize = 16;
         (void)partOf(program_.bytes, offset, kind == Kind::symbolTable ? symbolSize * size : size,
                      "tables of load commands");
+    }
+
+    // Of 18 numbers: the indirect symbols and relocations are the last six.
+    void readDynamicSymbols(ByteReader& fields) const {
+        fields.skip(48);
+        const auto offset = fields.read<std::uint32_t>();
+        const auto count = fields.read<std::uint32_t>();
+        (void)partOf(program_.bytes, offset, sizeof(std::uint32_t) * std::uint64_t{count},
+                     "indirect symbols");
+        for (int table = 0; table < 2; ++table) {
+            fields.skip(4); // where it is
+            requireNoRelocations("the program", fields.read<std::uint32_t>());
+        }
+    }
+
+    // What the linker has left to the loader is in the rebase and bind instructions.
+    static void requireNoRelocations(const std::string& owner, std::uint32_t count) {
+        if (count != 0) {
+            throw BadProgram(owner + " has relocations, which are not known here");
+        }
     }
 
     Bytes readTable(ByteReader& fields) const {
@@ -187,13 +229,15 @@ private:
         section.address = fields.read<std::uint64_t>();
         section.size = fields.read<std::uint64_t>();
         const auto fileOffset = fields.read<std::uint32_t>();
-        fields.skip(12); // alignment, relocations of object files
+        fields.skip(8); // alignment, where its relocations are
+        requireNoRelocations("section " + section.name, fields.read<std::uint32_t>());
         requireSection(section, fields.read<std::uint32_t>() & 0xFF, fileOffset, segment);
         fields.skip(12);
         return section;
     }
 
     ProgramFile program_;
+    std::set<Kind> seen_;
 };
 
 } // namespace
@@ -217,8 +261,9 @@ ProgramFile readProgramFile(Bytes slice) {
     if (!commands.isAtEnd()) {
         throw BadProgram("there are more load commands than the header says");
     }
-    requireSoundLayout(reader.program());
-    return reader.program();
+    const ProgramFile& program = reader.program();
+    requireSoundLayout(program);
+    return program;
 }
 
 } // namespace mac_program

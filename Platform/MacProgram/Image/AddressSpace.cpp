@@ -25,6 +25,9 @@ AddressSpace::~AddressSpace() {
 }
 
 void AddressSpace::allow(std::size_t offset, std::size_t size, int protection) {
+    if (offset > size_ || size > size_ - offset) {
+        throw BadProgram("a segment lies outside the program's memory");
+    }
     if (size > 0 && mprotect(begin_ + offset, size, protection) != 0) {
         throw BadProgram("there is not enough memory");
     }

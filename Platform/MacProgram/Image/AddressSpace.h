@@ -19,7 +19,7 @@ public:
     [[nodiscard]] std::size_t size() const { return size_; }
 
     /// Allows what `protection` says, as for mprotect, of whole pages. What has never been written
-    /// to is zero.
+    /// to is zero. Throws BadProgram for pages outside the range.
     void allow(std::size_t offset, std::size_t size, int protection);
 
 private:

@@ -1,6 +1,7 @@
 #include "MacProgram/Image/Image.h"
 
 #include "MacProgram/File/Binding.h"
+#include "MacProgram/File/Hexadecimal.h"
 #include "MacProgram/File/Rebasing.h"
 #include "MacProgram/Processor/Processor.h"
 
@@ -23,8 +24,10 @@ std::uint64_t lowestAddress(const std::vector<Segment>& segments) {
 }
 
 std::uint64_t wholeSize(const std::vector<Segment>& segments) {
-    const Segment& last = std::ranges::max(segments, {}, &Segment::address);
-    return last.address + wholePages(last.size) - lowestAddress(segments);
+    const auto endOf = [](const Segment& segment) {
+        return segment.address + wholePages(segment.size);
+    };
+    return endOf(std::ranges::max(segments, {}, endOf)) - lowestAddress(segments);
 }
 
 int protectionOf(const Segment& segment) {
@@ -61,6 +64,7 @@ void Image::rebase(const ProgramFile& file) {
         auto* const pointer = reinterpret_cast<std::uint8_t*>(placed(place));
         std::uint64_t value = 0;
         std::memcpy(&value, pointer, sizeof value);
+        requireTarget(value, place);
         value = placed(value);
         std::memcpy(pointer, &value, sizeof value);
     }
@@ -71,7 +75,22 @@ void Image::bind(const ProgramFile& file, const Resolver& resolve) {
         const auto* const target =
             static_cast<std::uint8_t*>(resolve(binding.library, binding.symbol)) + binding.addend;
         std::memcpy(reinterpret_cast<void*>(placed(binding.place)), &target, sizeof target);
+        symbols_[placed(binding.place)] = binding.addend == 0 ? binding.symbol : std::string();
     }
+}
+
+// Code may hold a pointer to where an array ends, which is the program's, too.
+void Image::requireTarget(std::uint64_t linked, std::uint64_t place) const {
+    const bool isInside = std::ranges::any_of(
+        segments_, [&](const Segment& segment) { return segment.holds(linked, 0); });
+    if (!isInside) {
+        throw BadProgram("the pointer at " + hexadecimal(place) + " leads outside the program");
+    }
+}
+
+std::string_view Image::symbolAt(const void* place) const {
+    const auto found = symbols_.find(reinterpret_cast<std::uint64_t>(place));
+    return found == symbols_.end() ? std::string_view() : found->second;
 }
 
 void Image::seal() {
@@ -85,6 +104,9 @@ std::span<std::uint8_t> Image::section(std::string_view name) const {
     const auto found = std::ranges::find(sections_, name, &Section::name);
     if (found == sections_.end()) {
         return {};
+    }
+    if (std::ranges::count(sections_, name, &Section::name) > 1) {
+        throw BadProgram("there are two sections " + std::string(name));
     }
     return {reinterpret_cast<std::uint8_t*>(placed(found->address)), found->size};
 }

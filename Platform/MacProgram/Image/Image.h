@@ -5,8 +5,10 @@
 #include "MacProgram/Image/AddressSpace.h"
 
 #include <functional>
+#include <map>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace mac_program {
 
@@ -29,7 +31,8 @@ public:
     [[nodiscard]] std::uint64_t codeBegin() const { return placed(codeBegin_); }
     [[nodiscard]] std::uint64_t entry() const { return codeBegin() + entryOffset_; }
 
-    /// A section's bytes; none when there is no such section.
+    /// A section's bytes; none when there is no such section. Throws BadProgram when there are two
+    /// of that name.
     [[nodiscard]] std::span<std::uint8_t> section(std::string_view name) const;
     /// Its elements. Throws BadProgram unless there is a whole number of them.
     template <class Element>
@@ -40,6 +43,10 @@ public:
         }
         return {reinterpret_cast<Element*>(bytes.data()), bytes.size() / sizeof(Element)};
     }
+
+    /// The symbol that the pointer there was bound to, empty when it was bound to none or to some
+    /// bytes behind one.
+    [[nodiscard]] std::string_view symbolAt(const void* place) const;
 
     /// Whether `count` bytes from `place` on are the program's.
     [[nodiscard]] bool contains(const void* place, std::uint64_t count = 1) const;
@@ -64,6 +71,7 @@ private:
     void layOut(const ProgramFile& file);
     void rebase(const ProgramFile& file);
     void bind(const ProgramFile& file, const Resolver& resolve);
+    void requireTarget(std::uint64_t linked, std::uint64_t place) const;
     [[nodiscard]] const Segment* segmentOf(const void* place) const;
 
     std::vector<Segment> segments_;
@@ -72,6 +80,7 @@ private:
     std::uint64_t slide_;
     std::uint64_t codeBegin_;
     std::uint64_t entryOffset_;
+    std::map<std::uint64_t, std::string> symbols_; // by their places in memory
 };
 
 } // namespace mac_program

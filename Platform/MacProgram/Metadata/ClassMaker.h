@@ -19,18 +19,24 @@ public:
     /// BadProgram.
     Class make(const MacClass* described);
 
-    /// What a reference leads to: a class that was made, or one of the libraries, to which it is
-    /// bound already. Throws BadProgram for anything else of the program.
-    Class classFor(const void* reference) const;
+    /// What the reference of the program at `place` leads to: a class that was made, or one of the
+    /// libraries, to which it is bound already. Throws BadProgram for anything else.
+    Class classFor(const void* const* place) const;
 
 private:
     const MacClassDescription& descriptionOf(const MacClass& described) const;
+    Class madeOf(const void* described) const;
     Class superclassOf(const MacClass& described);
+    std::uint64_t inheritedSize(const MacClass& described) const;
     void requireFittingFlags(const MacClass& described) const;
+    void requireFittingSizes(const MacClass& described) const;
+    void requireFittingMetaclass(const MacClass& described) const;
     void addVariables(Class made, const MacClassDescription& description) const;
     void addMethods(Class made, const MacClassDescription& description) const;
     void addProtocols(Class made, const MacClassDescription& description) const;
     void writeOffsets(Class made, const MacClassDescription& description) const;
+    std::span<const std::uint8_t> offsetOf(const MacInstanceVariable& variable) const;
+    std::string nameOf(const MacClassDescription& description) const;
     std::span<const MacMethod> methodsOf(const MacClassDescription& description) const;
     std::span<const MacInstanceVariable> variablesOf(const MacClassDescription& description) const;
     template <class Element>

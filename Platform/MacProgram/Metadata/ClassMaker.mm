@@ -24,6 +24,13 @@ bool hasMethod(std::span<const MacMethod> methods, const Image& image, std::stri
     });
 }
 
+constexpr std::uint32_t greatestAlignment = 4;
+
+std::uint64_t aligned(std::uint64_t offset, std::uint32_t exponent) {
+    const std::uint64_t unit = std::uint64_t{1} << exponent;
+    return (offset + unit - 1) / unit * unit;
+}
+
 Class metaclassOf(Class made) {
     return object_getClass(reinterpret_cast<id>(made));
 }
@@ -34,13 +41,16 @@ Class ClassMaker::make(const MacClass* described) {
     const MacClass& object = image_.object<MacClass>(described, "a class");
     const auto [entry, isNew] = made_.try_emplace(described, Nil);
     if (!isNew) {
-        return classFor(described);
+        return madeOf(described);
     }
     const MacClassDescription& description = descriptionOf(object);
     const MacClass& metaclass = image_.object<MacClass>(object.isa, "a metaclass");
     requireFittingFlags(object);
-    const std::string name = image_.text(description.name, "a class's name");
-    Class const made = objc_allocateClassPair(superclassOf(object), name.c_str(), 0);
+    requireFittingMetaclass(object);
+    Class const superclass = superclassOf(object);
+    requireFittingSizes(object);
+    const std::string name = nameOf(description);
+    Class const made = objc_allocateClassPair(superclass, name.c_str(), 0);
     if (made == Nil) {
         throw BadProgram("there is a class " + name + " already");
     }
@@ -55,11 +65,15 @@ Class ClassMaker::make(const MacClass* described) {
     return made;
 }
 
-Class ClassMaker::classFor(const void* reference) const {
-    if (!image_.contains(reference)) {
-        return static_cast<Class>(const_cast<void*>(reference));
+Class ClassMaker::classFor(const void* const* place) const {
+    if (image_.symbolAt(place).starts_with("_OBJC_CLASS_$_")) {
+        return static_cast<Class>(const_cast<void*>(*place));
     }
-    const auto found = made_.find(reference);
+    return madeOf(*place);
+}
+
+Class ClassMaker::madeOf(const void* described) const {
+    const auto found = made_.find(described);
     if (found == made_.end() || found->second == Nil) {
         throw BadProgram("a reference to a class leads to none");
     }
@@ -72,9 +86,55 @@ const MacClassDescription& ClassMaker::descriptionOf(const MacClass& described) 
 
 Class ClassMaker::superclassOf(const MacClass& described) {
     if (!image_.contains(described.superclass)) {
-        return classFor(described.superclass);
+        return classFor(&described.superclass);
     }
     return make(static_cast<const MacClass*>(described.superclass));
+}
+
+std::string ClassMaker::nameOf(const MacClassDescription& description) const {
+    return image_.text(description.name, "a class's name");
+}
+
+// Of the objects of a library's class it is only known that they begin with their class.
+std::uint64_t ClassMaker::inheritedSize(const MacClass& described) const {
+    if (!image_.contains(described.superclass)) {
+        return sizeof described.isa;
+    }
+    return descriptionOf(image_.object<MacClass>(described.superclass, "a class")).instanceSize;
+}
+
+// The offsets that the file holds are replaced by those that are right here. On a Mac they are used
+// unless what is inherited has grown.
+void ClassMaker::requireFittingSizes(const MacClass& described) const {
+    const MacClassDescription& description = descriptionOf(described);
+    std::uint64_t end = description.instanceBegin;
+    for (const MacInstanceVariable& variable : variablesOf(description)) {
+        const std::string name = image_.text(variable.name, "an instance variable's name");
+        const auto place = offsetOf(variable);
+        std::uint64_t offset = 0;
+        std::memcpy(&offset, place.data(), place.size());
+        if (variable.alignment > greatestAlignment || offset != aligned(end, variable.alignment)) {
+            throw BadProgram("instance variable " + name + " does not fit");
+        }
+        end = offset + variable.size;
+    }
+    if (description.instanceBegin < inheritedSize(described) || description.instanceSize != end) {
+        throw BadProgram("the sizes of class " + nameOf(description) + " do not fit");
+    }
+}
+
+void ClassMaker::requireFittingMetaclass(const MacClass& described) const {
+    const MacClassDescription& description = descriptionOf(described);
+    const MacClassDescription& meta =
+        descriptionOf(image_.object<MacClass>(described.isa, "a metaclass"));
+    if (meta.flags != (description.flags | isMetaclass)) {
+        throw BadProgram("the flags " + hexadecimal(meta.flags) + " of the metaclass of " +
+                         nameOf(description) + " do not fit");
+    }
+    if (meta.instanceBegin != sizeof(MacClass) || meta.instanceSize != sizeof(MacClass) ||
+        meta.variables != nullptr) {
+        throw BadProgram("the sizes of the metaclass of " + nameOf(description) + " do not fit");
+    }
 }
 
 // A Mac's runtime constructs and destroys C++ variables only where the flags say that there are
@@ -86,13 +146,10 @@ void ClassMaker::requireFittingFlags(const MacClass& described) const {
     const bool destroys = hasMethod(methods, image_, ".cxx_destruct");
     const bool says = (description.flags & hasConstructors) != 0;
     const bool saysDestroysOnly = (description.flags & hasDestructorOnly) != 0;
-    const std::uint32_t metaFlags =
-        descriptionOf(image_.object<MacClass>(described.isa, "a metaclass")).flags;
     if ((description.flags & ~known) != 0 || (description.flags & isMetaclass) != 0 ||
-        (metaFlags & isMetaclass) == 0 || constructs != (says && !saysDestroysOnly) ||
-        destroys != says) {
+        constructs != (says && !saysDestroysOnly) || destroys != says) {
         throw BadProgram("the flags " + hexadecimal(description.flags) + " of class " +
-                         image_.text(description.name, "a class's name") + " do not fit");
+                         nameOf(description) + " do not fit");
     }
 }
 
@@ -117,12 +174,16 @@ ClassMaker::variablesOf(const MacClassDescription& description) const {
     return elementsOf<MacInstanceVariable>(description.variables, "a list of instance variables");
 }
 
+std::span<const std::uint8_t> ClassMaker::offsetOf(const MacInstanceVariable& variable) const {
+    return image_.array<std::uint8_t>(variable.offset, thisProcessor.instanceVariableOffsetSize,
+                                      "an instance variable's offset");
+}
+
 void ClassMaker::addVariables(Class made, const MacClassDescription& description) const {
     for (const MacInstanceVariable& variable : variablesOf(description)) {
         const std::string name = image_.text(variable.name, "an instance variable's name");
         const std::string type = image_.text(variable.type, "an instance variable's type");
-        if (variable.alignment > 4 ||
-            !class_addIvar(made, name.c_str(), variable.size,
+        if (!class_addIvar(made, name.c_str(), variable.size,
                            static_cast<unsigned char>(variable.alignment), type.c_str())) {
             throw BadProgram("instance variable " + name + " does not fit");
         }
@@ -163,9 +224,7 @@ void ClassMaker::addProtocols(Class made, const MacClassDescription& description
 // The code asks where a variable lies, as the size of what it inherits is known only now.
 void ClassMaker::writeOffsets(Class made, const MacClassDescription& description) const {
     for (const MacInstanceVariable& variable : variablesOf(description)) {
-        const auto place =
-            image_.array<std::uint8_t>(variable.offset, thisProcessor.instanceVariableOffsetSize,
-                                       "an instance variable's offset");
+        const auto place = offsetOf(variable);
         Ivar const added = class_getInstanceVariable(
             made, image_.text(variable.name, "an instance variable's name").c_str());
         const auto offset = static_cast<std::uint64_t>(ivar_getOffset(added));

@@ -24,7 +24,7 @@ void requireKnownVersion(const Image& image) {
 
 void replaceClasses(std::span<const void*> references, ClassMaker& maker) {
     for (const void*& reference : references) {
-        reference = maker.classFor(reference);
+        reference = maker.classFor(&reference);
     }
 }
 

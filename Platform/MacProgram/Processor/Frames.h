@@ -10,6 +10,9 @@ namespace mac_program {
 /// DWARF's number of what holds the address that a function returns to.
 extern const std::uint8_t returnAddress;
 
+/// Whether DWARF's number is that of a register whose place a frame can tell.
+bool isRegister(std::uint64_t number);
+
 /// Of a function that has not done anything yet.
 FrameInstructions frameOnEntry();
 

@@ -19,6 +19,13 @@ namespace {
 constexpr std::uint64_t mutexSignature = 0x32AAABA7;
 constexpr std::uint64_t conditionSignature = 0x3CB0B1BB;
 
+/// Through which code asks for a thread-local variable.
+struct ThreadLocal {
+    const void* accessor;
+    std::uint64_t key; ///< of the loader's; 0 until then
+    std::uint64_t offset;
+};
+
 /// This system's object for each of a Mac's.
 template <class Object>
 class Counterparts {
@@ -76,8 +83,15 @@ unsigned int kernelThread(pthread_t thread) {
 }
 
 void requireSpaceForThreadLocals(const Image& image) {
-    if (image.section("__thread_bss").size() > sizeof mac_program_thread_locals) {
+    const std::size_t size = image.section("__thread_bss").size();
+    if (size > sizeof mac_program_thread_locals) {
         throw BadProgram("its thread-local variables are too large");
+    }
+    for (const ThreadLocal& each : image.elements<ThreadLocal>("__thread_vars")) {
+        if (image.symbolAt(&each.accessor) != "__tlv_bootstrap" || each.key != 0 ||
+            each.offset >= size) {
+            throw BadProgram("a thread-local variable does not fit");
+        }
     }
 }
 

@@ -16,7 +16,8 @@ int wakeAll(void* condition);
 /// The kernel's number of a thread: only ever asked of the present one.
 unsigned int kernelThread(pthread_t thread);
 
-/// Throws BadProgram when the program's thread-local variables do not fit into the space for them.
+/// Throws BadProgram when the program's thread-local variables do not fit into the space for them,
+/// or are not asked for in the way that is known here.
 void requireSpaceForThreadLocals(const Image& image);
 
 } // namespace mac_program

@@ -3,6 +3,7 @@
 #include "EndToEnd/ProgramRun.h"
 #include "MacProgram/Tests/DamagedPrograms.h"
 #include "MacProgram/Tests/TinyClass.h"
+#include "MacProgram/Tests/TinyUnwinding.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -56,10 +57,42 @@ TEST_F(Macrun, without_a_file_it_tells_its_usage) {
               (ProgramRun{2, "", "usage: macrun FILE [ARGUMENT...]\n"}));
 }
 
-TEST_F(Macrun, a_file_that_cannot_be_read_is_one_line) {
-    for (const std::string& file : {pathOf("missing"), pathOf(""), write({})}) {
-        EXPECT_EQ(run(file), (ProgramRun{refusal, "", "macrun: " + file + ": cannot be read\n"}));
+TEST_F(Macrun, a_file_that_cannot_be_read_is_one_line_with_the_reason) {
+    const std::string large = pathOf("large");
+    std::ofstream(large, std::ios::binary) << "x";
+    std::filesystem::resize_file(large, std::uintmax_t{1} << 40);
+    const std::pair<std::string, const char*> rows[] = {
+        {pathOf("missing"), "cannot be read: No such file or directory"},
+        {pathOf(std::string(300, 'a')), "cannot be read: File name too long"},
+        {pathOf(""), "cannot be read: Is a directory"},
+        {"/dev/null", "is no ordinary file"},
+        {write({}), "is empty"},
+        {large, "is too large"}};
+    for (const auto& [file, reason] : rows) {
+        EXPECT_EQ(run(file), (ProgramRun{refusal, "", "macrun: " + file + ": " + reason + "\n"}));
     }
+}
+
+TEST_F(Macrun, a_file_that_does_not_fit_into_memory_is_one_line) {
+    const std::string file = pathOf("large");
+    std::ofstream(file, std::ios::binary) << "x";
+    std::filesystem::resize_file(file, std::uintmax_t{1} << 30);
+    const ProgramRun run = runProgram(
+        "/bin/sh", {"-c", "ulimit -v 1000000; exec \"$0\" \"$1\"", MACRUN_EXECUTABLE, file}, {});
+    EXPECT_EQ(run, (ProgramRun{refusal, "", "macrun: " + file + ": there is not enough memory\n"}));
+}
+
+TEST_F(Macrun, a_program_for_64_bit_libraries_is_run) {
+    TinyProgram program;
+    program.model = 0x80000003;
+    EXPECT_EQ(run(program).status, 42);
+}
+
+TEST_F(Macrun, a_pointer_may_lead_to_a_segments_end) {
+    TinyProgram program;
+    program.data().sections = {{"__data", 0, 0, {0, 0x30, 0, 0, 1, 0, 0, 0}}};
+    program.rebasing = {0x11, 0x22, 0x00, 0x51};
+    EXPECT_EQ(run(program).status, 42);
 }
 
 TEST_F(Macrun, a_program_ends_with_the_status_of_its_main) {
@@ -100,6 +133,12 @@ TEST_F(Macrun, a_pointer_into_the_program_moves_with_it) {
 TEST_F(Macrun, a_program_with_a_class_of_its_own_is_run) {
     TinyProgram program;
     TinyClass().addTo(program);
+    EXPECT_EQ(run(program).status, 42);
+}
+
+TEST_F(Macrun, a_program_with_a_frame_of_its_own_is_run) {
+    TinyProgram program;
+    TinyUnwinding().addTo(program);
     EXPECT_EQ(run(program).status, 42);
 }
 

@@ -1,5 +1,6 @@
 #include "MacProgram/Tests/TinyClass.h"
 
+#include <array>
 #include <cstring>
 #include <map>
 
@@ -19,7 +20,9 @@ constexpr std::size_t metaclassBegin = 0x80;
 constexpr std::size_t methodsBegin = 0xC0;
 constexpr std::size_t descriptionBegin = 0x100;
 constexpr std::size_t metaclassDescriptionBegin = 0x180;
-constexpr std::size_t dataSize = 0x200;
+constexpr std::size_t variablesBegin = 0x200;
+constexpr std::size_t variableOffsetBegin = 0x230;
+constexpr std::size_t dataSize = 0x240;
 
 ByteVector zeroEnded(const std::string& text) {
     ByteVector bytes(text.begin(), text.end());
@@ -43,10 +46,17 @@ Pointers pointersOf(const TinyClass& tiny) {
                          {metaclassBegin + 0x20, dataAddress + metaclassDescriptionBegin},
                          {TinyClass::namePlace, codeAddress + className},
                          {descriptionBegin + 0x20, dataAddress + methodsBegin},
+                         {descriptionBegin + 0x30, dataAddress + variablesBegin},
+                         {TinyClass::variableOffsetPlace, dataAddress + variableOffsetBegin},
+                         {variablesBegin + 0x10, codeAddress + methodName},
+                         {variablesBegin + 0x18, codeAddress + methodType},
                          {metaclassDescriptionBegin + 0x18, codeAddress + className},
                          {methodsBegin + 0x08, codeAddress + methodName},
                          {methodsBegin + 0x10, codeAddress + methodType},
                          {TinyClass::implementationPlace, codeAddress + implementation}};
+    if (tiny.protocols != 0) {
+        pointers[TinyClass::protocolsPlace] = dataAddress + tiny.protocols;
+    }
     if (tiny.inheritsItself) {
         pointers[TinyClass::superclassPlace] = dataAddress + classBegin;
     }
@@ -75,10 +85,13 @@ void TinyClass::addTo(TinyProgram& program) const {
     for (const auto& [place, target] : pointers) {
         write(data, place, target);
     }
-    write(data, descriptionBegin, flags);
-    write(data, metaclassDescriptionBegin, metaclassFlags);
-    write(data, methodsBegin, methodSize);
-    write(data, methodsBegin + 4, methodCount);
+    write(data, descriptionBegin, std::array{flags, instanceBegin, instanceSize});
+    write(data, metaclassDescriptionBegin,
+          std::array{metaclassFlags, metaclassSize, metaclassSize});
+    write(data, methodsBegin, std::array{methodSize, methodCount});
+    write(data, variablesBegin, std::array{std::uint32_t{32}, std::uint32_t{1}});
+    write(data, variablesBegin + 0x20, std::array{variableAlignment, std::uint32_t{4}});
+    write(data, variableOffsetBegin, variableOffset);
     program.data().sections = {
         {"__objc_classlist", 0, 0, {data.begin(), data.begin() + 8}},
         {"__objc_data", 0, classBegin, {data.begin() + classBegin, data.end()}}};
@@ -86,9 +99,9 @@ void TinyClass::addTo(TinyProgram& program) const {
     program.code().sections.push_back({"__objc_methname", 0, methodName, zeroEnded("answer")});
     program.code().sections.push_back({"__objc_methtype", 0, methodType, zeroEnded("i16@0:8")});
     program.rebasing = rebasingOf(pointers, unmoved);
-    if (!inheritsItself) {
+    if (!inheritsItself && !inheritsNothing) {
         program.libraries = {"/usr/lib/libobjc.A.dylib"};
-        program.binding = bindingOf("_OBJC_CLASS_$_NSObject", 1, superclassPlace);
+        program.binding = bindingOf(superclass, 1, superclassPlace);
     }
 }
 

@@ -61,10 +61,9 @@ ByteVector contentsOf(const TinySegment& segment) {
         writer.put(segment.address + section.offset);
         writer.put<std::uint64_t>(section.contents.size());
         writer.put(static_cast<std::uint32_t>(segment.fileOffset + section.offset));
-        for (int i = 0; i < 3; ++i) {
-            writer.put<std::uint32_t>(0);
+        for (const std::uint32_t field : {0U, 0U, section.relocations, section.kind}) {
+            writer.put(field);
         }
-        writer.put(section.kind);
         for (int i = 0; i < 3; ++i) {
             writer.put<std::uint32_t>(0);
         }
@@ -110,6 +109,9 @@ std::vector<TinyCommand> commandsOf(const TinyProgram& program) {
     for (const std::string& library : program.libraries) {
         commands.push_back({0xC, named(library, 4)});
     }
+    std::erase_if(commands, [&](const TinyCommand& command) {
+        return program.leftOut.contains(command.kind);
+    });
     commands.insert(commands.end(), program.more.begin(), program.more.end());
     return commands;
 }
@@ -125,7 +127,7 @@ ByteVector headerOf(const TinyProgram& program) {
     const ByteVector all = std::move(written).bytes();
     ByteWriter header;
     for (const std::uint32_t field :
-         {program.magic, program.processor, 3U, program.fileKind,
+         {program.magic, program.processor, program.model, program.fileKind,
           static_cast<std::uint32_t>(commands.size()), sizeOf(all), program.flags, 0U}) {
         header.put(field);
     }

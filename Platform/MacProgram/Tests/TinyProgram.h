@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct TinySection {
     std::uint32_t kind = 0;
     std::uint64_t offset = 0; ///< from its segment's beginning, in memory and in the file
     ByteVector contents;
+    std::uint32_t relocations = 0; ///< how many it says that there are
 };
 
 struct TinySegment {
@@ -38,6 +40,7 @@ struct TinyProgram {
 
     std::uint32_t magic = 0xFEEDFACF;
     std::uint32_t processor = 0x01000007;
+    std::uint32_t model = 3;
     std::uint32_t fileKind = 2;
     std::uint32_t flags = 0x200085;
     std::vector<TinySegment> segments; ///< nothing, code, data, tables
@@ -50,6 +53,7 @@ struct TinyProgram {
     ByteVector weakBinding;
     ByteVector lazyBinding;
     std::vector<TinyCommand> more;
+    std::set<std::uint32_t> leftOut; ///< kinds of load commands that are not written
 
     TinySegment& code() { return segments[1]; }
     TinySegment& data() { return segments[2]; }

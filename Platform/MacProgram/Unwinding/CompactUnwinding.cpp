@@ -3,7 +3,9 @@
 #include "MacProgram/Processor/Frames.h"
 #include "MacProgram/Unwinding/FrameEntry.h"
 
+#include <algorithm>
 #include <map>
+#include <string_view>
 
 namespace mac_program {
 namespace {
@@ -13,7 +15,11 @@ constexpr const char* what = "the entries of __unwind_info";
 /// Offsets in the table count from its beginning, those of functions from the code's beginning.
 class UnwindTable {
 public:
-    UnwindTable(const Image& image, Bytes bytes) : image_(image), bytes_(bytes) {
+    UnwindTable(const Image& image, Bytes bytes)
+        : image_(image)
+        , bytes_(bytes)
+        , code_(image.section("__text"))
+        , handlerTables_(image.section("__gcc_except_tab")) {
         ByteReader header(bytes_, what);
         if (header.read<std::uint32_t>() != 1) {
             throw BadProgram("the version of __unwind_info is not known here");
@@ -30,12 +36,17 @@ public:
         for (std::size_t i = 0; i + 1 < functions_.size(); ++i) {
             const std::uint64_t begin = image_.codeBegin() + functions_[i].offset;
             const std::uint64_t end = image_.codeBegin() + functions_[i + 1].offset;
-            if (end < begin) {
+            if (end <= begin) {
                 throw BadProgram("the functions of __unwind_info are out of order");
             }
-            if (end > begin) {
-                frames_.push_back(frameOf(functions_[i], begin, end));
+            if (!isInside(code_, begin, end - begin)) {
+                throw BadProgram("a function of __unwind_info lies outside the code");
             }
+            frames_.push_back(frameOf(functions_[i], begin, end));
+            requireHandlers(functions_[i], frames_.back());
+        }
+        if (!handlers_.empty()) {
+            throw BadProgram("__unwind_info has a table of handlers that no function has");
         }
         return std::move(frames_);
     }
@@ -45,6 +56,11 @@ private:
         std::uint32_t offset;
         std::uint32_t encoding;
     };
+
+    static bool isInside(Bytes section, std::uint64_t place, std::uint64_t count) {
+        const std::uint64_t offset = place - reinterpret_cast<std::uint64_t>(section.data());
+        return offset <= section.size() && count <= section.size() - offset;
+    }
 
     [[nodiscard]] ByteReader at(std::uint32_t offset) const {
         return {partOf(bytes_, offset, bytes_.size() - std::min<std::size_t>(offset, bytes_.size()),
@@ -73,15 +89,23 @@ private:
                 readHandlers(handlersBegin, handlers);
             }
             handlersBegin = handlers;
+            if ((page == 0) != (i + 1 == count)) {
+                throw BadProgram("the pages of __unwind_info do not end as they should");
+            }
             page == 0 ? functions_.push_back({offset, 0}) : readPage(offset, page);
         }
     }
 
     void readHandlers(std::uint32_t begin, std::uint32_t end) {
+        if (end < begin || (end - begin) % 8 != 0) {
+            throw BadProgram("the tables of handlers of __unwind_info are out of order");
+        }
         ByteReader reader = at(begin);
         for (; begin < end; begin += 8) {
             const auto function = reader.read<std::uint32_t>();
-            handlers_[function] = reader.read<std::uint32_t>();
+            if (!handlers_.try_emplace(function, reader.read<std::uint32_t>()).second) {
+                throw BadProgram("a function of __unwind_info has two tables of handlers");
+            }
         }
     }
 
@@ -140,6 +164,10 @@ private:
             return frameOf(frameEntryAt(image_, *entry), begin, end);
         }
         constexpr std::uint32_t hasHandlers = 0x40000000;
+        constexpr std::uint32_t isNoBeginning = 0x80000000;
+        if ((function.encoding & isNoBeginning) != 0) {
+            throw BadProgram("a function of __unwind_info does not begin where it begins");
+        }
         FunctionFrame frame = {begin, end, mac_program::frameOf(encoding), 0, 0};
         frame.personality = personalityOf(function.encoding >> 28 & 3);
         if ((function.encoding & hasHandlers) != 0) {
@@ -149,12 +177,15 @@ private:
     }
 
     // What is behind the function up to the next one belongs to none.
-    [[nodiscard]] static FunctionFrame frameOf(const FrameEntry& entry, std::uint64_t begin,
-                                               std::uint64_t end) {
+    [[nodiscard]] FunctionFrame frameOf(const FrameEntry& entry, std::uint64_t begin,
+                                        std::uint64_t end) const {
         if (entry.begin != begin || entry.end <= begin || entry.end > end) {
             throw BadProgram("__unwind_info leads to another function's entry of __eh_frame");
         }
-        FunctionFrame frame = {begin, entry.end, {}, entry.personality, entry.handlers};
+        FunctionFrame frame = {begin, entry.end, {}, 0, entry.handlers};
+        if (entry.personality != 0) {
+            frame.personality = personalityAt(entry.personality);
+        }
         frame.instructions.append(entry.commonInstructions);
         frame.instructions.append(entry.instructions);
         return frame;
@@ -167,9 +198,22 @@ private:
         if (number > personalities_.size()) {
             throw BadProgram("__unwind_info names a personality that is not there");
         }
-        const std::uint64_t place = image_.codeBegin() + personalities_[number - 1];
-        return image_.object<std::uint64_t>(reinterpret_cast<const void*>(place),
-                                            "a personality of __unwind_info");
+        return personalityAt(image_.codeBegin() + personalities_[number - 1]);
+    }
+
+    // Either the program's own, which is one of its functions, or the one for Objective-C.
+    [[nodiscard]] std::uint64_t personalityAt(std::uint64_t place) const {
+        const auto& personality = image_.object<std::uint64_t>(reinterpret_cast<const void*>(place),
+                                                               "a personality of a function");
+        const std::string_view symbol = image_.symbolAt(&personality);
+        const auto isBegin = [&](const Function& function) {
+            return image_.codeBegin() + function.offset == personality;
+        };
+        if (symbol != "___objc_personality_v0" &&
+            !(symbol.empty() && std::ranges::any_of(functions_, isBegin))) {
+            throw BadProgram("a personality of a function is none that is known here");
+        }
+        return personality;
     }
 
     [[nodiscard]] std::uint64_t handlersOf(const Function& function) const {
@@ -177,15 +221,32 @@ private:
         if (found == handlers_.end()) {
             throw BadProgram("__unwind_info lacks a function's table of handlers");
         }
-        const std::uint64_t place = image_.codeBegin() + found->second;
-        if (!image_.contains(reinterpret_cast<const void*>(place))) {
-            throw BadProgram("a table of handlers lies outside the program");
+        return image_.codeBegin() + found->second;
+    }
+
+    // A table is of use only to a personality, and what the table of functions tells of it may not
+    // differ from what the function's frame tells.
+    void requireHandlers(const Function& function, const FunctionFrame& frame) {
+        if ((frame.handlers != 0) != (frame.personality != 0)) {
+            throw BadProgram("a function has a personality or handlers, but not both");
         }
-        return place;
+        if (frame.handlers != 0 && !isInside(handlerTables_, frame.handlers, 1)) {
+            throw BadProgram("a table of handlers lies outside __gcc_except_tab");
+        }
+        const auto told = handlers_.find(function.offset);
+        if (told == handlers_.end()) {
+            return;
+        }
+        if (image_.codeBegin() + told->second != frame.handlers) {
+            throw BadProgram("__unwind_info has a table of handlers that no function has");
+        }
+        handlers_.erase(told);
     }
 
     const Image& image_;
     Bytes bytes_;
+    Bytes code_;
+    Bytes handlerTables_;
     std::vector<std::uint32_t> encodings_;
     std::vector<std::uint32_t> personalities_;
     std::vector<Function> functions_;

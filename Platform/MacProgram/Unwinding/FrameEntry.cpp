@@ -38,7 +38,9 @@ public:
         const CommonEntry common = commonAt(static_cast<std::uint32_t>(place - distance));
         FrameEntry entry;
         entry.begin = readPlace(fields);
-        entry.end = entry.begin + fields.read<std::uint64_t>();
+        const auto length = fields.read<std::uint64_t>();
+        require(length <= UINT64_MAX - entry.begin);
+        entry.end = entry.begin + length;
         entry.personality = common.personality;
         entry.commonInstructions = common.instructions;
         const std::uint64_t size = fields.readUnsigned();
@@ -96,11 +98,10 @@ private:
         return here + distance;
     }
 
-    [[nodiscard]] std::uint64_t readIndirect(ByteReader& fields) const {
+    [[nodiscard]] static std::uint64_t readIndirect(ByteReader& fields) {
         const std::uint64_t here = addressOf(fields);
         const auto distance = static_cast<std::uint64_t>(fields.read<std::int32_t>());
-        return image_.object<std::uint64_t>(reinterpret_cast<const void*>(here + distance),
-                                            "a personality of __eh_frame");
+        return here + distance;
     }
 
     const Image& image_;

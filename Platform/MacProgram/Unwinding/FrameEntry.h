@@ -12,7 +12,7 @@ namespace mac_program {
 struct FrameEntry {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
-    std::uint64_t personality = 0; ///< 0 where there is none
+    std::uint64_t personality = 0; ///< where the pointer to it lies; 0 where there is none
     std::uint64_t handlers = 0;    ///< the table of handlers, or 0
     Bytes commonInstructions;      ///< to be followed before the function's own
     Bytes instructions;

@@ -26,6 +26,7 @@ void FrameInstructions::saved(std::uint8_t number, std::uint64_t words) {
 }
 
 void FrameInstructions::append(Bytes instructions) {
+    walk_.follow(instructions);
     bytes_.insert(bytes_.end(), instructions.begin(), instructions.end());
 }
 

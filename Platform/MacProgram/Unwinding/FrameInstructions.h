@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MacProgram/File/ByteReader.h"
+#include "MacProgram/Unwinding/FrameWalk.h"
 
 #include <cstdint>
 #include <vector>
@@ -14,7 +14,8 @@ public:
     void define(std::uint8_t number, std::uint64_t offset);
     /// The caller's value of the register lies `words` words below the frame's end.
     void saved(std::uint8_t number, std::uint64_t words);
-    /// Instructions that somebody else has written.
+    /// Instructions that somebody else has written. Throws BadProgram for one that is not known
+    /// here, and for those that an unwinder cannot follow after the ones before.
     void append(Bytes instructions);
 
     [[nodiscard]] const std::vector<std::uint8_t>& bytes() const { return bytes_; }
@@ -23,6 +24,7 @@ private:
     void putUnsigned(std::uint64_t value);
 
     std::vector<std::uint8_t> bytes_;
+    FrameWalk walk_; // through what has been appended
 };
 
 } // namespace mac_program

@@ -1,143 +1,125 @@
 #include "MacProgram/Unwinding/HandlerTable.h"
 
-#include "MacProgram/Runtime/Refusal.h"
+#include "MacProgram/File/BadProgram.h"
 
-#include <cstddef>
-#include <cstring>
+#include <algorithm>
 
 namespace mac_program {
 namespace {
 
+constexpr const char* what = "tables of handlers";
 constexpr std::uint8_t omitted = 0xFF;
 
-/// Reads a table in memory, whose end only its contents tell.
-class Cursor {
-public:
-    explicit Cursor(const std::uint8_t* place) : place_(place) {}
-
-    template <class Value>
-    Value read() {
-        Value value;
-        std::memcpy(&value, place_, sizeof value);
-        place_ += sizeof value;
-        return value;
+// The lower half of an encoding tells the size; only offsets are read here.
+std::uint64_t readOffset(ByteReader& reader, std::uint8_t encoding) {
+    constexpr std::uint8_t variableLength = 0x01;
+    constexpr std::uint8_t fourBytes = 0x03;
+    switch (encoding) {
+    case variableLength:
+        return reader.readUnsigned();
+    case fourBytes:
+        return reader.read<std::uint32_t>();
+    default:
+        throw BadProgram("a table of handlers has an encoding that is not known here");
     }
-
-    std::uint64_t readUnsigned() {
-        unsigned bits = 0;
-        return readGroups(bits);
-    }
-
-    std::int64_t readSigned() {
-        unsigned bits = 0;
-        std::uint64_t value = readGroups(bits);
-        if (bits < 64 && (place_[-1] & 0x40) != 0) {
-            value |= ~std::uint64_t{0} << bits;
-        }
-        return static_cast<std::int64_t>(value);
-    }
-
-    // The lower half of an encoding tells the size; only offsets are read here.
-    std::uint64_t readOffset(std::uint8_t encoding) {
-        constexpr std::uint8_t variableLength = 0x01;
-        constexpr std::uint8_t fourBytes = 0x03;
-        switch (encoding) {
-        case variableLength:
-            return readUnsigned();
-        case fourBytes:
-            return read<std::uint32_t>();
-        default:
-            refuse("a table of handlers has an encoding that is not known here");
-        }
-    }
-
-    [[nodiscard]] const std::uint8_t* place() const { return place_; }
-
-private:
-    std::uint64_t readGroups(unsigned& bits) {
-        std::uint64_t value = 0;
-        std::uint8_t last = 0;
-        do {
-            last = read<std::uint8_t>();
-            value |= static_cast<std::uint64_t>(last & 0x7F) << bits;
-            bits += 7;
-        } while ((last & 0x80) != 0 && bits < 64);
-        return value;
-    }
-
-    const std::uint8_t* place_;
-};
+}
 
 } // namespace
 
-HandlerTable::HandlerTable(const std::uint8_t* table, std::uint64_t function)
-    : function_(function) {
-    Cursor cursor(table);
-    if (cursor.read<std::uint8_t>() != omitted) {
-        refuse("a table of handlers has a beginning of its own, which is not known here");
+HandlerTable::HandlerTable(Bytes tables, std::uint64_t place, FunctionRange function)
+    : tables_(tables), function_(function) {
+    const std::uint64_t offset = place - reinterpret_cast<std::uint64_t>(tables.data());
+    ByteReader reader = at(offset);
+    if (reader.read<std::uint8_t>() != omitted) {
+        throw BadProgram("a table of handlers has a beginning of its own, which is not known here");
     }
-    typeEncoding_ = cursor.read<std::uint8_t>();
+    typeEncoding_ = reader.read<std::uint8_t>();
     if (typeEncoding_ != omitted) {
-        const std::uint64_t distance = cursor.readUnsigned();
-        types_ = cursor.place() + distance;
+        const std::uint64_t distance = reader.readUnsigned();
+        types_ = offset + reader.position() + distance;
+        (void)partOf(reader.rest(), 0, distance, what);
     }
-    callEncoding_ = cursor.read<std::uint8_t>();
-    const std::uint64_t callSize = cursor.readUnsigned();
-    calls_ = cursor.place();
-    actions_ = calls_ + callSize;
+    callEncoding_ = reader.read<std::uint8_t>();
+    const std::uint64_t callSize = reader.readUnsigned();
+    calls_ = partOf(reader.rest(), 0, callSize, what);
+    actions_ = offset + reader.position() + callSize;
 }
 
 Landing HandlerTable::landingFor(std::uint64_t place, const Catches& catches) const {
-    for (Cursor cursor(calls_); cursor.place() < actions_;) {
-        const std::uint64_t begin = function_ + cursor.readOffset(callEncoding_);
-        const std::uint64_t size = cursor.readOffset(callEncoding_);
-        const std::uint64_t landing = cursor.readOffset(callEncoding_);
-        const std::uint64_t action = cursor.readUnsigned();
-        if (place < begin || place >= begin + size) {
+    for (ByteReader calls(calls_, what); !calls.isAtEnd();) {
+        const std::uint64_t offset = readOffset(calls, callEncoding_);
+        const std::uint64_t size = readOffset(calls, callEncoding_);
+        const std::uint64_t landing = readOffset(calls, callEncoding_);
+        const std::uint64_t action = calls.readUnsigned();
+        const std::uint64_t begin = requireInFunction(offset, size);
+        const std::uint64_t landingPlace = requireInFunction(landing, 1);
+        if (place < begin || place - begin >= size) {
             continue;
         }
         if (landing == 0) {
             return {};
         }
-        return action == 0 ? Landing{function_ + landing, 0, false}
-                           : actionsAt(actions_ + action - 1, function_ + landing, catches);
+        return action == 0 ? Landing{landingPlace, 0, false}
+                           : actionsAt(action - 1, landingPlace, catches);
     }
-    refuse("an exception leaves a call that must not throw");
+    throw BadProgram("an exception leaves a call that must not throw");
 }
 
-// A chain: each action names a type, 0 for a clean-up, and how far away the next action is.
-Landing HandlerTable::actionsAt(const std::uint8_t* action, std::uint64_t place,
+ByteReader HandlerTable::at(std::uint64_t offset) const {
+    const std::uint64_t begin = std::min<std::uint64_t>(offset, tables_.size());
+    return {partOf(tables_, offset, tables_.size() - begin, what), what};
+}
+
+std::uint64_t HandlerTable::requireInFunction(std::uint64_t offset, std::uint64_t size) const {
+    const std::uint64_t length = function_.end - function_.begin;
+    if (offset > length || size > length - offset) {
+        throw BadProgram("a table of handlers leads outside its function");
+    }
+    return function_.begin + offset;
+}
+
+// A chain: each action names a type, 0 for a clean-up, and how far away the next action is. No
+// chain is longer than the bytes that it could lie in.
+Landing HandlerTable::actionsAt(std::uint64_t action, std::uint64_t place,
                                 const Catches& catches) const {
     Landing cleanUp;
-    for (;;) {
-        Cursor cursor(action);
-        const std::int64_t number = cursor.readSigned();
+    std::uint64_t offset = actions_ + std::min<std::uint64_t>(action, tables_.size());
+    for (std::size_t count = 0; count < tables_.size(); ++count) {
+        ByteReader reader = at(offset);
+        const std::int64_t number = reader.readSigned();
         if (number < 0) {
-            refuse("a table of handlers has a filter, which Objective-C does not know");
+            throw BadProgram("a table of handlers has a filter, which Objective-C does not know");
         }
         if (number == 0) {
             cleanUp = {place, 0, false};
         } else if (catches(typeAt(static_cast<std::uint64_t>(number)))) {
             return {place, number, true};
         }
-        const std::uint8_t* const nextPlace = cursor.place();
-        const std::int64_t next = cursor.readSigned();
+        const std::uint64_t nextPlace = offset + reader.position();
+        const auto next = static_cast<std::uint64_t>(reader.readSigned());
         if (next == 0) {
             return cleanUp;
         }
-        action = nextPlace + next;
+        offset = nextPlace + next;
     }
+    throw BadProgram("the actions of a table of handlers lead to themselves");
 }
 
 // Types are counted backwards from the table's end; each is the distance to a pointer to the type.
 const void* HandlerTable::typeAt(std::uint64_t number) const {
     constexpr std::uint8_t distanceToPointer = 0x9B;
     if (typeEncoding_ != distanceToPointer) {
-        refuse("a table of handlers has an encoding of types that is not known here");
+        throw BadProgram("a table of handlers has an encoding of types that is not known here");
     }
-    const std::uint8_t* const entry = types_ - number * sizeof(std::int32_t);
-    const auto distance = Cursor(entry).read<std::int32_t>();
-    return distance == 0 ? nullptr : Cursor(entry + distance).read<const void*>();
+    if (number > types_ / sizeof(std::int32_t)) {
+        throw BadProgram("a table of handlers names a type that is not there");
+    }
+    ByteReader entry = at(types_ - number * sizeof(std::int32_t));
+    const std::uint8_t* const here = entry.rest().data();
+    const auto distance = entry.read<std::int32_t>();
+    return distance == 0 ? nullptr
+                         : reinterpret_cast<const void*>(reinterpret_cast<std::uint64_t>(here) +
+                                                         static_cast<std::uint64_t>(distance));
 }
 
 } // namespace mac_program

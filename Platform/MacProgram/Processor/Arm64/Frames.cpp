@@ -59,6 +59,11 @@ FrameInstructions stackFrameOf(std::uint32_t encoding) {
 
 constinit const std::uint8_t returnAddress = 30;
 
+// x0 to x30 and the stack pointer, v0 to v31.
+bool isRegister(std::uint64_t number) {
+    return number <= stackPointer || (number >= 64 && number < 96);
+}
+
 FrameInstructions frameOnEntry() {
     FrameInstructions frame;
     frame.define(stackPointer, 0);

@@ -138,6 +138,18 @@ json portsOf(const Scene& scene) {
     return ports;
 }
 
+/// The first four displays are what operations are about, the main one foremost.
+void expectAllDisplaysAmong(const safety::Situation& situation) {
+    const auto& displays = situation.scene.displays;
+    ASSERT_FALSE(displays.empty()) << situation.name;
+    for (std::size_t place = 0; place < situation.displays.size(); ++place) {
+        const auto display =
+            std::ranges::find(displays, situation.displays[place], &SceneDisplay::id);
+        EXPECT_EQ(display != displays.end(), place < displays.size()) << situation.name;
+        EXPECT_EQ(display != displays.end() && display->main, place == 0) << situation.name;
+    }
+}
+
 class SceneRecording : public SimulatedMacTest {
 protected:
     static void expectItself(const Scene& scene) {
@@ -162,7 +174,7 @@ TEST_F(SceneRecording, every_scene_of_the_tests_is_that_scene_again) {
 
 TEST_F(SceneRecording, every_scene_of_the_folder_is_that_scene_again_with_its_names) {
     const auto files = sceneFiles();
-    ASSERT_GE(files.size(), 6U);
+    ASSERT_GE(files.size(), 7U);
     for (const SceneFile& file : files) {
         SCOPED_TRACE(file.name);
         expectItself(Scene::parse(file.text, file.name));
@@ -175,11 +187,26 @@ TEST_F(SceneRecording, every_scene_of_the_folder_goes_through_all_that_can_go_wr
         const auto found = std::ranges::find(situations, file.name, &safety::Situation::name);
         ASSERT_NE(found, situations.end()) << file.name;
         EXPECT_EQ(found->scene.text, file.text);
-        const Scene& scene = found->scene;
-        EXPECT_TRUE(std::ranges::any_of(scene.displays, [&](const SceneDisplay& display) {
-            return display.id == found->displays[1] && !display.main;
-        })) << file.name;
+        expectAllDisplaysAmong(*found);
     }
+}
+
+// In files, apart from the words that tell what they are for.
+TEST_F(SceneRecording, the_scenes_that_say_so_are_in_the_form_in_which_scenes_are_written) {
+    const auto withoutNotes = [](const std::string& text) {
+        auto members = nlohmann::ordered_json::parse(text);
+        members.erase("notes");
+        return members.dump(1);
+    };
+    std::set<std::size_t> numbersOfDisplays;
+    for (const SceneFile& file : sceneFiles()) {
+        if (file.text.contains("in the form in which macprobe writes a Mac.")) {
+            const Scene scene = Scene::parse(file.text, file.name);
+            EXPECT_EQ(withoutNotes(recordedOn(scene)), withoutNotes(file.text)) << file.name;
+            numbersOfDisplays.insert(scene.displays.size());
+        }
+    }
+    EXPECT_EQ(numbersOfDisplays, (std::set<std::size_t>{1, 3}));
 }
 
 TEST_F(SceneRecording, of_two_monitors_of_one_kind_each_keeps_its_connector) {

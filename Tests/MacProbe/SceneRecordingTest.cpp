@@ -106,6 +106,17 @@ json tellableBranches(const std::vector<RegistryNode>& nodes) {
     return branches;
 }
 
+/// What is not given is 0.
+json answersAboutUnknown(const Scene& scene) {
+    json answers = json::object();
+    for (const auto& [question, answer] : scene.unknownDisplayAnswers) {
+        if (answer != 0) {
+            answers[question] = answer;
+        }
+    }
+    return answers;
+}
+
 json tellable(const Scene& scene) {
     const MacState state(scene);
     json displays = json::array();
@@ -123,7 +134,7 @@ json tellable(const Scene& scene) {
             {"main", state.main().value_or(0)},
             {"skylight", scene.skyLight.value_or(std::vector<std::string>())},
             {"software", hasMirror && scene.softwareMirroring},
-            {"unknown", scene.unknownDisplayAnswers},
+            {"unknown", answersAboutUnknown(scene)},
             {"macOS", scene.macOS.value_or("")},
             {"processor", scene.processor.value_or("")},
             {"registry", tellableBranches(scene.registry)}};

@@ -220,6 +220,20 @@ TEST_F(SceneRecording, the_scenes_that_say_so_are_in_the_form_in_which_scenes_ar
     EXPECT_EQ(numbersOfDisplays, (std::set<std::size_t>{1, 3}));
 }
 
+TEST_F(SceneRecording, questions_that_answer_differently_about_an_unknown_display_are_all_written) {
+    const Scene given =
+        Scene::parse(scene({main1}, {R"("unknownDisplayAnswers": { "CGDisplayIsOnline": -1,
+            "CGDisplayIsInMirrorSet": -1, "CGDisplayIsMain": 2147483647, "CGDisplayIsActive": 0 })"}),
+                     "questions");
+    expectItself(given);
+    EXPECT_EQ(json::parse(recordedOn(given)).at("unknownDisplayAnswers"),
+              (json{{"CGDisplayIsActive", 0},
+                    {"CGDisplayIsOnline", -1},
+                    {"CGDisplayIsMain", 2147483647},
+                    {"CGDisplayIsBuiltin", 0},
+                    {"CGDisplayIsInMirrorSet", -1}}));
+}
+
 TEST_F(SceneRecording, of_two_monitors_of_one_kind_each_keeps_its_connector) {
     const std::string twins = scene({R"({ "id": 4001, "main": true, "vendor": 7, "model": 8 })",
                                      R"({ "id": 4002, "vendor": 7, "model": 8, "ddc": true })"},
@@ -251,7 +265,8 @@ TEST_F(SceneRecording, nothing_that_names_one_single_device_is_written) {
 TEST_F(SceneRecording, what_it_holds_is_told_before_everything_else) {
     const std::string text = recordedOn(Scene::desk());
     EXPECT_TRUE(text.starts_with("{\n  \"notes\": [\n    \"A Mac's displays, as macprobe"));
-    EXPECT_TRUE(json::parse(text).contains("notes"));
+    EXPECT_TRUE(
+        json::parse(text).at("notes").dump().contains("displays' names, which may hold one"));
 }
 
 TEST_F(SceneRecording, names_with_quotes_controls_and_other_scripts_come_through) {

@@ -29,7 +29,7 @@ std::string reasonFor(SettledBy settledBy) {
     case SettledBy::switching:
         return "needs ask --switching ID";
     case SettledBy::hand:
-        return "nothing that a program can find out";
+        return "not asked by this program";
     }
     return "";
 }

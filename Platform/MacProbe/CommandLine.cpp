@@ -102,8 +102,11 @@ const char* helpText() {
            "  macprobe --help\n"
            "  macprobe --version\n"
            "\n"
-           "What is printed holds no serial number and no name of a person or a Mac.\n"
-           "Exit status: 0 done, 1 refused or failed, 64 a wrong command line, 74 no output.\n";
+           "What is printed holds no serial number. It holds no name of a person or a Mac, but "
+           "the\n"
+           "displays' names, which may hold one.\n"
+           "Exit status: 0 done, 1 refused, failed or no display online, 64 a wrong command line,\n"
+           "74 no output.\n";
 }
 
 } // namespace macprobe

@@ -28,6 +28,10 @@ struct DisplayListing {
 
 [[nodiscard]] DisplayListing listDisplays();
 
+/// What is said where no display is online to ask about.
+constexpr const char* nothingOnline =
+    "no display is online; run it in Terminal on the Mac's own desktop, not over ssh";
+
 /// An ID that no list has.
 [[nodiscard]] CGDirectDisplayID unusedID(const DisplayListing& listing);
 

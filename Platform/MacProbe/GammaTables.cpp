@@ -10,9 +10,6 @@ namespace {
 // A display shows at most 10 bits of a channel.
 constexpr float leastStep = 1.0F / 1023;
 
-// What a caller of this program's own kind has room for.
-constexpr std::uint32_t usualSize = 256;
-
 bool lookAlike(const std::vector<CGGammaValue>& one, const std::vector<CGGammaValue>& other) {
     return std::ranges::equal(one, other, [](CGGammaValue left, CGGammaValue right) {
         return std::abs(left - right) <= leastStep;
@@ -32,15 +29,14 @@ CGGammaValue valueAt(const std::vector<CGGammaValue>& channel, float place) {
     return channel[before] * (1 - share) + channel[after] * share;
 }
 
-std::vector<CGGammaValue> inFewerEntries(const std::vector<CGGammaValue>& channel,
-                                         std::size_t count) {
-    const float step = static_cast<float>(channel.size() - 1) / static_cast<float>(count - 1);
-    std::vector<CGGammaValue> fewer;
+std::vector<CGGammaValue> inEntries(const std::vector<CGGammaValue>& channel, std::size_t count) {
+    const auto end = static_cast<float>(channel.size() - 1);
+    const float step = count < 2 ? 0 : end / static_cast<float>(count - 1);
+    std::vector<CGGammaValue> entries;
     for (std::size_t i = 0; i < count; ++i) {
-        const float end = static_cast<float>(channel.size() - 1);
-        fewer.push_back(valueAt(channel, std::min(static_cast<float>(i) * step, end)));
+        entries.push_back(valueAt(channel, std::min(static_cast<float>(i) * step, end)));
     }
-    return fewer;
+    return entries;
 }
 
 template <class Change>
@@ -65,7 +61,8 @@ std::optional<GammaTables> readGamma(CGDirectDisplayID display, std::uint32_t ca
 std::optional<GammaTables> readWholeGamma(CGDirectDisplayID display) {
     const std::uint32_t capacity = CGDisplayGammaTableCapacity(display);
     constexpr std::uint32_t most = 1U << 16U;
-    return capacity == 0 || capacity > most ? std::nullopt : readGamma(display, capacity);
+    auto tables = capacity == 0 || capacity > most ? std::nullopt : readGamma(display, capacity);
+    return tables && tables->size() < 2 ? std::nullopt : tables;
 }
 
 bool setGamma(CGDirectDisplayID display, const GammaTables& tables) {
@@ -78,6 +75,21 @@ bool lookAlike(const GammaTables& one, const GammaTables& other) {
            lookAlike(one.blue, other.blue);
 }
 
+GammaTables firstEntries(const GammaTables& tables, std::size_t count) {
+    return changed(tables, [=](const auto& channel) {
+        return firstEntries(channel, std::min(count, channel.size()));
+    });
+}
+
+GammaTables inEntries(const GammaTables& tables, std::size_t count) {
+    return changed(tables, [=](const auto& channel) { return inEntries(channel, count); });
+}
+
+bool areBlack(const GammaTables& tables) {
+    const std::vector<CGGammaValue> black(tables.size(), 0);
+    return lookAlike(tables, {black, black, black});
+}
+
 GammaTables dimmedTables(std::uint32_t size) {
     constexpr float brightest = 0.8F;
     std::vector<CGGammaValue> channel;
@@ -86,31 +98,6 @@ GammaTables dimmedTables(std::uint32_t size) {
         channel.push_back(brightest * place * place);
     }
     return {channel, channel, channel};
-}
-
-ShortReading compareShortReading(const GammaTables& whole, const GammaTables& part) {
-    const std::size_t count = part.size();
-    if (count < 2 || count >= whole.size()) {
-        return ShortReading::unclear;
-    }
-    const GammaTables first =
-        changed(whole, [=](const auto& channel) { return firstEntries(channel, count); });
-    const GammaTables fewer =
-        changed(whole, [=](const auto& channel) { return inFewerEntries(channel, count); });
-    const bool isFirst = lookAlike(part, first);
-    if (isFirst == lookAlike(part, fewer)) {
-        return ShortReading::unclear;
-    }
-    return isFirst ? ShortReading::firstEntries : ShortReading::wholeCurve;
-}
-
-ShortReading shortReadingOf(CGDirectDisplayID display) {
-    const auto whole = readWholeGamma(display);
-    if (!whole || whole->size() < 4) {
-        return ShortReading::unclear;
-    }
-    const auto part = readGamma(display, std::min(usualSize, whole->size() / 2));
-    return part ? compareShortReading(*whole, *part) : ShortReading::unclear;
 }
 
 } // namespace macprobe

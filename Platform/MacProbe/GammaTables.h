@@ -2,6 +2,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -20,7 +21,8 @@ struct GammaTables {
 [[nodiscard]] std::optional<GammaTables> readGamma(CGDirectDisplayID display,
                                                    std::uint32_t capacity);
 
-/// The display's own tables in their full length; absent when they cannot be read.
+/// The display's own tables in their full length, of two entries at least; absent when they cannot
+/// be read.
 [[nodiscard]] std::optional<GammaTables> readWholeGamma(CGDirectDisplayID display);
 
 /// Whether CoreGraphics reports success.
@@ -29,19 +31,15 @@ bool setGamma(CGDirectDisplayID display, const GammaTables& tables);
 /// Whether no entry differs by more than a display can show.
 [[nodiscard]] bool lookAlike(const GammaTables& one, const GammaTables& other);
 
+/// The first so many entries, of those that there are.
+[[nodiscard]] GammaTables firstEntries(const GammaTables& tables, std::size_t count);
+
+/// The same curves in so many entries.
+[[nodiscard]] GammaTables inEntries(const GammaTables& tables, std::size_t count);
+
+[[nodiscard]] bool areBlack(const GammaTables& tables);
+
 /// Darker than usual, and more so in the middle, so that a part of it looks like no other part.
 [[nodiscard]] GammaTables dimmedTables(std::uint32_t size);
-
-/// How a reading with less room than there are entries relates to the whole.
-enum class ShortReading {
-    wholeCurve,   ///< the whole curve in fewer entries
-    firstEntries, ///< as many entries as there is room for
-    unclear,      ///< both would look alike, or it is neither
-};
-
-[[nodiscard]] ShortReading compareShortReading(const GammaTables& whole, const GammaTables& part);
-
-/// Reads both now; `unclear` when that is impossible.
-[[nodiscard]] ShortReading shortReadingOf(CGDirectDisplayID display);
 
 } // namespace macprobe

@@ -1,9 +1,11 @@
 #include "MacProbe/Looking.h"
 
+#include "MacProbe/Assumptions.h"
 #include "MacProbe/DisplayFacts.h"
-#include "MacProbe/GammaTables.h"
+#include "MacProbe/GammaReadings.h"
 #include "MacProbe/ProfilerReport.h"
 #include "MacProbe/RegistryTrees.h"
+#include "Veilpane/WindowServer/DisplayLists.h"
 
 #include <algorithm>
 #include <set>
@@ -46,16 +48,18 @@ Answer gammaCapacity(const DisplayListing& listing) {
     return verdictOn(areUsual, seen, seen);
 }
 
+// A display that differs says more than one that agrees, and that one more than the rest.
 Answer gammaShortRead(const DisplayListing& listing) {
-    const auto reads = [](ShortReading reading) {
-        return [=](CGDirectDisplayID display) { return shortReadingOf(display) == reading; };
-    };
-    if (std::ranges::any_of(listing.online, reads(ShortReading::firstEntries))) {
-        return differs("the first entries alone");
+    Answer told = cannotTell("no display's tables show it");
+    for (const CGDirectDisplayID display : listing.online) {
+        Answer one = answerOn(readAtSeveralSizes(display));
+        const bool saysMore = one.verdict == Verdict::differs ||
+                              (one.verdict == Verdict::agrees && told.verdict != one.verdict);
+        if (told.verdict != Verdict::differs && saysMore) {
+            told = std::move(one);
+        }
     }
-    return std::ranges::any_of(listing.online, reads(ShortReading::wholeCurve))
-               ? agrees("the whole curve")
-               : cannotTell("no display's tables show it");
+    return told;
 }
 
 void askAboutUnknown(const DisplayListing& listing, Answers& answers) {
@@ -179,11 +183,30 @@ void askOfRegistry(const DisplayListing& listing, Answers& answers) {
     answers["properties-nest"] = propertiesNest(branches);
 }
 
-} // namespace
+Answer noSession(const DisplayListing& listing) {
+    if (!veilpane::onlineDisplays(mostDisplays) || !veilpane::activeDisplays(mostDisplays)) {
+        return differs("a list fails");
+    }
+    return verdictOn(listing.active.empty() && listing.known.empty(),
+                     "all are empty, as they would be without a display, too",
+                     "active " + listed(listing.active) + "; known " + listed(listing.known));
+}
 
-Answers answersByLooking() {
-    const DisplayListing listing = listDisplays();
+// Most questions have an answer here, too, but one that says nothing of displays.
+Answers answersWithoutSession(const DisplayListing& listing) {
     Answers answers;
+    for (const Assumption& assumption : assumptions()) {
+        if (assumption.settledBy == SettledBy::looking) {
+            answers[assumption.name] = cannotTell("no display is online");
+        }
+    }
+    answers["no-session"] = noSession(listing);
+    return answers;
+}
+
+Answers answersOnTheDesktop(const DisplayListing& listing) {
+    Answers answers;
+    answers["no-session"] = cannotTell("there is a session; ask over ssh");
     answers["online-order"] = onlineOrder(listing);
     answers["gamma-capacity"] = gammaCapacity(listing);
     answers["gamma-short-read"] = gammaShortRead(listing);
@@ -191,6 +214,13 @@ Answers answersByLooking() {
     askOfRegistry(listing, answers);
     answers["profiler-hexadecimal"] = profilerHexadecimal(listing);
     return answers;
+}
+
+} // namespace
+
+Answers answersByLooking() {
+    const DisplayListing listing = listDisplays();
+    return listing.online.empty() ? answersWithoutSession(listing) : answersOnTheDesktop(listing);
 }
 
 } // namespace macprobe

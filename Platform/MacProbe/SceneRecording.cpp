@@ -1,7 +1,7 @@
 #include "MacProbe/SceneRecording.h"
 
 #include "MacProbe/DisplayFacts.h"
-#include "MacProbe/GammaTables.h"
+#include "MacProbe/GammaReadings.h"
 #include "MacProbe/Json.h"
 #include "MacProbe/ProfilerReport.h"
 #include "MacProbe/RegistryTrees.h"
@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 
 namespace macprobe {
 
@@ -34,10 +35,10 @@ Json notes() {
         "one mirrors which, the length of their colour tables, the branches of the I/O registry "
         "that "
         "describe connectors and monitors, the version of macOS and the kind of processor.",
-        "It holds no serial number, no name of a person, a Mac or a network, no path, no setting "
-        "and no "
-        "picture. A display's name is what macOS shows: change it here if it tells too much, as a "
-        "television's over AirPlay may.",
+        "It holds no serial number, no name of a network, no path, no setting and no picture. It "
+        "holds no name of a person or a Mac, but the displays' names, which may hold one: a "
+        "display over Sidecar or AirPlay is named after its owner or device. Change a name here if "
+        "it tells too much.",
         "It does not tell: whether a monitor obeys DDC/CI, how bright it is, displays that are "
         "unplugged, what Veilpane remembers, and how this Mac behaves when something changes."};
 }
@@ -61,13 +62,22 @@ std::optional<std::string> mirroring(const DisplayListing& listing) {
     return std::nullopt;
 }
 
-/// What all questions answer about a display that is in no list; absent when they differ.
-std::optional<std::int64_t> answerAboutUnknown(const DisplayListing& listing) {
+// What the questions answer about a display that is in no list: one number where they answer
+// alike, and nothing where that is what they usually do.
+void addUnknownAnswers(Json::Object& scene, const DisplayListing& listing) {
     const CGDirectDisplayID unknown = unusedID(listing);
-    const boolean_t first = questions().front().ask(unknown);
-    const bool areAlike = std::ranges::all_of(
-        questions(), [=](const Question& question) { return question.ask(unknown) == first; });
-    return areAlike ? std::optional<std::int64_t>(static_cast<std::int32_t>(first)) : std::nullopt;
+    Json::Object each;
+    std::set<std::int64_t> values;
+    for (const Question& question : questions()) {
+        const std::int64_t answer = static_cast<std::int32_t>(question.ask(unknown));
+        each.emplace_back(question.name, answer);
+        values.insert(answer);
+    }
+    if (values.size() > 1) {
+        scene.emplace_back("unknownDisplayAnswers", std::move(each));
+    } else if (*values.begin() != 0) {
+        scene.emplace_back("unknownDisplayAnswers", *values.begin());
+    }
 }
 
 // A scene names the master of a mirror set, also where another display of the set has become main.
@@ -90,7 +100,7 @@ void addGamma(Json::Object& object, CGDirectDisplayID display) {
         return;
     }
     object.emplace_back("gammaCapacity", tables->size());
-    if (shortReadingOf(display) == ShortReading::firstEntries) {
+    if (giveFirstEntries(readAtSeveralSizes(display))) {
         object.emplace_back("gammaReading", "truncate");
     }
 }
@@ -162,9 +172,7 @@ Json::Object sceneOf(const Sight& sight) {
     if (const auto kind = mirroring(sight.listing)) {
         scene.emplace_back("mirroring", *kind);
     }
-    if (const auto answer = answerAboutUnknown(sight.listing); answer.value_or(0) != 0) {
-        scene.emplace_back("unknownDisplayAnswers", *answer);
-    }
+    addUnknownAnswers(scene, sight.listing);
     if (!sight.profiled) {
         scene.emplace_back("profiler", Json::Object{{"missing", true}});
     }
@@ -178,8 +186,7 @@ Json::Object sceneOf(const Sight& sight) {
 std::expected<std::string, std::string> recordScene() {
     const Sight sight;
     if (sight.listing.online.empty()) {
-        return std::unexpected("no display is online; run it in Terminal on the Mac's own desktop, "
-                               "not over ssh");
+        return std::unexpected(nothingOnline);
     }
     return Json(sceneOf(sight)).text() + "\n";
 }

@@ -1,6 +1,7 @@
 #include "MacProbe/Switching.h"
 
 #include "MacProbe/Arrangement.h"
+#include "MacProbe/GammaReadings.h"
 #include "MacProbe/ProfilerReport.h"
 #include "MacProbe/RegistryTrees.h"
 #include "MacProbe/Screens.h"
@@ -53,6 +54,36 @@ std::string seenTwice(bool rightAfter, bool later) {
     return "right after it " + word(rightAfter) + ", later " + word(later);
 }
 
+/// Whose curve a display's tables have, of those from before and the dimmed one that was set.
+enum class Colours { asBefore, asSet, others, unreadable };
+
+Colours coloursOf(const std::optional<GammaTables>& now, const std::optional<GammaTables>& before) {
+    if (!now || !before) {
+        return Colours::unreadable;
+    }
+    if (lookAlike(*now, *before)) {
+        return Colours::asBefore;
+    }
+    return lookAlike(*now, dimmedTables(now->size())) ? Colours::asSet : Colours::others;
+}
+
+// Colours can change for other reasons, which tells nothing of what was asked.
+Answer answerOn(Colours colours, Answer asBefore, Answer asSet) {
+    switch (colours) {
+    case Colours::asBefore:
+        return asBefore;
+    case Colours::asSet:
+        return asSet;
+    case Colours::others:
+        return cannotTell(
+            "its tables are neither as before nor as set; perhaps something else changes "
+            "colours, as Night Shift does");
+    case Colours::unreadable:
+        return cannotTell("its tables cannot be read");
+    }
+    return {};
+}
+
 /// One display being switched for questions.
 class Questioning {
 public:
@@ -74,11 +105,17 @@ private:
     void answer(std::string_view assumption, Answer given) {
         outcome_.answers[assumption] = std::move(given);
     }
+    /// What looking has told stays where switching tells nothing.
+    void answerIfTold(std::string_view assumption, Answer given) {
+        if (given.verdict != Verdict::cannotTell) {
+            answer(assumption, std::move(given));
+        }
+    }
 
     void dimByAnother();
     void mirrorMain();
     void lookAtMirror();
-    void lookAtTablesAfterChanges(const GammaTables& set);
+    void answerOnOthersTables(const Arrangement& now);
     void disconnect();
     void lookAtDisabled();
     [[nodiscard]] Naming naming();
@@ -122,28 +159,47 @@ void Questioning::waitForChange() {
 void Questioning::dimByAnother() {
     progress_.stepBegins("another process dims it and ends");
     if (!dimInAnotherProcess(launcher_, display_)) {
+        answer("gamma-exit-leaves-others", cannotTell("its tables cannot be set"));
         return answer("gamma-ends-with-process", cannotTell("its tables cannot be set"));
     }
     waitForChange();
-    DisplayIDs others = Arrangement::now().otherTables(before_);
-    const bool fellBack = std::erase(others, display_) == 0;
+    const Arrangement now = Arrangement::now();
     answer("gamma-ends-with-process",
-           verdictOn(fellBack, "its tables are back", "its tables stay"));
-    answer("gamma-exit-leaves-others",
-           verdictOn(others.empty(), "other displays' tables are as before",
-                     "other displays' tables have changed"));
-    if (!fellBack || !others.empty()) {
+           answerOn(coloursOf(readWholeGamma(display_), tables_), agrees("its tables are back"),
+                    differs("its tables stay")));
+    answerOnOthersTables(now);
+    if (!now.otherTables(before_).empty()) {
         CGDisplayRestoreColorSyncSettings();
     }
 }
 
+// Black is what others have seen; the tables that were set would be as telling.
+void Questioning::answerOnOthersTables(const Arrangement& now) {
+    std::set<Colours> seen;
+    for (const auto& [display, tables] : now.tables) {
+        const auto before = before_.tables.find(display);
+        if (display == display_ || before == before_.tables.end() || !before->second) {
+            continue;
+        }
+        const Colours colours = coloursOf(tables, before->second);
+        const bool isSpoilt = colours == Colours::others && areBlack(*tables);
+        seen.insert(isSpoilt ? Colours::asSet : colours);
+    }
+    if (seen.contains(Colours::asSet)) {
+        return answer("gamma-exit-leaves-others", differs("other displays' tables have changed"));
+    }
+    answer("gamma-exit-leaves-others",
+           seen == std::set{Colours::asBefore}
+               ? agrees("other displays' tables are as before")
+               : cannotTell("other displays' tables cannot be read, or something else changes "
+                            "them"));
+}
+
 void Questioning::mirrorMain() {
     progress_.stepBegins("it mirrors the main display");
-    const GammaTables dimmed = dimmedTables(tables_ ? tables_->size() : 2);
-    const bool isDimmed = tables_ && setGamma(display_, dimmed);
-    if (isDimmed && shortReadingOf(display_) != ShortReading::unclear) {
-        answer("gamma-short-read", verdictOn(shortReadingOf(display_) == ShortReading::wholeCurve,
-                                             "the whole curve", "the first entries alone"));
+    const bool isDimmed = tables_ && setGamma(display_, dimmedTables(tables_->size()));
+    if (isDimmed) {
+        answerIfTold("gamma-short-read", answerOn(readAtSeveralSizes(display_)));
     }
     if (!setMirrorMaster(display_, before_.main, kCGConfigureForSession)) {
         return answer("mirror-no-screen", cannotTell("the window server does not mirror it"));
@@ -153,7 +209,9 @@ void Questioning::mirrorMain() {
     setMirrorMaster(display_, kCGNullDirectDisplay, kCGConfigureForSession);
     waitForChange();
     if (isDimmed) {
-        lookAtTablesAfterChanges(dimmed);
+        answer("gamma-survives-changes",
+               answerOn(coloursOf(readWholeGamma(display_), tables_),
+                        differs("they have fallen back"), agrees("they stay")));
     }
 }
 
@@ -177,13 +235,6 @@ void Questioning::lookAtMirror() {
     answer("mirror-no-screen",
            screens ? verdictOn(!contains(*screens, display_), "it has none", "it has one")
                    : cannotTell("no screen list"));
-}
-
-void Questioning::lookAtTablesAfterChanges(const GammaTables& set) {
-    const auto now = readWholeGamma(display_);
-    answer("gamma-survives-changes",
-           now ? verdictOn(lookAlike(*now, set), "they stay", "they have fallen back")
-               : cannotTell("its tables cannot be read"));
 }
 
 void Questioning::disconnect() {
@@ -273,11 +324,9 @@ void Questioning::reconnect() {
     progress_.stepBegins("it is connected again");
     setEnabled(display_, true);
     waitForChange();
-    const auto now = readWholeGamma(display_);
-    if (tables_ && now) {
-        answer("gamma-ends-with-disabling",
-               verdictOn(lookAlike(*now, *tables_), "its tables are back", "they are other ones"));
-    }
+    answer("gamma-ends-with-disabling",
+           answerOn(coloursOf(readWholeGamma(display_), tables_), agrees("its tables are back"),
+                    differs("it has those that were set")));
 }
 
 // A permanent change that changes nothing is completed over a mirroring of the session. What was

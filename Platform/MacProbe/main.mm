@@ -1,6 +1,7 @@
 #include "MacProbe/Answers.h"
 #include "MacProbe/CommandLine.h"
 #include "MacProbe/Companion.h"
+#include "MacProbe/DisplayFacts.h"
 #include "MacProbe/Looking.h"
 #include "MacProbe/SceneRecording.h"
 #include "MacProbe/Switching.h"
@@ -63,6 +64,13 @@ public:
     [[nodiscard]] bool isToStop() override { return isInterrupted != 0; }
 };
 
+// The table of a Mac without displays is told, too, but is not what was wanted.
+int ask() {
+    const int status = print(tableOf(answersByLooking()));
+    return status == exitDone && listDisplays().online.empty() ? complain(nothingOnline, exitFailed)
+                                                               : status;
+}
+
 bool isAllowed(CGDirectDisplayID display) {
     std::fprintf(stderr, "%sType yes to go on: ", announcement(display).c_str());
     std::string answer;
@@ -99,7 +107,7 @@ int carryOut(const Command& command) {
     case Command::Kind::scene:
         return printScene();
     case Command::Kind::ask:
-        return print(tableOf(answersByLooking()));
+        return ask();
     case Command::Kind::askBySwitching:
         return askSwitching(command.display);
     case Command::Kind::watch:

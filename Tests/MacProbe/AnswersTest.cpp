@@ -4,6 +4,7 @@
 
 #include "MacProbe/Assumptions.h"
 #include "MacProbe/ForkedLauncher.h"
+#include "MacProbe/GammaReadings.h"
 #include "MacProbe/Looking.h"
 #include "MacProbe/Switching.h"
 #include "SimulatedMac/World/MacState.h"
@@ -12,6 +13,7 @@
 
 #include <functional>
 #include <set>
+#include <utility>
 
 namespace {
 
@@ -42,6 +44,7 @@ public:
         : mac_(mac), interference_(std::move(interference)) {}
     void stepBegins(const std::string& step) override {
         mac_.clearFaults();
+        mac_.listen({});
         if (interference_.plan && step == interference_.step) {
             interference_.plan(mac_);
         }
@@ -72,6 +75,7 @@ Verdict verdictFor(const Answers& answers, std::string_view assumption) {
     return answer == answers.end() ? Verdict::cannotTell : answer->second.verdict;
 }
 
+/// One part of a rule.
 struct TurnedRule {
     std::string_view assumption;
     std::string asAssumed; ///< a scene
@@ -83,47 +87,109 @@ std::string twoDisplays(std::initializer_list<std::string_view> more = {}) {
     return scene({panel, monitor}, more);
 }
 
+std::string ofOneKind(std::string_view hardware, std::string_view nodes) {
+    return twoDisplays({hardware, registry(nodes)});
+}
+
 std::string withMonitorsOwn(const std::string& member) {
     std::string own(monitor);
     const std::string usual = R"("gammaCapacity": 1024)";
     return scene({panel, own.replace(own.find(usual), usual.size(), member)});
 }
 
-const std::vector<TurnedRule>& rulesForLooking() {
-    static const std::string mainLast = scene({R"({ "id": 20 })", R"({ "id": 1, "main": true })"});
-    static const std::string mainFirst = scene({R"({ "id": 20 })", R"({ "id": 1, "main": true })"},
-                                               {R"("onlineOrder": "main-first")"});
-    static const std::vector<TurnedRule> rules = {
+// Connectors as an Intel Mac has them, the second one with a part that is otherwise.
+std::string intelConnectors(const std::string& members, const std::string& children) {
+    const std::string nub = R"({ "class": "IOFramebufferI2CInterface" })";
+    return ofOneKind(intel, R"({ "class": "IOFramebuffer", "display": 1, "i2cBuses": 1,
+                                 "children": [ )" +
+                                nub + R"( ] },
+                               { "class": "IOFramebuffer", "display": 20, )" +
+                                members + R"(, "children": [ )" + children + " ] }");
+}
+
+std::vector<TurnedRule> partsOfIntelsRegistry() {
+    const std::string bus = R"("i2cBuses": 1)";
+    const std::string nub = R"({ "class": "IOFramebufferI2CInterface" })";
+    const std::string asAssumed = intelConnectors(bus, nub);
+    const std::string portless =
+        scene({panel, R"({ "id": 20, "pixels": [1920, 1080], "servicePort": false })"}, {intel});
+    return {
+        {"intel-registry", asAssumed,
+         intelConnectors(bus + R"(, "properties": { "DisplayID": 20 })", nub)},
+        {"intel-registry", asAssumed, intelConnectors(bus, nub + R"(, { "class": "IODisplayConnect",
+                                          "properties": { "DisplayProductName": "Side" } })")},
+        {"intel-registry", asAssumed, intelConnectors(bus, "")},
+        {"intel-registry", asAssumed, intelConnectors(bus, nub + ", " + nub)},
+        {"intel-registry", asAssumed, intelConnectors(R"("i2cBuses": 2)", nub)},
+        {"intel-registry", asAssumed, intelConnectors(R"("i2cBuses": 0)", nub)},
+        {"intel-registry", twoDisplays({intel}), portless},
+    };
+}
+
+std::vector<TurnedRule> partsOfAppleSiliconsRegistry() {
+    const std::string pipe = R"({ "class": "AppleCLCD2",
+        "properties": { "DisplayAttributes": { "ProductAttributes": { "ProductID": 5 } } } })";
+    const std::string flat =
+        R"({ "class": "AppleCLCD2", "properties": { "DisplayAttributes": { "PortID": 5 } } })";
+    const std::string asAssumed = ofOneKind(appleSilicon, pipe);
+    return {
+        {"apple-silicon-registry", twoDisplays({appleSilicon}), ofOneKind(appleSilicon, flat)},
+        {"apple-silicon-registry", asAssumed,
+         ofOneKind(appleSilicon, pipe + R"(, { "class": "IOFramebuffer" })")},
+        {"apple-silicon-registry", asAssumed,
+         scene({panel, R"({ "id": 20, "servicePort": true })"},
+               {registry(R"({ "class": "AppleCLCD2", "display": 20, "properties": {
+                   "DisplayAttributes": { "ProductAttributes": { "ProductID": 5 } } } })")})},
+        {"properties-nest", twoDisplays({appleSilicon}), ofOneKind(appleSilicon, flat)},
+    };
+}
+
+// A reading of tables that gives no more than 17 entries.
+simulated_mac::SceneFault shortened(int nth) {
+    simulated_mac::SceneFault fault;
+    fault.call = "CGGetDisplayTransferByTable";
+    fault.nth = nth;
+    fault.samples = 17;
+    return fault;
+}
+
+std::string readingTables(std::initializer_list<simulated_mac::SceneFault> planned) {
+    return twoDisplays({faults(planned)});
+}
+
+std::vector<TurnedRule> rulesForLooking() {
+    const std::string mainLast = scene({R"({ "id": 20 })", R"({ "id": 1, "main": true })"});
+    const std::string mainFirst = scene({R"({ "id": 20 })", R"({ "id": 1, "main": true })"},
+                                        {R"("onlineOrder": "main-first")"});
+    const std::string overSSH = R"({ "session": false, "displays": [ { "id": 1 } ])";
+    std::vector<TurnedRule> rules = {
+        {"no-session", overSSH + " }",
+         overSSH + ", " + faults({fails("CGGetOnlineDisplayList").every().with(1001)}) + " }"},
+        {"no-session", overSSH + " }",
+         overSSH + ", " + faults({fails("CGGetActiveDisplayList").every().with(1001)}) + " }"},
+        {"no-session", overSSH + " }",
+         twoDisplays({faults({fails("CGGetOnlineDisplayList").every().withNull()})})},
         {"online-order", mainLast, mainFirst},
         {"gamma-capacity", twoDisplays(), withMonitorsOwn(R"("gammaCapacity": 4096)")},
         {"gamma-short-read", twoDisplays(), twoDisplays({R"("gammaReading": "truncate")"})},
+        {"gamma-short-read", twoDisplays(),
+         readingTables({fails("CGGetDisplayTransferByTable").nth(2).with(1000)})},
+        {"gamma-short-read", twoDisplays(), readingTables({shortened(4)})},
         {"unknown-answers-no", twoDisplays(), twoDisplays({R"("unknownDisplayAnswers": -1)"})},
         {"unknown-answers-alike", twoDisplays(),
-         twoDisplays({faults({fails("CGDisplayIsBuiltin").every().with(1)})})},
-        {"intel-registry", twoDisplays({intel}),
-         twoDisplays({intel, registry(R"({ "class": "IOFramebuffer", "i2cBuses": 1,
-             "properties": { "DisplayID": 20 },
-             "children": [ { "class": "IOFramebufferI2CInterface" } ] })")})},
-        {"apple-silicon-registry", twoDisplays({appleSilicon}),
-         twoDisplays({registry(R"({ "class": "IOFramebuffer" }, { "class": "AppleCLCD2",
-             "properties": { "DisplayAttributes": { "ProductAttributes": { "ProductID": 5 } } } })")})},
-        {"properties-nest", twoDisplays({appleSilicon}),
-         twoDisplays({registry(R"({ "class": "AppleCLCD2",
-             "properties": { "DisplayAttributes": { "PortID": 5 } } })")})},
+         twoDisplays({R"("unknownDisplayAnswers": { "CGDisplayIsBuiltin": 1 })"})},
         {"profiler-hexadecimal", twoDisplays(),
          twoDisplays(
              {R"("profiler": { "output": "{ \"SPDisplaysDataType\": [ { \"spdisplays_ndrvs\": [ { \"_name\": \"Side\", \"_spdisplays_displayID\": \"20\" } ] } ] }" })"})},
     };
+    for (const auto& parts : {partsOfIntelsRegistry(), partsOfAppleSiliconsRegistry()}) {
+        rules.insert(rules.end(), parts.begin(), parts.end());
+    }
     return rules;
 }
 
 std::function<void(Mac&)> everyCall(const char* function, std::int64_t answer) {
     return [=](Mac& mac) { mac.failCall(fails(function).every().with(answer)); };
-}
-
-std::function<void(Mac&)> reading(int nth) {
-    return
-        [=](Mac& mac) { mac.failCall(fails("CGGetDisplayTransferByTable").nth(nth).withNull()); };
 }
 
 // Somebody pulls the cable and plugs it in again: it is there, and enabled.
@@ -145,6 +211,11 @@ const std::vector<TurnedRule>& rulesForSwitching() {
     const std::string slow = twoDisplays({R"("settleCalls": 10)"});
     const std::string slower = twoDisplays({R"("settleCalls": 20)"});
     const std::string onIntel = twoDisplays({intel});
+    const std::string bySoftware = twoDisplays({softwareMirroring});
+    const std::string smallBySoftware =
+        scene({panel, R"({ "id": 20, "pixels": [800, 600], "profilerName": "Side" })"},
+              {softwareMirroring});
+    const auto isMainIsNo = everyCall("CGDisplayIsMain", 0);
     static const std::vector<TurnedRule> rules = {
         {"disabled-leaves-lists", usual, usual, {off, replug}},
         {"disabled-stays-known", usual, usual, {off, pull}},
@@ -160,15 +231,18 @@ const std::vector<TurnedRule>& rulesForSwitching() {
         {"screens-follow", usual, slow},
         {"profiler-follows", usual, slow},
         {"mirror-no-screen", usual, slower},
+        {"mirror-main", usual, twoDisplays({R"("mirrorMain": "largest")"})},
+        {"mirror-main", usual, usual, {"it mirrors the main display", isMainIsNo}},
+        {"mirror-main", bySoftware, twoDisplays({softwareMirroring, R"("mirrorMain": "master")"})},
         {"mirror-main",
-         usual,
-         usual,
-         {"it mirrors the main display", everyCall("CGDisplayIsMain", 0)}},
+         smallBySoftware,
+         smallBySoftware,
+         {"it mirrors the main display", isMainIsNo}},
         {"permanent-keeps-change", usual, twoDisplays({R"("permanentKeeps": "all")"})},
-        {"gamma-ends-with-process", usual, usual, {"another process dims it and ends", reading(2)}},
+        {"gamma-ends-with-process", usual, twoDisplays({R"("gammaOutlivesProcess": true)"})},
         {"gamma-exit-leaves-others", usual, twoDisplays({R"("gammaExitZeroes": 1)"})},
         {"gamma-survives-changes", usual, twoDisplays({R"("gammaReloads": true)"})},
-        {"gamma-ends-with-disabling", usual, usual, {"it is connected again", reading(1)}},
+        {"gamma-ends-with-disabling", usual, twoDisplays({R"("gammaOutlivesDisabling": true)"})},
     };
     return rules;
 }
@@ -186,12 +260,17 @@ TEST_F(MacProbeAnswers, looking_tells_each_rule_from_its_contrary) {
 }
 
 TEST_F(MacProbeAnswers, switching_finds_a_mac_that_does_as_assumed) {
-    for (const std::string& usual : {twoDisplays(), twoDisplays({intel})}) {
-        const auto outcome = switchedOn(usual, {});
-        EXPECT_EQ(outcome.problem, "");
+    std::set<std::string> usual;
+    for (const TurnedRule& rule : rulesForSwitching()) {
+        usual.insert(rule.asAssumed);
+    }
+    ASSERT_GE(usual.size(), 4U);
+    for (const std::string& scene : usual) {
+        const auto outcome = switchedOn(scene, {});
+        EXPECT_EQ(outcome.problem, "") << scene;
         for (const TurnedRule& rule : rulesForSwitching()) {
             EXPECT_EQ(verdictFor(outcome.answers, rule.assumption), Verdict::agrees)
-                << rule.assumption;
+                << rule.assumption << scene;
         }
     }
 }
@@ -236,6 +315,81 @@ TEST_F(MacProbeAnswers, where_nothing_can_be_seen_nothing_is_claimed) {
          {"online-order", "gamma-capacity", "gamma-short-read", "intel-registry",
           "apple-silicon-registry", "properties-nest", "profiler-hexadecimal"}) {
         EXPECT_EQ(verdictFor(answers, assumption), Verdict::cannotTell) << assumption;
+    }
+}
+
+TEST_F(MacProbeAnswers, without_a_session_nothing_but_that_is_claimed) {
+    boot(R"({ "session": false, "displays": [ { "id": 1 } ], "hardware": "intel" })");
+    for (const auto& [assumption, answer] : macprobe::answersByLooking()) {
+        EXPECT_EQ(answer.verdict,
+                  assumption == "no-session" ? Verdict::agrees : Verdict::cannotTell)
+            << assumption;
+    }
+}
+
+TEST_F(MacProbeAnswers, a_reading_of_tables_is_told_for_each_size) {
+    boot(withMonitorsOwn(R"("gammaCapacity": 300)"));
+    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(side)).seen,
+              "room for 2: the whole curve; room for 64: the whole curve; room for 256: the whole "
+              "curve; room for 300: the whole curve; room for 600: the whole curve in 300 entries");
+    boot(withMonitorsOwn(R"("gammaCapacity": 128, "gammaReading": "truncate")"));
+    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(side)).seen,
+              "room for 2: the first entries; room for 64: the first entries; room for 128: the "
+              "whole curve; room for 256: the whole curve in 128 entries");
+    boot(readingTables({fails("CGGetDisplayTransferByTable").nth(2).withNull(), shortened(3)}));
+    EXPECT_TRUE(macprobe::answerOn(macprobe::readAtSeveralSizes(side))
+                    .seen.starts_with("room for 2: nothing; room for 64: another curve in 17 "
+                                      "entries; room for 256: the whole curve; "));
+}
+
+// Warm colours, as they are in the evening.
+void tint(CGDirectDisplayID display) {
+    const macprobe::GammaTables tables = {{0, 0.5F, 1}, {0, 0.45F, 0.9F}, {0, 0.35F, 0.7F}};
+    ASSERT_TRUE(macprobe::setGamma(display, tables));
+}
+
+/// Somebody changes a display's colours at the first look after the step's own first change.
+std::function<void(Mac&)> tintingAfter(const char* call, CGDirectDisplayID display) {
+    return [=](Mac& mac) {
+        mac.listen([=, isDone = false](const simulated_mac::LoggedCall& made) mutable {
+            if (made.call == call && !std::exchange(isDone, true)) {
+                tint(display);
+            }
+        });
+    };
+}
+
+TEST_F(MacProbeAnswers, colours_that_somebody_else_changes_meanwhile_tell_nothing) {
+    const std::vector<std::pair<std::string_view, Interference>> rows = {
+        {"gamma-ends-with-process",
+         {"another process dims it and ends", tintingAfter("CGGetOnlineDisplayList", side)}},
+        {"gamma-exit-leaves-others",
+         {"another process dims it and ends", tintingAfter("CGGetOnlineDisplayList", 1)}},
+        {"gamma-survives-changes",
+         {"it mirrors the main display", tintingAfter("CGGetOnlineDisplayList", side)}},
+        {"gamma-ends-with-disabling",
+         {"it is connected again", tintingAfter("CGCompleteDisplayConfiguration", side)}},
+    };
+    for (const auto& [assumption, interference] : rows) {
+        const auto outcome = switchedOn(twoDisplays(), interference);
+        ASSERT_TRUE(outcome.answers.contains(assumption)) << assumption;
+        EXPECT_EQ(verdictFor(outcome.answers, assumption), Verdict::cannotTell) << assumption;
+        EXPECT_TRUE(outcome.answers.at(assumption).seen.contains("something else changes"))
+            << assumption;
+    }
+}
+
+TEST_F(MacProbeAnswers, tables_that_cannot_be_read_afterwards_tell_nothing) {
+    for (const auto& unread : {fails("CGGetDisplayTransferByTable").every().withNull(),
+                               fails("CGGetDisplayTransferByTable").every().with(1000)}) {
+        const Interference interference = {"another process dims it and ends",
+                                           [&](Mac& mac) { mac.failCall(unread); }};
+        const auto outcome = switchedOn(twoDisplays(), interference);
+        for (const char* const assumption :
+             {"gamma-ends-with-process", "gamma-exit-leaves-others"}) {
+            ASSERT_TRUE(outcome.answers.contains(assumption)) << assumption;
+            EXPECT_EQ(verdictFor(outcome.answers, assumption), Verdict::cannotTell) << assumption;
+        }
     }
 }
 

@@ -63,7 +63,8 @@ TEST(MacProbeCommand, help_and_version_are_told) {
     EXPECT_EQ(macprobe(mac, "--version"), quiet(0, "macprobe " PROJECT_VERSION "\n"));
     const ProgramRun help = macprobe(mac, "--help");
     EXPECT_EQ(help.status, 0);
-    for (const char* const command : {"macprobe scene", "macprobe ask ", "ask --switching ID"}) {
+    for (const char* const command : {"macprobe scene", "macprobe ask ", "ask --switching ID",
+                                      "displays' names, which may hold one"}) {
         EXPECT_TRUE(help.output.contains(command)) << command;
     }
 }
@@ -122,6 +123,18 @@ TEST(MacProbeCommand, without_a_session_it_says_so) {
               (ProgramRun{1, "",
                           "macprobe: no display is online; run it in Terminal on the Mac's own "
                           "desktop, not over ssh\n"}));
+}
+
+TEST(MacProbeCommand, ask_without_a_session_says_so_beside_the_little_that_it_can_tell) {
+    const MacOnDisk mac(R"({ "session": false, "displays": [ { "id": 1 } ] })");
+    const ProgramRun asked = macprobe(mac, "ask");
+    EXPECT_EQ(asked.status, 1);
+    EXPECT_EQ(asked.errors, "macprobe: no display is online; run it in Terminal on the Mac's own "
+                            "desktop, not over ssh\n");
+    EXPECT_TRUE(asked.output.contains(
+        "| all are empty, as they would be without a display, too | agrees |"));
+    EXPECT_TRUE(asked.output.contains("\n1 agree, 0 differ, "));
+    EXPECT_FALSE(asked.output.contains("nothing that a program can find out"));
 }
 
 TEST(MacProbeCommand, ask_prints_a_table_and_changes_nothing) {

@@ -106,6 +106,17 @@ json tellableBranches(const std::vector<RegistryNode>& nodes) {
     return branches;
 }
 
+/// What is not given is 0.
+json answersAboutUnknown(const Scene& scene) {
+    json answers = json::object();
+    for (const auto& [question, answer] : scene.unknownDisplayAnswers) {
+        if (answer != 0) {
+            answers[question] = answer;
+        }
+    }
+    return answers;
+}
+
 json tellable(const Scene& scene) {
     const MacState state(scene);
     json displays = json::array();
@@ -123,7 +134,7 @@ json tellable(const Scene& scene) {
             {"main", state.main().value_or(0)},
             {"skylight", scene.skyLight.value_or(std::vector<std::string>())},
             {"software", hasMirror && scene.softwareMirroring},
-            {"unknown", scene.unknownDisplayAnswers},
+            {"unknown", answersAboutUnknown(scene)},
             {"macOS", scene.macOS.value_or("")},
             {"processor", scene.processor.value_or("")},
             {"registry", tellableBranches(scene.registry)}};
@@ -136,6 +147,18 @@ json portsOf(const Scene& scene) {
         ports[std::to_string(display.id)] = display.servicePort;
     }
     return ports;
+}
+
+/// The first four displays are what operations are about, the main one foremost.
+void expectAllDisplaysAmong(const safety::Situation& situation) {
+    const auto& displays = situation.scene.displays;
+    ASSERT_FALSE(displays.empty()) << situation.name;
+    for (std::size_t place = 0; place < situation.displays.size(); ++place) {
+        const auto display =
+            std::ranges::find(displays, situation.displays[place], &SceneDisplay::id);
+        EXPECT_EQ(display != displays.end(), place < displays.size()) << situation.name;
+        EXPECT_EQ(display != displays.end() && display->main, place == 0) << situation.name;
+    }
 }
 
 class SceneRecording : public SimulatedMacTest {
@@ -162,7 +185,7 @@ TEST_F(SceneRecording, every_scene_of_the_tests_is_that_scene_again) {
 
 TEST_F(SceneRecording, every_scene_of_the_folder_is_that_scene_again_with_its_names) {
     const auto files = sceneFiles();
-    ASSERT_GE(files.size(), 6U);
+    ASSERT_GE(files.size(), 7U);
     for (const SceneFile& file : files) {
         SCOPED_TRACE(file.name);
         expectItself(Scene::parse(file.text, file.name));
@@ -175,11 +198,40 @@ TEST_F(SceneRecording, every_scene_of_the_folder_goes_through_all_that_can_go_wr
         const auto found = std::ranges::find(situations, file.name, &safety::Situation::name);
         ASSERT_NE(found, situations.end()) << file.name;
         EXPECT_EQ(found->scene.text, file.text);
-        const Scene& scene = found->scene;
-        EXPECT_TRUE(std::ranges::any_of(scene.displays, [&](const SceneDisplay& display) {
-            return display.id == found->displays[1] && !display.main;
-        })) << file.name;
+        expectAllDisplaysAmong(*found);
     }
+}
+
+// In files, apart from the words that tell what they are for.
+TEST_F(SceneRecording, the_scenes_that_say_so_are_in_the_form_in_which_scenes_are_written) {
+    const auto withoutNotes = [](const std::string& text) {
+        auto members = nlohmann::ordered_json::parse(text);
+        members.erase("notes");
+        return members.dump(1);
+    };
+    std::set<std::size_t> numbersOfDisplays;
+    for (const SceneFile& file : sceneFiles()) {
+        if (file.text.contains("in the form in which macprobe writes a Mac.")) {
+            const Scene scene = Scene::parse(file.text, file.name);
+            EXPECT_EQ(withoutNotes(recordedOn(scene)), withoutNotes(file.text)) << file.name;
+            numbersOfDisplays.insert(scene.displays.size());
+        }
+    }
+    EXPECT_EQ(numbersOfDisplays, (std::set<std::size_t>{1, 3}));
+}
+
+TEST_F(SceneRecording, questions_that_answer_differently_about_an_unknown_display_are_all_written) {
+    const Scene given =
+        Scene::parse(scene({main1}, {R"("unknownDisplayAnswers": { "CGDisplayIsOnline": -1,
+            "CGDisplayIsInMirrorSet": -1, "CGDisplayIsMain": 2147483647, "CGDisplayIsActive": 0 })"}),
+                     "questions");
+    expectItself(given);
+    EXPECT_EQ(json::parse(recordedOn(given)).at("unknownDisplayAnswers"),
+              (json{{"CGDisplayIsActive", 0},
+                    {"CGDisplayIsOnline", -1},
+                    {"CGDisplayIsMain", 2147483647},
+                    {"CGDisplayIsBuiltin", 0},
+                    {"CGDisplayIsInMirrorSet", -1}}));
 }
 
 TEST_F(SceneRecording, of_two_monitors_of_one_kind_each_keeps_its_connector) {
@@ -213,7 +265,8 @@ TEST_F(SceneRecording, nothing_that_names_one_single_device_is_written) {
 TEST_F(SceneRecording, what_it_holds_is_told_before_everything_else) {
     const std::string text = recordedOn(Scene::desk());
     EXPECT_TRUE(text.starts_with("{\n  \"notes\": [\n    \"A Mac's displays, as macprobe"));
-    EXPECT_TRUE(json::parse(text).contains("notes"));
+    EXPECT_TRUE(
+        json::parse(text).at("notes").dump().contains("displays' names, which may hold one"));
 }
 
 TEST_F(SceneRecording, names_with_quotes_controls_and_other_scripts_come_through) {

@@ -62,7 +62,7 @@ std::array<std::uint32_t, 4> displaysOf(const simulated_mac::Scene& scene) {
 }
 
 // Starting the profiler for each of thousands of runs would take most of their time.
-Situation recordedSituation(const SceneFile& file) {
+Situation situationFrom(const SceneFile& file) {
     auto scene = simulated_mac::Scene::parse(file.text, file.name);
     scene.profilerMissing = true;
     const auto displays = displaysOf(scene);
@@ -105,7 +105,7 @@ std::vector<Situation> written() {
 
 std::vector<Situation> all() {
     std::vector<Situation> situations = written();
-    std::ranges::transform(sceneFiles(), std::back_inserter(situations), recordedSituation);
+    std::ranges::transform(sceneFiles(), std::back_inserter(situations), situationFrom);
     return situations;
 }
 

@@ -16,6 +16,8 @@ nlohmann::json described(const simulated_mac::SceneFault& fault) {
     nlohmann::json description = {{"call", fault.call}, {"nth", fault.nth}};
     if (fault.null) {
         description["null"] = true;
+    } else if (fault.samples) {
+        description["samples"] = *fault.samples;
     } else {
         description["returns"] = fault.returns.value();
     }

@@ -49,13 +49,18 @@ Answer question(const char* name, CGDirectDisplayID display, const LookUp& answe
     return call.returns(call.yieldsNull() ? Answer(0) : Answer(answer()));
 }
 
+boolean_t answerAboutUnknown(const char* question) {
+    const auto& answers = RunningMac::current().scene().unknownDisplayAnswers;
+    const auto answer = answers.find(question);
+    return answer == answers.end() ? 0 : boolean_t(answer->second);
+}
+
 // Reported of current macOS: questions about a display that is in no list can answer otherwise than
 // no.
 template <class Answer>
 boolean_t stateOf(const char* name, CGDirectDisplayID display, Answer answer) {
     return question<boolean_t>(name, display, [=] {
-        return state().isKnown(display) ? boolean_t(answer())
-                                        : RunningMac::current().scene().unknownDisplayAnswers;
+        return state().isKnown(display) ? boolean_t(answer()) : answerAboutUnknown(name);
     });
 }
 
@@ -68,7 +73,7 @@ uint32_t identity(const char* name, CGDirectDisplayID display, uint32_t SceneDis
     });
 }
 
-// Assumed: what is not online has no mode, and thus no size.
+// Assumed (disabled-has-no-picture): what is not online has no mode, and thus no size.
 PixelSize sizeOf(CGDirectDisplayID display) {
     return state().isOnline(display) ? RunningMac::current().sceneDisplay(display)->pixels
                                      : PixelSize();

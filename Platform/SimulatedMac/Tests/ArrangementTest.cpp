@@ -42,6 +42,18 @@ TEST(MainDisplay, of_a_hardware_mirror_set_stays_the_master_whatever_the_sizes) 
     EXPECT_EQ(state.main(), 1u);
 }
 
+TEST(MainDisplay, of_a_mirror_set_is_the_master_or_the_largest_where_the_scene_says_so) {
+    for (const std::string mirroring : {"software", "hardware"}) {
+        const std::string members = R"(, "mirroring": ")" + mirroring + R"(", "mirrorMain": )";
+        MacState byMaster = stateWith(members + R"("master")");
+        byMaster.setMirrorMaster(2, 1, true);
+        EXPECT_EQ(byMaster.main(), 1u) << mirroring;
+        MacState bySize = stateWith(members + R"("largest")");
+        bySize.setMirrorMaster(2, 1, true);
+        EXPECT_EQ(bySize.main(), 2u) << mirroring;
+    }
+}
+
 TEST(MainDisplay, of_a_software_mirror_set_without_sizes_is_the_master) {
     MacState state(Scene::parse(R"({ "mirroring": "software", "displays": [ { "id": 3 },
         { "id": 1, "main": true }, { "id": 2 } ] })",
@@ -227,6 +239,31 @@ TEST(GammaExitZeroes, makes_another_display_black_when_a_process_ends_that_had_s
     EXPECT_EQ(state.gammaKind(3), "normal");
 }
 
+TEST(GammaOutlivesProcess, lets_a_table_stay_until_all_are_restored) {
+    MacState state = stateWith(R"(, "gammaOutlivesProcess": true, "gammaExitZeroes": 3)");
+    ProcessIdentity ended = thisProcess();
+    --ended.start;
+    state.setGamma(2, black(), ended);
+    EXPECT_EQ(state.gammaKind(2), "zero");
+    state.forgetEndedOwners();
+    EXPECT_EQ(state.gammaKind(2), "zero");
+    EXPECT_EQ(MacState(sceneWith(), state.toJson()).gammaKind(2), "zero");
+    EXPECT_EQ(state.gammaKind(3), "zero");
+    state.resetGamma();
+    EXPECT_EQ(state.gammaKind(2), "normal");
+    EXPECT_EQ(state.gammaKind(3), "normal");
+}
+
+TEST(GammaOutlivesDisabling, gives_a_display_that_is_enabled_again_its_table_from_before) {
+    for (const bool outlives : {false, true}) {
+        MacState state = stateWith(outlives ? R"(, "gammaOutlivesDisabling": true)" : "");
+        state.setGamma(2, black(), thisProcess());
+        state.setEnabled(2, false, true);
+        state.setEnabled(2, true, true);
+        EXPECT_EQ(state.gammaKind(2), outlives ? "zero" : "normal");
+    }
+}
+
 TEST(PermanentChanges, may_silently_be_of_the_session) {
     MacState state = stateWith(R"(, "permanent": "session")");
     state.setEnabled(2, false, true);
@@ -292,6 +329,10 @@ TEST(SceneOfHabits, every_mistake_is_one_line_that_names_the_key) {
         {R"({ "gammaReloads": 1 })", "s: gammaReloads: must be true or false"},
         {R"({ "gammaExitZeroes": "2" })", "s: gammaExitZeroes: must be a whole number"},
         {R"({ "gammaExitZeroes": 2 })", "s: gammaExitZeroes: no display 2"},
+        {R"({ "gammaOutlivesProcess": 1 })", "s: gammaOutlivesProcess: must be true or false"},
+        {R"({ "gammaOutlivesDisabling": "2" })",
+         "s: gammaOutlivesDisabling: must be true or false"},
+        {R"({ "mirrorMain": "smallest" })", "s: mirrorMain: must be \"master\" or \"largest\""},
         {R"({ "settleCalls": -1 })", "s: settleCalls: not within 0 and 10000"},
         {R"({ "session": 0 })", "s: session: must be true or false"},
         {R"({ "displays": [ { "id": 1, "pixels": 5 } ] })",

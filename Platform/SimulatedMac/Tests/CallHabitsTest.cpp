@@ -102,6 +102,10 @@ TEST(UnknownDisplays, answer_what_the_scene_says) {
     EXPECT_EQ(answersAbout(2), std::vector<boolean_t>(5, -1));
     EXPECT_EQ(answersAbout(3), std::vector<boolean_t>(5, 0));
     EXPECT_EQ(answersAbout(1), (std::vector<boolean_t>{1, 1, 1, 0, 0}));
+    Mac::boot("{ " + displays + R"(, "unknownDisplayAnswers": { "CGDisplayIsMain": 7,
+        "CGDisplayIsInMirrorSet": -1 } })");
+    EXPECT_EQ(answersAbout(9), (std::vector<boolean_t>{0, 0, 7, 0, -1}));
+    EXPECT_EQ(answersAbout(3), std::vector<boolean_t>(5, 0));
     Mac::boot("{ " + displays + " }");
     EXPECT_EQ(answersAbout(9), std::vector<boolean_t>(5, 0));
     EXPECT_EQ(answersAbout(2), std::vector<boolean_t>(5, 0));

@@ -46,7 +46,7 @@ ordered_json report(RunningMac& mac) {
     ordered_json card = {{"_name", "Apple M9"}};
     const MacState& state = mac.lateState();
     for (const SceneDisplay& display : mac.scene().displays) {
-        // Assumed: a disabled display is not reported.
+        // Assumed (disabled-unprofiled): a disabled display is not reported.
         if (display.profilerName && state.isOnline(display.id)) {
             card["spdisplays_ndrvs"].push_back(entryFor(display, state));
         }

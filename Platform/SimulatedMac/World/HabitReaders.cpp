@@ -14,6 +14,10 @@ bool isSecond(const Field& field, const std::string& first, const std::string& s
     return field.value() == second;
 }
 
+MirrorMain readMirrorMain(const Field& field) {
+    return isSecond(field, "master", "largest") ? MirrorMain::largest : MirrorMain::master;
+}
+
 } // namespace
 
 Field::Readers habitReaders(SceneHabits& habits) {
@@ -24,6 +28,11 @@ Field::Readers habitReaders(SceneHabits& habits) {
          [&](const Field& f) { habits.permanentKeepsAll = isSecond(f, "change", "all"); }},
         {"gammaReloads", [&](const Field& f) { habits.gammaReloads = f.boolean(); }},
         {"gammaExitZeroes", [&](const Field& f) { habits.gammaExitZeroes = f.word(); }},
+        {"gammaOutlivesProcess",
+         [&](const Field& f) { habits.gammaOutlivesProcess = f.boolean(); }},
+        {"gammaOutlivesDisabling",
+         [&](const Field& f) { habits.gammaOutlivesDisabling = f.boolean(); }},
+        {"mirrorMain", [&](const Field& f) { habits.mirrorMain = readMirrorMain(f); }},
         {"settleCalls",
          [&](const Field& f) {
              habits.settleCalls = static_cast<int>(f.integer(0, longestSettling));

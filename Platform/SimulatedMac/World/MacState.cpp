@@ -50,7 +50,8 @@ bool storedFlag(const Field& stored, const char* key) {
     return stored.value().contains(key) && stored.at(key).boolean();
 }
 
-// What is no number has no place in JSON, nor in a table (assumed).
+// What is no number has no place in JSON, nor in a table. Assumed (gamma-no-number): it counts as
+// 0.
 void replaceNonNumbers(GammaTable& table) {
     for (std::vector<float>& channel : table) {
         std::ranges::replace_if(channel, [](float entry) { return !std::isfinite(entry); }, 0.0F);
@@ -253,7 +254,8 @@ std::vector<uint32_t> MacState::screens() const {
     return mainFirst(displaysThat(&MacState::hasDesktop));
 }
 
-// Assumed: the display that the user made the main one gets the menu bar back when it returns.
+// Assumed (next-main): the display that the user made the main one gets the menu bar back when it
+// returns.
 std::optional<uint32_t> MacState::main() const {
     const auto made =
         std::ranges::find_if(order_, [this](uint32_t id) { return displays_.at(id).session.main; });
@@ -266,12 +268,14 @@ std::optional<uint32_t> MacState::main() const {
 }
 
 // Documented: of a hardware mirror set the drawable display, its master, is main; of a software set
-// typically the largest. Without sizes to compare that is the master, too.
+// typically the largest. Without sizes to compare that is the master, too. Assumed: mirror-main.
 uint32_t MacState::mainOfSet(uint32_t id) const {
     const uint32_t master = mirrorMaster(id) == 0 ? id : mirrorMaster(id);
+    const bool isLargest = habits_.mirrorMain == MirrorMain::largest ||
+                           (habits_.mirrorMain == MirrorMain::asDocumented && softwareMirroring_);
     uint32_t largest = master;
     for (const uint32_t other : order_) {
-        if (softwareMirroring_ && mirrorMaster(other) == master &&
+        if (isLargest && mirrorMaster(other) == master &&
             displays_.at(other).pixels.area() > displays_.at(largest).pixels.area()) {
             largest = other;
         }
@@ -338,7 +342,7 @@ bool MacState::hasDesktop(uint32_t id) const {
 }
 
 // A mirror whose master is gone, or mirrors another display itself since it is back, shows its own
-// picture again: sets are one deep (assumed).
+// picture again: sets are one deep. Assumed: mirror-one-deep.
 uint32_t MacState::mirrorMaster(uint32_t id) const {
     if (!isOnline(id)) {
         return 0;
@@ -378,13 +382,13 @@ void MacState::setEnabled(uint32_t id, bool enabled, bool permanently) {
     if (keeps(permanently)) {
         display.permanent.enabled = enabled;
     }
-    if (!enabled) {
+    if (!enabled && !habits_.gammaOutlivesDisabling) {
         display.gamma.reset();
     }
 }
 
-// A display that others mirror hands them on to its own master, so that sets stay one deep
-// (assumed).
+// A display that others mirror hands them on to its own master, so that sets stay one deep.
+// Assumed: mirror-one-deep.
 void MacState::setMirrorMaster(uint32_t id, uint32_t master, bool permanently) {
     const uint32_t root = master != 0 && mirrorMaster(master) != 0 ? mirrorMaster(master) : master;
     for (auto& [other, display] : displays_) {
@@ -509,13 +513,13 @@ void MacState::rebootRenumbered() {
     renumber(newIDs);
 }
 
-// Widely reported: the window server drops a table when the process that set it ends.
+// Widely reported: the window server drops a table when the process that set it ends. Some Mac may
+// not.
 const MacState::OwnedGamma* MacState::liveGamma(uint32_t id) const {
     const Display* const display = find(id);
-    if (display == nullptr || !display->gamma || hasEndedOwner(*display)) {
-        return nullptr;
-    }
-    return &*display->gamma;
+    const bool isThere = display != nullptr && display->gamma &&
+                         (habits_.gammaOutlivesProcess || !hasEndedOwner(*display));
+    return isThere ? &*display->gamma : nullptr;
 }
 
 bool MacState::hasEndedOwner(const Display& display) {
@@ -543,7 +547,9 @@ void MacState::forgetEndedOwners() {
     const auto zeroed = habits_.gammaExitZeroes;
     const bool zeroes = zeroed && isZeroedByAnEnd(*zeroed);
     for (auto& [id, display] : displays_) {
-        if (hasEndedOwner(display)) {
+        if (hasEndedOwner(display) && habits_.gammaOutlivesProcess) {
+            display.gamma->owner = {};
+        } else if (hasEndedOwner(display)) {
             display.gamma.reset();
         }
     }

@@ -148,6 +148,27 @@ std::optional<std::vector<std::string>> readSkyLight(const Field& field) {
     return exported;
 }
 
+/// One number for all questions, or one for each.
+std::map<std::string, int32_t> readUnknownAnswers(const Field& field) {
+    field.require(field.value().is_number() || field.value().is_object(), "a number or an object");
+    std::map<std::string, int32_t> answers;
+    Field::Readers readers;
+    for (const char* const question : {"CGDisplayIsActive", "CGDisplayIsOnline", "CGDisplayIsMain",
+                                       "CGDisplayIsBuiltin", "CGDisplayIsInMirrorSet"}) {
+        readers[question] = [&answers, question](const Field& f) {
+            answers[question] = static_cast<int32_t>(f.integer(INT32_MIN, INT32_MAX));
+        };
+    }
+    if (field.value().is_object()) {
+        field.eachMember(readers);
+        return answers;
+    }
+    for (const auto& [question, read] : readers) {
+        read(field);
+    }
+    return answers;
+}
+
 std::size_t countOf(const std::vector<RegistryNode>& nodes) {
     std::size_t count = nodes.size();
     for (const RegistryNode& node : nodes) {
@@ -356,9 +377,7 @@ Scene Scene::parse(const std::string& text, const std::string& source) {
          }},
         {"gammaReading", [&](const Field& f) { scene.gammaReading = readGammaReading(f); }},
         {"unknownDisplayAnswers",
-         [&](const Field& f) {
-             scene.unknownDisplayAnswers = static_cast<int32_t>(f.integer(INT32_MIN, INT32_MAX));
-         }},
+         [&](const Field& f) { scene.unknownDisplayAnswers = readUnknownAnswers(f); }},
         {"displays",
          [&](const Field& f) {
              f.eachElement([&](const Field& d) { scene.displays.push_back(readDisplay(d)); });

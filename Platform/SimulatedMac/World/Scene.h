@@ -7,6 +7,7 @@
 #include "SimulatedMac/World/SceneProfiler.h"
 
 #include <cstdint>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -96,8 +97,9 @@ struct Scene {
     /// The functions that SkyLight exports; absent when there is no SkyLight at all.
     std::optional<std::vector<std::string>> skyLight;
     GammaReading gammaReading = GammaReading::resample;
-    /// What the CGDisplayIs… questions answer about a display that is in no list.
-    int32_t unknownDisplayAnswers = 0;
+    /// What the CGDisplayIs… questions answer about a display that is in no list, by the call's
+    /// name; 0 where there is none.
+    std::map<std::string, int32_t> unknownDisplayAnswers;
     std::vector<SceneDisplay> displays;
     Hardware hardware = Hardware::mixture;
     std::vector<RegistryNode> registry; ///< as given, or what the displays imply

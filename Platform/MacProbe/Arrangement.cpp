@@ -22,8 +22,16 @@ bool setEnabled(CGDirectDisplayID display, bool enabled, CGConfigureOption scope
            transaction->complete(scope) == kCGErrorSuccess;
 }
 
-bool looksOther(const std::optional<GammaTables>& one, const std::optional<GammaTables>& other) {
-    return one.has_value() != other.has_value() || (one && !lookAlike(*one, *other));
+// What is neither is of something else that changes colours, as Night Shift does.
+bool isSetByUsOrBlack(const GammaTables& tables) {
+    return areBlack(tables) || lookAlike(tables, dimmedTables(tables.size()));
+}
+
+bool isSpoilt(const std::optional<GammaTables>& now, const std::optional<GammaTables>& before) {
+    if (!now || !before) {
+        return now.has_value() != before.has_value();
+    }
+    return !lookAlike(*now, *before) && isSetByUsOrBlack(*now);
 }
 
 // A mirroring may be kept for good although it is not to be seen now, so it is ended in any case.
@@ -53,15 +61,11 @@ bool Arrangement::standsAs(const Arrangement& other) const {
            main == other.main && masters == other.masters;
 }
 
-DisplayIDs Arrangement::otherTables(const Arrangement& other) const {
-    DisplayIDs displays;
-    for (const auto& [display, own] : tables) {
-        const auto others = other.tables.find(display);
-        if (others != other.tables.end() && looksOther(own, others->second)) {
-            displays.push_back(display);
-        }
-    }
-    return displays;
+bool Arrangement::hasSpoiltTables(const Arrangement& before) const {
+    return std::ranges::any_of(tables, [&before](const auto& entry) {
+        const auto earlier = before.tables.find(entry.first);
+        return earlier != before.tables.end() && isSpoilt(entry.second, earlier->second);
+    });
 }
 
 bool setEnabled(CGDirectDisplayID display, bool enabled) {
@@ -82,11 +86,11 @@ bool bringBack(CGDirectDisplayID display, const Arrangement& before) {
         setEnabled(display, true);
     }
     endMirroring(display);
-    if (!Arrangement::now().otherTables(before).empty()) {
+    if (Arrangement::now().hasSpoiltTables(before)) {
         CGDisplayRestoreColorSyncSettings();
     }
     const Arrangement after = Arrangement::now();
-    return after.standsAs(before) && after.otherTables(before).empty();
+    return after.standsAs(before) && !after.hasSpoiltTables(before);
 }
 
 } // namespace macprobe

@@ -21,8 +21,9 @@ struct Arrangement {
 
     /// Whether the displays stand as in the other, gamma tables apart.
     [[nodiscard]] bool standsAs(const Arrangement& other) const;
-    /// The displays whose tables look otherwise than in the other.
-    [[nodiscard]] DisplayIDs otherTables(const Arrangement& other) const;
+    /// Whether a display's tables are not those of `before`, but black, those that this program
+    /// sets, or only one time to be read.
+    [[nodiscard]] bool hasSpoiltTables(const Arrangement& before) const;
 };
 
 /// Asks the window server to enable or disable a display, permanently, or for the session where
@@ -33,8 +34,8 @@ bool setEnabled(CGDirectDisplayID display, bool enabled);
 /// success.
 bool setMirrorMaster(CGDirectDisplayID display, CGDirectDisplayID master, CGConfigureOption scope);
 
-/// Enables the display, ends its mirroring for good and, where colours differ, gives all displays
-/// those of their profiles. Whether everything is as before.
+/// Enables the display, ends its mirroring for good and, where tables are spoilt, gives all
+/// displays those of their profiles. Whether everything is as before.
 bool bringBack(CGDirectDisplayID display, const Arrangement& before);
 
 } // namespace macprobe

@@ -168,7 +168,7 @@ void Questioning::dimByAnother() {
            answerOn(coloursOf(readWholeGamma(display_), tables_), agrees("its tables are back"),
                     differs("its tables stay")));
     answerOnOthersTables(now);
-    if (!now.otherTables(before_).empty()) {
+    if (now.hasSpoiltTables(before_)) {
         CGDisplayRestoreColorSyncSettings();
     }
 }

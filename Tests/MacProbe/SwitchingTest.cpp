@@ -4,6 +4,7 @@
 
 #include "MacProbe/Arrangement.h"
 #include "MacProbe/ForkedLauncher.h"
+#include "MacProbe/GammaTables.h"
 #include "SimulatedMac/World/MacState.h"
 #include "Support/Scenes.h"
 #include "Support/SimulatedMacTest.h"
@@ -166,6 +167,24 @@ TEST_F(MacProbeSwitching, everything_is_as_before_whichever_call_fails) {
         (void)askInACopy(shortPatience(), [&] { mac.failCall(fails("*").nth(call).with(1000)); });
         ASSERT_EQ(settledDeskOf(mac, before), before) << "call " << call << " fails";
     }
+}
+
+// As Night Shift does for a while in the evening.
+TEST_F(MacProbeSwitching, colours_that_something_else_keeps_changing_do_not_keep_it_from_ending) {
+    Mac& mac = boot(quickScene());
+    CGGammaValue blue = 1;
+    bool isChanging = false;
+    mac.listen([&](const simulated_mac::LoggedCall&) {
+        if (!isChanging) {
+            isChanging = true;
+            blue = blue < 0.6F ? 0.99F : blue - 0.01F;
+            macprobe::setGamma(1, {.red = {0, 1}, .green = {0, 1}, .blue = {0, blue}});
+            isChanging = false;
+        }
+    });
+    ForkedLauncher launcher(longPatience());
+    Silent progress;
+    EXPECT_EQ(macprobe::askBySwitching(side, launcher, progress, longPatience()).problem, "");
 }
 
 TEST_F(MacProbeSwitching, whoever_stops_it_gets_everything_back_at_once) {

@@ -103,7 +103,8 @@ precompile(MacProbeTests <nlohmann/json.hpp> <gtest/gtest.h>)
 if(VEILPANE_SANITIZE)
   set(probe_tests "--gtest_filter=-MacProbeSwitching.*killed:MacProbeSwitching.it_comes_back_on*")
 endif()
-register_tests(MacProbeTests mac-probe ${probe_tests})
+# Most of them wait, as a person at a Mac would.
+register_tests(MacProbeTests mac-probe --jobs 4 ${probe_tests})
 
 target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm

@@ -37,7 +37,7 @@ endfunction()
 
 function(test_macprobe architecture launcher)
   test_shipped(${architecture} ${launcher} MacProbeTests uncalled-imports-of-macprobe.txt
-    --jobs 2 --gtest_filter=MacProbeCommand.*)
+    --jobs 4 --gtest_filter=MacProbeCommand.*)
 endfunction()
 
 test_veilpane(x86_64 macrun)

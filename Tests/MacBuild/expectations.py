@@ -106,7 +106,7 @@ class Kind(NamedTuple):
 
 
 PROGRAM = Kind(CLASSES + SELECTORS + [SKYLIGHT], 200_000)
-PROBE = Kind([SKYLIGHT, "SLSConfigureDisplayEnabled", "CGDisplayIOServicePort", "companion"], 270_000)
+PROBE = Kind([SKYLIGHT, "SLSConfigureDisplayEnabled", "CGDisplayIOServicePort", "companion"], 290_000)
 
 # Absolute paths that a program itself asks for.
 PATHS = [SKYLIGHT, "/usr/sbin/system_profiler", "/dev/null", "/System/Library/Frameworks/",

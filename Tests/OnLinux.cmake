@@ -11,6 +11,8 @@ target_sources(TestSupport PRIVATE
 
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
+  # They are compiled more often than anybody waits for what they compute themselves.
+  target_compile_options(${tests} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0>)
   add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
   # All tests of an executable together, under the sanitizers on a busy machine; a single one has its own.
   set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS 2 TIMEOUT 2400)
@@ -18,7 +20,6 @@ endfunction()
 register_tests(UnitTests unit)
 register_tests(SimulatedMacTests simulated-mac)
 register_tests(MenuBarTests menu-bar --screens)
-register_tests(GNUstepTests gnustep --screens)
 register_tests(EndToEndTests end-to-end --screens)
 
 target_sources(UnitTests PRIVATE
@@ -123,6 +124,7 @@ add_executable(GNUstepTests
   ${GNUSTEP_TESTS}/MenusTest.mm
   ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Layout/LinearProgram.cpp)
 target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
+register_tests(GNUstepTests gnustep --screens)
 
 precompile(Safety <nlohmann/json.hpp>)
 

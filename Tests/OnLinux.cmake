@@ -8,6 +8,8 @@ target_sources(TestSupport PRIVATE
   Support/TestProcesses.cpp
   Support/VirtualScreen.cpp
   Support/WarmFoundation.mm)
+# The safety runs have a main function of their own, and take the rest.
+set_source_files_properties(Support/TestMainOnLinux.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
@@ -124,9 +126,19 @@ add_executable(GNUstepTests
   ${GNUSTEP_TESTS}/MenusTest.mm
   ${CMAKE_SOURCE_DIR}/Platform/GNUstep/Layout/LinearProgram.cpp)
 target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
+compile_as_one(GNUstepTests)
 register_tests(GNUstepTests gnustep --screens)
 
 precompile(Safety <nlohmann/json.hpp>)
+# Whoever links it takes only what it needs: the desk and what may happen to it ask for no tested program.
+set_target_properties(Safety PROPERTIES UNITY_BUILD_MODE GROUP)
+set_source_files_properties(
+  Safety/CapturedOutput.cpp Safety/Desk.cpp Safety/Forked.cpp Safety/Mischief.cpp Safety/Promise.cpp
+  Safety/Rules.cpp Safety/Situations.cpp
+  PROPERTIES UNITY_GROUP desk)
+set_source_files_properties(
+  Safety/Companion.cpp Safety/FaultRuns.cpp Safety/History.cpp Safety/Operation.cpp
+  PROPERTIES UNITY_GROUP operations)
 
 add_executable(StatusIconPicture Pictures/StatusIconPicture.mm)
 target_link_libraries(StatusIconPicture PRIVATE VeilpaneCore CompilerWarnings)

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,14 +15,9 @@ namespace {
 
 using nlohmann::json;
 
-const std::string scene =
+const std::string soundScene =
     R"({ "displays": [ { "id": 1, "main": true }, { "id": 2, "ddc": {} } ],
          "defaults": { "Veilpane.disconnectedDisplayIDs": [ 2 ] } })";
-
-std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 void write(const std::filesystem::path& file, const std::string& content) {
     std::ofstream(file, std::ios::binary) << content;
@@ -85,7 +79,7 @@ void begin(const MacOnDisk& mac) {
 }
 
 TEST(HostileInput, a_member_of_the_state_that_is_not_what_it_should_be) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     const json good = json::parse(contentOf(stateFile(mac)));
     struct Row {
@@ -168,7 +162,7 @@ const std::vector<BadText>& badTexts() {
 }
 
 TEST(HostileInput, a_text_that_is_no_state) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     for (const auto& [text, problem] : badTexts()) {
         write(stateFile(mac), text);
@@ -177,7 +171,7 @@ TEST(HostileInput, a_text_that_is_no_state) {
 }
 
 TEST(HostileInput, a_text_that_is_no_user_defaults) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     std::vector<BadText> rows = badTexts();
     rows.push_back(
@@ -192,14 +186,14 @@ TEST(HostileInput, a_text_that_is_no_user_defaults) {
 }
 
 TEST(HostileInput, a_text_that_is_no_scene_neither_makes_a_state_nor_changes_one) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     const Commands commands = {{"show"}, {"reset"}, {"unplug", "2"}, {"calls", "--clear"}};
     for (const auto& [text, problem] : badTexts()) {
         mac.changeScene(text);
         expectComplaint(mac, commands, mac.sceneFile() + ": " + problem);
         EXPECT_FALSE(std::filesystem::exists(mac.stateDirectory()));
     }
-    mac.changeScene(scene);
+    mac.changeScene(soundScene);
     begin(mac);
     for (const auto& [text, problem] : badTexts()) {
         mac.changeScene(text);
@@ -208,7 +202,7 @@ TEST(HostileInput, a_text_that_is_no_scene_neither_makes_a_state_nor_changes_one
 }
 
 TEST(HostileInput, a_line_of_the_log_that_is_no_call) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     const std::string good = R"({"pid":1,"call":"NSBeep","args":[],"result":null})";
     const std::vector<BadText> rows = {
@@ -238,7 +232,7 @@ TEST(HostileInput, a_line_of_the_log_that_is_no_call) {
 }
 
 TEST(HostileInput, a_last_line_of_the_log_that_a_kill_cut_is_dropped) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     const std::string good = R"({"pid":1,"call":"NSBeep","args":[],"result":null})";
     write(logFile(mac), good + "\n" + good.substr(0, 20));
@@ -279,7 +273,7 @@ const std::vector<std::pair<Thing, std::string>> things = {
 
 TEST(HostileInput, what_is_no_regular_file_is_no_scene) {
     for (const auto& [thing, problem] : things) {
-        const MacOnDisk mac(scene);
+        const MacOnDisk mac(soundScene);
         putInPlace(mac.sceneFile(), thing);
         expectComplaint(mac, {{"show"}, {"reset"}}, mac.sceneFile() + ": " + problem);
         EXPECT_FALSE(std::filesystem::exists(mac.stateDirectory()));
@@ -299,7 +293,7 @@ TEST(HostileInput, what_is_no_regular_file_is_no_part_of_the_state) {
     };
     for (const auto& [name, commands] : rows) {
         for (const auto& [thing, problem] : things) {
-            const MacOnDisk mac(scene);
+            const MacOnDisk mac(soundScene);
             begin(mac);
             const std::string file = mac.stateDirectory() + "/" + name;
             putInPlace(file, thing);
@@ -315,7 +309,7 @@ TEST(HostileInput, a_state_directory_that_is_none) {
              {"Not a directory", [](const std::string& path) { putInPlace(path, Thing::pipe); }},
              {"a link to nothing",
               [](const std::string& path) { putInPlace(path, Thing::danglingLink); }}}) {
-        for (const std::string& text : {scene, std::string()}) {
+        for (const std::string& text : {soundScene, std::string()}) {
             const MacOnDisk mac(text);
             prepare(mac.stateDirectory());
             const auto type = std::filesystem::symlink_status(mac.stateDirectory()).type();
@@ -326,7 +320,7 @@ TEST(HostileInput, a_state_directory_that_is_none) {
 }
 
 TEST(HostileInput, a_temporary_file_that_cannot_be_replaced) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     const std::string file = stateFile(mac) + ".new";
     putInPlace(file, Thing::folder);
@@ -338,7 +332,7 @@ TEST(HostileInput, a_temporary_file_that_cannot_be_replaced) {
 
 TEST(HostileInput, a_temporary_file_that_a_kill_left_is_no_hindrance) {
     for (const Thing thing : {Thing::pipe, Thing::danglingLink, Thing::device}) {
-        const MacOnDisk mac(scene);
+        const MacOnDisk mac(soundScene);
         begin(mac);
         putInPlace(stateFile(mac) + ".new", thing);
         EXPECT_EQ(mac.macsim({"unplug", "2"}), (ProgramRun{0, "", ""}));
@@ -349,7 +343,7 @@ TEST(HostileInput, a_temporary_file_that_a_kill_left_is_no_hindrance) {
 }
 
 TEST(HostileInput, a_file_that_is_too_large) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     constexpr std::uintmax_t tooLarge = (std::uintmax_t{16} << 20) + 1;
     const std::string good = contentOf(stateFile(mac));
@@ -362,7 +356,7 @@ TEST(HostileInput, a_file_that_is_too_large) {
 
 TEST(HostileInput, a_scene_that_makes_too_large_a_state_makes_none) {
     // Every line feed takes two bytes in the state.
-    const MacOnDisk mac(scene + std::string(10U << 20, '\n'));
+    const MacOnDisk mac(soundScene + std::string(10U << 20, '\n'));
     const std::string line = stateFile(mac) + ": would be too large to be read again";
     EXPECT_EQ(mac.macsim({"show"}), (ProgramRun{2, "", "simulated Mac: " + line + "\n"}));
     EXPECT_FALSE(std::filesystem::exists(stateFile(mac)));
@@ -370,7 +364,7 @@ TEST(HostileInput, a_scene_that_makes_too_large_a_state_makes_none) {
 }
 
 TEST(HostileInput, reset_mends_a_damaged_state_when_the_scene_is_good) {
-    const MacOnDisk mac(scene);
+    const MacOnDisk mac(soundScene);
     begin(mac);
     write(stateFile(mac), "damaged");
     write(defaultsFile(mac), "damaged");

@@ -5,17 +5,10 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <vector>
 
 namespace {
-
-std::string contentOf(const std::string& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 /// The text is a shell's, in which $MACSIM and the command veilpane are the programs.
 ProgramRun shell(const MacOnDisk& mac, const std::string& text) {

@@ -22,7 +22,7 @@ using macprobe::SettledBy;
 using macprobe::Verdict;
 using simulated_mac::Mac;
 
-constexpr std::uint32_t side = 20; // in hexadecimal 14
+constexpr std::uint32_t sideDisplay = 20; // in hexadecimal 14
 constexpr std::string_view panel =
     R"({ "id": 1, "main": true, "builtin": true, "vendor": 1552, "model": 41, "pixels": [1512, 982],
          "gammaCapacity": 1024, "screenName": "Panel", "profilerName": "Panel" })";
@@ -67,7 +67,7 @@ macprobe::SwitchingOutcome switchedOn(const std::string& scene, const Interferen
     Mac& mac = Mac::boot(scene);
     Interfering progress(mac, interference);
     ForkedLauncher launcher(quickPatience());
-    return macprobe::askBySwitching(side, launcher, progress, quickPatience());
+    return macprobe::askBySwitching(sideDisplay, launcher, progress, quickPatience());
 }
 
 Verdict verdictFor(const Answers& answers, std::string_view assumption) {
@@ -329,15 +329,15 @@ TEST_F(MacProbeAnswers, without_a_session_nothing_but_that_is_claimed) {
 
 TEST_F(MacProbeAnswers, a_reading_of_tables_is_told_for_each_size) {
     boot(withMonitorsOwn(R"("gammaCapacity": 300)"));
-    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(side)).seen,
+    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(sideDisplay)).seen,
               "room for 2: the whole curve; room for 64: the whole curve; room for 256: the whole "
               "curve; room for 300: the whole curve; room for 600: the whole curve in 300 entries");
     boot(withMonitorsOwn(R"("gammaCapacity": 128, "gammaReading": "truncate")"));
-    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(side)).seen,
+    EXPECT_EQ(macprobe::answerOn(macprobe::readAtSeveralSizes(sideDisplay)).seen,
               "room for 2: the first entries; room for 64: the first entries; room for 128: the "
               "whole curve; room for 256: the whole curve in 128 entries");
     boot(readingTables({fails("CGGetDisplayTransferByTable").nth(2).withNull(), shortened(3)}));
-    EXPECT_TRUE(macprobe::answerOn(macprobe::readAtSeveralSizes(side))
+    EXPECT_TRUE(macprobe::answerOn(macprobe::readAtSeveralSizes(sideDisplay))
                     .seen.starts_with("room for 2: nothing; room for 64: another curve in 17 "
                                       "entries; room for 256: the whole curve; "));
 }
@@ -362,13 +362,13 @@ std::function<void(Mac&)> tintingAfter(const char* call, CGDirectDisplayID displ
 TEST_F(MacProbeAnswers, colours_that_somebody_else_changes_meanwhile_tell_nothing) {
     const std::vector<std::pair<std::string_view, Interference>> rows = {
         {"gamma-ends-with-process",
-         {"another process dims it and ends", tintingAfter("CGGetOnlineDisplayList", side)}},
+         {"another process dims it and ends", tintingAfter("CGGetOnlineDisplayList", sideDisplay)}},
         {"gamma-exit-leaves-others",
          {"another process dims it and ends", tintingAfter("CGGetOnlineDisplayList", 1)}},
         {"gamma-survives-changes",
-         {"it mirrors the main display", tintingAfter("CGGetOnlineDisplayList", side)}},
+         {"it mirrors the main display", tintingAfter("CGGetOnlineDisplayList", sideDisplay)}},
         {"gamma-ends-with-disabling",
-         {"it is connected again", tintingAfter("CGCompleteDisplayConfiguration", side)}},
+         {"it is connected again", tintingAfter("CGCompleteDisplayConfiguration", sideDisplay)}},
     };
     for (const auto& [assumption, interference] : rows) {
         const auto outcome = switchedOn(twoDisplays(), interference);

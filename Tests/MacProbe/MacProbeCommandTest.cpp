@@ -11,7 +11,7 @@
 
 namespace {
 
-const std::string twoDisplays =
+const std::string panelAndSide =
     scene({R"({ "id": 1, "main": true, "screenName": "Panel" })",
            R"({ "id": 2, "vendor": 7, "model": 8, "screenName": "Side" })"},
           {R"("macOS": "14.5", "processor": "arm64")"});
@@ -28,7 +28,7 @@ ProgramRun macprobe(const MacOnDisk& mac, const std::string& arguments,
 }
 
 TEST(MacProbeCommand, a_wrong_command_line_is_one_line_and_status_64) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     const std::vector<std::pair<std::string, std::string>> rows = {
         {"", "what shall it do?"},
         {"list", "'list' is no command"},
@@ -53,13 +53,13 @@ TEST(MacProbeCommand, a_wrong_command_line_is_one_line_and_status_64) {
 }
 
 TEST(MacProbeCommand, control_characters_of_a_word_do_not_reach_the_terminal) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     EXPECT_EQ(macprobe(mac, "\"$(printf 'a\\033[31mb')\"").errors,
               "macprobe: 'a?[31mb' is no command; try macprobe --help\n");
 }
 
 TEST(MacProbeCommand, help_and_version_are_told) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     EXPECT_EQ(macprobe(mac, "--version"), quiet(0, "macprobe " PROJECT_VERSION "\n"));
     const ProgramRun help = macprobe(mac, "--help");
     EXPECT_EQ(help.status, 0);
@@ -70,7 +70,7 @@ TEST(MacProbeCommand, help_and_version_are_told) {
 }
 
 TEST(MacProbeCommand, a_recorded_scene_is_one_that_the_simulated_mac_takes) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     const ProgramRun recorded = macprobe(mac, "scene");
     ASSERT_EQ(recorded.errors, "");
     const MacOnDisk again(recorded.output);
@@ -96,7 +96,7 @@ TEST(MacProbeCommand, properties_of_every_type_are_recorded) {
 }
 
 TEST(MacProbeCommand, a_closed_standard_stream_changes_nothing_else) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     EXPECT_EQ(macprobe(mac, "scene <&- 2>&-"), macprobe(mac, "scene"));
 }
 
@@ -110,7 +110,7 @@ TEST(MacProbeCommand, a_reading_and_a_wait_that_a_signal_interrupts_are_repeated
 }
 
 TEST(MacProbeCommand, what_cannot_be_written_is_told) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     for (const char* const command : {"scene", "ask", "--help"}) {
         EXPECT_EQ(macprobe(mac, std::string(command) + " >/dev/full"),
                   (ProgramRun{74, "", "macprobe: cannot write it\n"}));
@@ -138,7 +138,7 @@ TEST(MacProbeCommand, ask_without_a_session_says_so_beside_the_little_that_it_ca
 }
 
 TEST(MacProbeCommand, ask_prints_a_table_and_changes_nothing) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     const ProgramRun asked = macprobe(mac, "ask");
     EXPECT_EQ(asked.status, 0);
     EXPECT_EQ(asked.errors, "");
@@ -148,7 +148,7 @@ TEST(MacProbeCommand, ask_prints_a_table_and_changes_nothing) {
 }
 
 TEST(MacProbeCommand, nothing_is_switched_unless_it_is_told_yes) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     for (const char* const answer : {"", "no\\n", "y\\n", "YES\\n", "yes please\\n"}) {
         const ProgramRun asked = macprobe(mac, "ask --switching 2", answer);
         EXPECT_EQ(asked.status, 1) << answer;
@@ -160,7 +160,7 @@ TEST(MacProbeCommand, nothing_is_switched_unless_it_is_told_yes) {
 }
 
 TEST(MacProbeCommand, told_yes_it_answers_everything_and_puts_the_display_back) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     const auto before = mac.macsim({"show"});
     const ProgramRun asked = macprobe(mac, "ask --switching 2", "yes\\n");
     EXPECT_EQ(asked.status, 0) << asked.errors;
@@ -222,7 +222,7 @@ private:
 
 // Two tests that wait as long as a person would.
 TEST(MacProbeCommand, killed_with_the_display_off_it_has_it_back_within_half_a_minute) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     SwitchedOff off(mac);
     ASSERT_TRUE(off.isOff());
     off.asking().kill(SIGKILL);
@@ -231,7 +231,7 @@ TEST(MacProbeCommand, killed_with_the_display_off_it_has_it_back_within_half_a_m
 }
 
 TEST(MacProbeCommand, hanging_with_the_display_off_it_is_ended_and_the_display_comes_back) {
-    const MacOnDisk mac(twoDisplays);
+    const MacOnDisk mac(panelAndSide);
     SwitchedOff off(mac);
     ASSERT_TRUE(off.isOff());
     off.asking().kill(SIGSTOP);

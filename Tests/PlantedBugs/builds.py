@@ -31,11 +31,12 @@ def run(command, folder=PROJECT, seconds=None):
 
 
 def build_all():
-    """Everything as it is, in a folder of its own. Without the debug information links are quick."""
+    """Everything as it is, in a folder of its own. Without the debug information links are quick, and each
+    file has an object of its own."""
     (FOLDER / "Veilpane").unlink(missing_ok=True)  # a wrong one, if the last run was broken off
     linker = "-Wl,--strip-debug" + (" -fuse-ld=lld" if shutil.which("ld.lld") else "")
-    for command in (["cmake", "--preset", "linux", "-B", str(FOLDER), f"-DCMAKE_EXE_LINKER_FLAGS={linker}",
-                     f"-DCMAKE_SHARED_LINKER_FLAGS={linker}"],
+    for command in (["cmake", "--preset", "linux", "-B", str(FOLDER), "-DCMAKE_UNITY_BUILD=OFF",
+                     f"-DCMAKE_EXE_LINKER_FLAGS={linker}", f"-DCMAKE_SHARED_LINKER_FLAGS={linker}"],
                     ["cmake", "--build", str(FOLDER), "--target", *PROGRAMS, "macsim"]):
         done = run(command)
         if done.returncode != 0:

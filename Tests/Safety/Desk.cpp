@@ -9,15 +9,15 @@
 namespace safety {
 namespace {
 
-constexpr std::uint32_t entries = 256;
+constexpr std::uint32_t entriesOfTable = 256;
 
 Tables tablesOf(std::uint32_t id) {
     Tables tables;
     for (std::vector<float>& channel : tables) {
-        channel.resize(entries);
+        channel.resize(entriesOfTable);
     }
     const bool readable =
-        CGGetDisplayTransferByTable(id, entries, tables[0].data(), tables[1].data(),
+        CGGetDisplayTransferByTable(id, entriesOfTable, tables[0].data(), tables[1].data(),
                                     tables[2].data(), nullptr) == kCGErrorSuccess;
     return readable ? tables : Tables();
 }
@@ -71,13 +71,13 @@ void calibrate(simulated_mac::Mac& mac) {
     for (const auto& status : mac.displays()) {
         Tables tables;
         for (std::size_t channel = 0; channel < tables.size(); ++channel) {
-            for (std::uint32_t i = 0; i < entries; ++i) {
-                const float share = static_cast<float>(i) / static_cast<float>(entries - 1);
+            for (std::uint32_t i = 0; i < entriesOfTable; ++i) {
+                const float share = static_cast<float>(i) / static_cast<float>(entriesOfTable - 1);
                 tables[channel].push_back(share * (1.0F - 0.1F * static_cast<float>(channel)));
             }
         }
-        (void)CGSetDisplayTransferByTable(status.id, entries, tables[0].data(), tables[1].data(),
-                                          tables[2].data());
+        (void)CGSetDisplayTransferByTable(status.id, entriesOfTable, tables[0].data(),
+                                          tables[1].data(), tables[2].data());
     }
 }
 

@@ -6,13 +6,13 @@
 
 namespace {
 
-constexpr CGFloat iconSize = 48;
+constexpr CGFloat dockIconSize = 48;
 
 // Never released: once there, the Dock stays as long as the process.
 NSPanel* newDock() {
     const NSRect screen = [[NSScreen mainScreen] frame];
     const NSRect frame =
-        NSMakeRect(NSMidX(screen) - iconSize / 2, NSMinY(screen), iconSize, iconSize);
+        NSMakeRect(NSMidX(screen) - dockIconSize / 2, NSMinY(screen), dockIconSize, dockIconSize);
     NSPanel* const dock = [[NSPanel alloc] initWithContentRect:frame
                                                      styleMask:NSBorderlessWindowMask
                                                        backing:NSBackingStoreBuffered

@@ -7,7 +7,7 @@ namespace {
 
 constexpr CGFloat lineWidth = 1.4;
 
-NSBezierPath* roundedRect(NSRect rect, CGFloat radius) {
+NSBezierPath* symbolRect(NSRect rect, CGFloat radius) {
     NSBezierPath* const path = [NSBezierPath bezierPathWithRoundedRect:rect
                                                                xRadius:radius
                                                                yRadius:radius];
@@ -16,12 +16,12 @@ NSBezierPath* roundedRect(NSRect rect, CGFloat radius) {
 }
 
 void strokeScreen(NSRect rect) {
-    [roundedRect(rect, 2) stroke];
+    [symbolRect(rect, 2) stroke];
 }
 
 void fillStand(CGFloat middle, CGFloat screenBottom) {
     [[NSBezierPath bezierPathWithRect:NSMakeRect(middle - 1.7, 1.4, 3.4, screenBottom - 1.4)] fill];
-    [roundedRect(NSMakeRect(middle - 3.6, 0.7, 7.2, 1.4), 0.7) fill];
+    [symbolRect(NSMakeRect(middle - 3.6, 0.7, 7.2, 1.4), 0.7) fill];
 }
 
 void drawDisplay() {

@@ -8,10 +8,7 @@
 namespace mac_program {
 namespace {
 
-constexpr std::uint64_t pointerSize = 8;
-constexpr std::uint8_t plainPointer = 1;
-
-enum class Instruction : std::uint8_t {
+enum class BindInstruction : std::uint8_t {
     done = 0x00,
     setSmallLibrary = 0x10,
     setLibrary = 0x20,
@@ -41,41 +38,41 @@ public:
     std::vector<Binding> run() {
         while (!reader_.isAtEnd() && !isDone_) {
             const auto byte = reader_.read<std::uint8_t>();
-            carryOut(static_cast<Instruction>(byte & 0xF0), byte & 0x0F);
+            carryOut(static_cast<BindInstruction>(byte & 0xF0), byte & 0x0F);
         }
         return std::move(bindings_);
     }
 
 private:
-    void carryOut(Instruction instruction, std::uint8_t operand) {
+    void carryOut(BindInstruction instruction, std::uint8_t operand) {
         switch (instruction) {
-        case Instruction::done:
+        case BindInstruction::done:
             isDone_ = table_ != Table::lazy;
             return;
-        case Instruction::setSmallLibrary:
+        case BindInstruction::setSmallLibrary:
             return setLibrary(operand);
-        case Instruction::setLibrary:
+        case BindInstruction::setLibrary:
             return setLibrary(reader_.readUnsigned());
-        case Instruction::setSymbol:
+        case BindInstruction::setSymbol:
             return setSymbol(operand);
-        case Instruction::setType:
+        case BindInstruction::setType:
             return requireType(operand);
-        case Instruction::setAddend:
+        case BindInstruction::setAddend:
             next_.addend = reader_.readSigned();
             return;
-        case Instruction::setPlace:
+        case BindInstruction::setPlace:
             next_.place = segment(operand).address + reader_.readUnsigned();
             return;
-        case Instruction::advance:
+        case BindInstruction::advance:
             next_.place += reader_.readUnsigned();
             return;
-        case Instruction::bind:
+        case BindInstruction::bind:
             return bind(0);
-        case Instruction::bindAndAdvance:
+        case BindInstruction::bindAndAdvance:
             return bindAndAdvance();
-        case Instruction::bindAndAdvancePointers:
+        case BindInstruction::bindAndAdvancePointers:
             return bind(operand * pointerSize);
-        case Instruction::bindManyApart:
+        case BindInstruction::bindManyApart:
             return bindManyApart();
         }
         throw BadProgram("bind instruction " + hexadecimal(static_cast<std::uint8_t>(instruction)) +

@@ -17,7 +17,7 @@ const Segment& ProgramFile::segment(std::string_view name) const {
 
 void ProgramFile::requirePointerAt(std::uint64_t place) const {
     const bool isThere = std::ranges::any_of(segments, [&](const Segment& segment) {
-        return segment.isWritable && segment.holds(place, sizeof(std::uint64_t));
+        return segment.isWritable && segment.holds(place, pointerSize);
     });
     if (!isThere) {
         throw BadProgram("a pointer is to be written to " + hexadecimal(place) +
@@ -30,7 +30,7 @@ std::uint64_t ProgramFile::mostPointers() const {
     for (const Segment& segment : segments) {
         size += segment.isWritable ? segment.size : 0;
     }
-    return size / sizeof(std::uint64_t);
+    return size / pointerSize;
 }
 
 } // namespace mac_program

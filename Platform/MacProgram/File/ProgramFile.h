@@ -11,6 +11,10 @@
 
 namespace mac_program {
 
+constexpr std::uint64_t pointerSize = 8; ///< bytes, on every processor that is known here
+/// What is rebased or bound: all of a pointer, the one type that is in use.
+constexpr std::uint8_t plainPointer = 1;
+
 /// What the load commands of a program say. It refers to the bytes that it was read from.
 struct ProgramFile {
     Bytes bytes; ///< the slice

@@ -6,10 +6,7 @@
 namespace mac_program {
 namespace {
 
-constexpr std::uint64_t pointerSize = 8;
-constexpr std::uint8_t plainPointer = 1;
-
-enum class Instruction : std::uint8_t {
+enum class RebaseInstruction : std::uint8_t {
     done = 0x00,
     setType = 0x10,
     setPlace = 0x20,
@@ -30,35 +27,35 @@ public:
     std::vector<std::uint64_t> run() {
         while (!reader_.isAtEnd() && !isDone_) {
             const auto byte = reader_.read<std::uint8_t>();
-            carryOut(static_cast<Instruction>(byte & 0xF0), byte & 0x0F);
+            carryOut(static_cast<RebaseInstruction>(byte & 0xF0), byte & 0x0F);
         }
         return std::move(places_);
     }
 
 private:
-    void carryOut(Instruction instruction, std::uint8_t operand) {
+    void carryOut(RebaseInstruction instruction, std::uint8_t operand) {
         switch (instruction) {
-        case Instruction::done:
+        case RebaseInstruction::done:
             isDone_ = true;
             return;
-        case Instruction::setType:
+        case RebaseInstruction::setType:
             return requireType(operand);
-        case Instruction::setPlace:
+        case RebaseInstruction::setPlace:
             place_ = segment(operand).address + reader_.readUnsigned();
             return;
-        case Instruction::advance:
+        case RebaseInstruction::advance:
             place_ += reader_.readUnsigned();
             return;
-        case Instruction::advancePointers:
+        case RebaseInstruction::advancePointers:
             place_ += operand * pointerSize;
             return;
-        case Instruction::rebaseFew:
+        case RebaseInstruction::rebaseFew:
             return rebase(operand, 0);
-        case Instruction::rebaseMany:
+        case RebaseInstruction::rebaseMany:
             return rebase(reader_.readUnsigned(), 0);
-        case Instruction::rebaseAndAdvance:
+        case RebaseInstruction::rebaseAndAdvance:
             return rebase(1, reader_.readUnsigned());
-        case Instruction::rebaseManyApart: {
+        case RebaseInstruction::rebaseManyApart: {
             const std::uint64_t count = reader_.readUnsigned();
             return rebase(count, reader_.readUnsigned());
         }

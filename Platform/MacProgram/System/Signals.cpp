@@ -9,12 +9,12 @@
 namespace mac_program {
 namespace {
 
-constexpr int sameOnBoth[] = {SIGHUP, SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
-                              SIGFPE, SIGKILL, SIGSEGV, SIGPIPE, SIGALRM, SIGTERM};
+constexpr int sameSignals[] = {SIGHUP, SIGINT,  SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
+                               SIGFPE, SIGKILL, SIGSEGV, SIGPIPE, SIGALRM, SIGTERM};
 constexpr int macSignalCount = 32;
 
 void requireSame(int number) {
-    if (std::ranges::find(sameOnBoth, number) == std::end(sameOnBoth)) {
+    if (std::ranges::find(sameSignals, number) == std::end(sameSignals)) {
         refuse("signal " + std::to_string(number) + " is not known here");
     }
 }

@@ -87,14 +87,14 @@ int destroyAttributes(HeldAttributes* held) {
 }
 
 int setFlags(HeldAttributes* held, short flags) {
-    constexpr short sameOnBoth = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    constexpr short sameFlags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
     constexpr short macNewSession = 0x400;
-    if ((flags & ~(sameOnBoth | macNewSession)) != 0) {
+    if ((flags & ~(sameFlags | macNewSession)) != 0) {
         refuse("flags " + std::to_string(flags) + " of posix_spawn are not known here");
     }
     const int newSession = (flags & macNewSession) != 0 ? POSIX_SPAWN_SETSID : 0;
     return macErrorNumber(posix_spawnattr_setflags(
-        held->object, static_cast<short>((flags & sameOnBoth) | newSession)));
+        held->object, static_cast<short>((flags & sameFlags) | newSession)));
 }
 
 int setDefaultSignals(HeldAttributes* held, const MacSignalSet* signals) {

@@ -34,7 +34,7 @@ Landing landingIn(const Table& table, std::uint64_t place, bool isCaught = true)
         .landingFor(place, [&](const void*) { return isCaught; });
 }
 
-std::string complaintAbout(const Table& table, std::uint64_t place = 0x1015) {
+std::string complaintAboutTable(const Table& table, std::uint64_t place = 0x1015) {
     try {
         (void)landingIn(table, place, false);
         return "";
@@ -84,19 +84,19 @@ TEST(HandlerTable, what_is_damaged_is_refused) {
         {with(15, 0x3F), "tables of handlers reach outside the file"},
     };
     for (const auto& [table, complaint] : rows) {
-        EXPECT_EQ(complaintAbout(table), complaint);
+        EXPECT_EQ(complaintAboutTable(table), complaint);
     }
 }
 
 TEST(HandlerTable, every_beginning_of_a_table_is_refused) {
     for (Table table = good; !table.empty();) {
         table.pop_back();
-        EXPECT_NE(complaintAbout(table), "") << table.size() << " bytes";
+        EXPECT_NE(complaintAboutTable(table), "") << table.size() << " bytes";
     }
 }
 
 TEST(HandlerTable, a_call_in_no_row_must_not_throw) {
-    EXPECT_EQ(complaintAbout(good, 0x1005), "an exception leaves a call that must not throw");
+    EXPECT_EQ(complaintAboutTable(good, 0x1005), "an exception leaves a call that must not throw");
 }
 
 TEST(HandlerTable, a_table_outside_all_tables_is_refused) {

@@ -15,8 +15,8 @@ void TinyUnwinding::addTo(TinyProgram& program) const {
     words.insert(words.end(), personalities.begin(), personalities.end());
     const std::uint32_t pages[] = {begin, page, list, end, lastPage, page - handlersCut};
     words.insert(words.end(), std::begin(pages), std::end(pages));
-    for (const auto& [function, table] : handlers) {
-        words.push_back(function);
+    for (const auto& [handled, table] : handlers) {
+        words.push_back(handled);
         words.push_back(table);
     }
     // Of either kind: its entries begin after 12 bytes, and it has no encodings of its own.

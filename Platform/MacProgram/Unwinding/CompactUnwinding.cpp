@@ -10,7 +10,7 @@
 namespace mac_program {
 namespace {
 
-constexpr const char* what = "the entries of __unwind_info";
+constexpr const char* unwindEntries = "the entries of __unwind_info";
 
 /// Offsets in the table count from its beginning, those of functions from the code's beginning.
 class UnwindTable {
@@ -20,7 +20,7 @@ public:
         , bytes_(bytes)
         , code_(image.section("__text"))
         , handlerTables_(image.section("__gcc_except_tab")) {
-        ByteReader header(bytes_, what);
+        ByteReader header(bytes_, unwindEntries);
         if (header.read<std::uint32_t>() != 1) {
             throw BadProgram("the version of __unwind_info is not known here");
         }
@@ -64,8 +64,8 @@ private:
 
     [[nodiscard]] ByteReader at(std::uint32_t offset) const {
         return {partOf(bytes_, offset, bytes_.size() - std::min<std::size_t>(offset, bytes_.size()),
-                       what),
-                what};
+                       unwindEntries),
+                unwindEntries};
     }
 
     [[nodiscard]] std::vector<std::uint32_t> numbersAt(std::uint32_t offset,

@@ -5,7 +5,7 @@
 namespace mac_program {
 namespace {
 
-constexpr const char* what = "the entries of __eh_frame";
+constexpr const char* frameEntries = "the entries of __eh_frame";
 
 [[noreturn]] void refuseEntry() {
     throw BadProgram("an entry of __eh_frame is of a kind that is not known here");
@@ -30,7 +30,7 @@ public:
 
     [[nodiscard]] FrameEntry entryAt(std::uint32_t offset) const {
         const Bytes bytes = contentsAt(offset);
-        ByteReader fields(bytes, what);
+        ByteReader fields(bytes, frameEntries);
         // How far the shared part lies before this very number.
         const std::uint64_t place = offset + sizeof(std::uint32_t);
         const auto distance = fields.read<std::uint32_t>();
@@ -54,15 +54,16 @@ public:
 
 private:
     [[nodiscard]] Bytes contentsAt(std::uint32_t offset) const {
-        ByteReader start(partOf(section_, offset, sizeof(std::uint32_t), what), what);
+        ByteReader start(partOf(section_, offset, sizeof(std::uint32_t), frameEntries),
+                         frameEntries);
         const auto size = start.read<std::uint32_t>();
-        return partOf(section_, offset + sizeof(std::uint32_t), size, what);
+        return partOf(section_, offset + sizeof(std::uint32_t), size, frameEntries);
     }
 
     [[nodiscard]] CommonEntry commonAt(std::uint32_t offset) const {
         constexpr std::uint8_t distanceToPointer = 0x9B;
         constexpr std::uint8_t distance = 0x10;
-        ByteReader fields(contentsAt(offset), what);
+        ByteReader fields(contentsAt(offset), frameEntries);
         require(fields.read<std::uint32_t>() == 0 && fields.read<std::uint8_t>() == 1);
         const std::string kinds = fields.readText();
         require(kinds == "zPLR" || kinds == "zR");

@@ -8,7 +8,7 @@ namespace mac_program {
 namespace {
 
 // What the compiler writes. Those in the upper two bits have an operand in the lower six.
-enum class Instruction : std::uint8_t {
+enum class FrameInstruction : std::uint8_t {
     nothing = 0x00,
     advanceByByte = 0x02,
     advanceByTwoBytes = 0x03,
@@ -44,14 +44,14 @@ void FrameWalk::follow(Bytes instructions) {
 void FrameWalk::followOne(ByteReader& reader) {
     const auto byte = reader.read<std::uint8_t>();
     const std::uint8_t operand = byte & 0x3F;
-    switch (static_cast<Instruction>(byte & 0xC0)) {
-    case Instruction::advance:
+    switch (static_cast<FrameInstruction>(byte & 0xC0)) {
+    case FrameInstruction::advance:
         return;
-    case Instruction::savedAt:
+    case FrameInstruction::savedAt:
         requireRegister(operand);
         reader.readUnsigned();
         return;
-    case Instruction::restored:
+    case FrameInstruction::restored:
         return requireRegister(operand);
     default:
         return followNamed(byte, reader);
@@ -59,39 +59,39 @@ void FrameWalk::followOne(ByteReader& reader) {
 }
 
 void FrameWalk::followNamed(std::uint8_t instruction, ByteReader& reader) {
-    switch (static_cast<Instruction>(instruction)) {
-    case Instruction::nothing:
+    switch (static_cast<FrameInstruction>(instruction)) {
+    case FrameInstruction::nothing:
         return;
-    case Instruction::advanceByByte:
+    case FrameInstruction::advanceByByte:
         return reader.skip(1);
-    case Instruction::advanceByTwoBytes:
+    case FrameInstruction::advanceByTwoBytes:
         return reader.skip(2);
-    case Instruction::advanceByFourBytes:
+    case FrameInstruction::advanceByFourBytes:
         return reader.skip(4);
-    case Instruction::anySavedAt:
+    case FrameInstruction::anySavedAt:
         requireRegister(reader.readUnsigned());
         reader.readUnsigned();
         return;
-    case Instruction::anyRestored:
-    case Instruction::same:
+    case FrameInstruction::anyRestored:
+    case FrameInstruction::same:
         return requireRegister(reader.readUnsigned());
-    case Instruction::remember:
+    case FrameInstruction::remember:
         ++remembered_;
         return;
-    case Instruction::recall:
+    case FrameInstruction::recall:
         if (remembered_-- == 0) {
             throw BadProgram("an entry of __eh_frame recalls what it has not remembered");
         }
         return;
-    case Instruction::define:
+    case FrameInstruction::define:
         requireRegister(reader.readUnsigned());
         reader.readUnsigned();
         isDefined_ = true;
         return;
-    case Instruction::defineRegister:
+    case FrameInstruction::defineRegister:
         requireDefined();
         return requireRegister(reader.readUnsigned());
-    case Instruction::defineOffset:
+    case FrameInstruction::defineOffset:
         requireDefined();
         reader.readUnsigned();
         return;

@@ -7,7 +7,7 @@
 namespace mac_program {
 namespace {
 
-constexpr const char* what = "tables of handlers";
+constexpr const char* handlerTables = "tables of handlers";
 constexpr std::uint8_t omitted = 0xFF;
 
 // The lower half of an encoding tells the size; only offsets are read here.
@@ -37,16 +37,16 @@ HandlerTable::HandlerTable(Bytes tables, std::uint64_t place, FunctionRange func
     if (typeEncoding_ != omitted) {
         const std::uint64_t distance = reader.readUnsigned();
         types_ = offset + reader.position() + distance;
-        (void)partOf(reader.rest(), 0, distance, what);
+        (void)partOf(reader.rest(), 0, distance, handlerTables);
     }
     callEncoding_ = reader.read<std::uint8_t>();
     const std::uint64_t callSize = reader.readUnsigned();
-    calls_ = partOf(reader.rest(), 0, callSize, what);
+    calls_ = partOf(reader.rest(), 0, callSize, handlerTables);
     actions_ = offset + reader.position() + callSize;
 }
 
 Landing HandlerTable::landingFor(std::uint64_t place, const Catches& catches) const {
-    for (ByteReader calls(calls_, what); !calls.isAtEnd();) {
+    for (ByteReader calls(calls_, handlerTables); !calls.isAtEnd();) {
         const std::uint64_t offset = readOffset(calls, callEncoding_);
         const std::uint64_t size = readOffset(calls, callEncoding_);
         const std::uint64_t landing = readOffset(calls, callEncoding_);
@@ -67,7 +67,7 @@ Landing HandlerTable::landingFor(std::uint64_t place, const Catches& catches) co
 
 ByteReader HandlerTable::at(std::uint64_t offset) const {
     const std::uint64_t begin = std::min<std::uint64_t>(offset, tables_.size());
-    return {partOf(tables_, offset, tables_.size() - begin, what), what};
+    return {partOf(tables_, offset, tables_.size() - begin, handlerTables), handlerTables};
 }
 
 std::uint64_t HandlerTable::requireInFunction(std::uint64_t offset, std::uint64_t size) const {

@@ -18,7 +18,7 @@ IDs online() {
     return {displays.begin(), displays.begin() + count};
 }
 
-std::string sceneWith(const std::string& events) {
+std::string sceneWithEvents(const std::string& events) {
     return R"({ "displays": [ { "id": 1, "main": true }, { "id": 2 }, { "id": 3 } ],
                 "events": [ )" +
            events + " ] }";
@@ -43,7 +43,7 @@ TEST(Events, questions_too_answer_from_the_state_after_what_happens_before_them)
 }
 
 TEST(Events, of_a_scene_happen_around_the_nth_call_in_the_process) {
-    Mac::boot(sceneWith(R"({ "before": "CGDisplayIsOnline", "nth": 2, "do": "unplug 3" },
+    Mac::boot(sceneWithEvents(R"({ "before": "CGDisplayIsOnline", "nth": 2, "do": "unplug 3" },
                            { "after": "CGDisplayIsOnline", "nth": 3, "do": "plug 3" })"));
     EXPECT_TRUE(CGDisplayIsOnline(3));
     EXPECT_FALSE(CGDisplayIsOnline(3));
@@ -52,7 +52,7 @@ TEST(Events, of_a_scene_happen_around_the_nth_call_in_the_process) {
 }
 
 TEST(Events, a_star_counts_every_call_and_0_is_each_of_them) {
-    Mac::boot(sceneWith(R"({ "before": "*", "nth": 2, "do": "unplug 3" },
+    Mac::boot(sceneWithEvents(R"({ "before": "*", "nth": 2, "do": "unplug 3" },
                            { "after": "CGDisplayIsActive", "nth": 0, "do": "plug 3" })"));
     EXPECT_TRUE(CGDisplayIsMain(1));
     EXPECT_FALSE(CGDisplayIsActive(3));
@@ -138,7 +138,7 @@ TEST(Events, every_mistake_in_a_scene_is_one_line_that_names_the_key) {
     };
     for (const auto& [events, error] : rows) {
         try {
-            (void)Scene::parse(sceneWith(events), "s");
+            (void)Scene::parse(sceneWithEvents(events), "s");
             ADD_FAILURE() << events;
         } catch (const SceneError& thrown) {
             EXPECT_EQ(thrown.what(), error);

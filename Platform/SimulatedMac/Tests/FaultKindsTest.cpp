@@ -1,3 +1,4 @@
+#include "SimulatedMac/Tests/SkyLightList.h"
 #include "SimulatedMac/Tests/TransferToMonitor.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
@@ -6,7 +7,6 @@
 #include <IOKit/IOKitLib.h>
 
 #include <array>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -23,20 +23,12 @@ struct List {
     bool operator==(const List&) const = default;
 };
 
-using ListFunction = CGError(uint32_t, CGDirectDisplayID*, uint32_t*);
-
 /// Asks with room for `capacity` displays; what the call leaves alone stays 77.
 List ask(ListFunction* function, uint32_t capacity) {
     List list;
     list.displays.assign(capacity, 77);
     list.error = function(capacity, list.displays.data(), &list.count);
     return list;
-}
-
-ListFunction* skyLightList() {
-    void* const skyLight =
-        dlopen("/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight", RTLD_LAZY);
-    return reinterpret_cast<ListFunction*>(dlsym(skyLight, "SLSGetDisplayList"));
 }
 
 struct ListCase {

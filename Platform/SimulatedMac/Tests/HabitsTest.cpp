@@ -1,3 +1,4 @@
+#include "SimulatedMac/Tests/SkyLightList.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
 #include "SimulatedMac/World/MacState.h"
@@ -11,26 +12,18 @@ extern "C" {
 }
 
 #include <array>
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 namespace simulated_mac {
 namespace {
 
 using IDs = std::vector<uint32_t>;
-using ListFunction = CGError (*)(uint32_t, CGDirectDisplayID*, uint32_t*);
 
-IDs listOf(ListFunction function) {
+IDs listOf(ListFunction* function) {
     std::array<CGDirectDisplayID, 8> displays = {};
     uint32_t count = 0;
     EXPECT_EQ(function(8, displays.data(), &count), 0);
     return {displays.begin(), displays.begin() + count};
-}
-
-ListFunction skyLightList() {
-    void* const skyLight =
-        dlopen("/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight", RTLD_LAZY);
-    return reinterpret_cast<ListFunction>(dlsym(skyLight, "SLSGetDisplayList"));
 }
 
 void mirror(CGDirectDisplayID display, CGDirectDisplayID master, CGConfigureOption option) {
@@ -66,7 +59,7 @@ private:
     io_iterator_t iterator_ = IO_OBJECT_NULL;
 };
 
-int countOf(const char* className) {
+int serviceCount(const char* className) {
     return Services(className).countRest();
 }
 
@@ -76,14 +69,14 @@ const std::string twoMonitors = R"({ "displays": [ { "id": 1, "main": true },
 
 TEST(RegistryOfMonitors, nodes_vanish_with_the_cable_and_those_of_the_connector_stay) {
     Mac& mac = Mac::boot(twoMonitors);
-    EXPECT_EQ(countOf("IODisplayConnect"), 2);
+    EXPECT_EQ(serviceCount("IODisplayConnect"), 2);
     mac.unplug(2);
-    EXPECT_EQ(countOf("IODisplayConnect"), 1);
-    EXPECT_EQ(countOf("IOFramebuffer"), 3);
+    EXPECT_EQ(serviceCount("IODisplayConnect"), 1);
+    EXPECT_EQ(serviceCount("IOFramebuffer"), 3);
     mac.unplug(3);
-    EXPECT_EQ(countOf("IODisplayConnect"), 0);
+    EXPECT_EQ(serviceCount("IODisplayConnect"), 0);
     mac.plug(2);
-    EXPECT_EQ(countOf("IODisplayConnect"), 1);
+    EXPECT_EQ(serviceCount("IODisplayConnect"), 1);
     EXPECT_EQ(ledger::outstanding(), "");
 }
 
@@ -92,7 +85,7 @@ TEST(RegistryOfMonitors, children_of_a_connector_vanish_too) {
         { "class": "AppleIntelFramebuffer", "properties": { "DisplayID": 2 }, "children": [
           { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay" } ] } ] } ] })");
     mac.unplug(2);
-    EXPECT_EQ(countOf("AppleDisplay"), 0);
+    EXPECT_EQ(serviceCount("AppleDisplay"), 0);
     Services framebuffers("IOFramebuffer");
     io_object_t const framebuffer = framebuffers.next();
     io_iterator_t children = IO_OBJECT_NULL;
@@ -111,7 +104,7 @@ TEST(RegistryIterators, made_before_a_plugging_yield_nothing_after_it) {
     mac.plug(3);
     EXPECT_EQ(unplugged.countRest(), 0);
     EXPECT_EQ(pluggedAgain.countRest(), 0);
-    EXPECT_EQ(countOf("IOFramebuffer"), 3);
+    EXPECT_EQ(serviceCount("IOFramebuffer"), 3);
 }
 
 TEST(RegistryIterators, outlive_a_plugging_that_changes_nothing) {

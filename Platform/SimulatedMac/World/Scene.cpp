@@ -257,7 +257,7 @@ std::vector<RegistryNode> impliedRegistry(const Scene& scene) {
     return nodes;
 }
 
-std::optional<uint32_t> number(const json& properties, const char* key) {
+std::optional<uint32_t> numberOf(const json& properties, const char* key) {
     const auto property = properties.find(key);
     if (property == properties.end() || !property->is_number_integer()) {
         return std::nullopt;
@@ -267,12 +267,12 @@ std::optional<uint32_t> number(const json& properties, const char* key) {
 
 std::optional<uint32_t> displayNamedBy(const json& properties, const Scene& scene) {
     for (const SceneDisplay& display : scene.displays) {
-        if (number(properties, "DisplayID") == display.id) {
+        if (numberOf(properties, "DisplayID") == display.id) {
             return display.id;
         }
     }
-    const auto vendor = number(properties, "DisplayVendorID");
-    const auto product = number(properties, "DisplayProductID");
+    const auto vendor = numberOf(properties, "DisplayVendorID");
+    const auto product = numberOf(properties, "DisplayProductID");
     for (const SceneDisplay& display : scene.displays) {
         if (vendor == display.vendor && product == display.model) {
             return display.id;

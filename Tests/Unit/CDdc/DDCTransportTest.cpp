@@ -16,7 +16,7 @@ using DDCTransport = SimulatedMacTest;
 
 /// A scene with displays 2 (vendor 100, product 7), 3 and 4 (product 7 of no known vendor), and a
 /// registry of its own.
-std::string sceneWithRegistry(std::string_view nodes) {
+std::string ddcScene(std::string_view nodes) {
     return scene({R"({ "id": 1, "main": true, "vendor": 0, "model": 0 })",
                   R"({ "id": 2, "vendor": 100, "model": 7, "ddc": {} })",
                   R"({ "id": 3, "vendor": 100, "model": 8 })",
@@ -149,7 +149,7 @@ struct MatchCase {
 class FramebufferMatch : public SimulatedMacTest, public testing::WithParamInterface<MatchCase> {};
 
 TEST_P(FramebufferMatch, finds_the_framebuffer_by_its_rule) {
-    boot(sceneWithRegistry(GetParam().registry));
+    boot(ddcScene(GetParam().registry));
     const IORef framebuffer = copy_framebuffer_for_display(GetParam().display);
     ASSERT_EQ(static_cast<bool>(framebuffer), GetParam().found);
     if (framebuffer) {
@@ -230,21 +230,21 @@ TEST_F(DDCTransport, a_product_without_a_vendor_identifies_a_monitor) {
 }
 
 TEST_F(DDCTransport, a_single_i2c_framebuffer_serves_any_display) {
-    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer" },
+    boot(ddcScene(R"({ "class": "IOFramebuffer" },
         { "class": "IOFramebuffer", "i2cBuses": 1 })"));
     EXPECT_EQ(ddc_can_control(1), 1);
     EXPECT_EQ(ddc_can_control(77), 1);
 }
 
 TEST_F(DDCTransport, of_two_i2c_framebuffers_without_a_match_none_is_taken) {
-    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "i2cBuses": 1 },
+    boot(ddcScene(R"({ "class": "IOFramebuffer", "i2cBuses": 1 },
         { "class": "IOFramebuffer", "i2cBuses": 1 })"));
     EXPECT_FALSE(copy_framebuffer_for_display(2));
     EXPECT_EQ(ddc_set_vcp(2, 0x10, 1), DDCResultNoFramebuffer);
 }
 
 TEST_F(DDCTransport, a_framebuffer_whose_bus_count_cannot_be_read_is_no_candidate) {
-    Mac& mac = boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "i2cBuses": 1 })"));
+    Mac& mac = boot(ddcScene(R"({ "class": "IOFramebuffer", "i2cBuses": 1 })"));
     mac.failCall(fails("IOFBGetI2CInterfaceCount").with(-1));
     EXPECT_FALSE(copy_framebuffer_for_display(2));
 }
@@ -259,7 +259,7 @@ TEST_F(DDCTransport, a_failed_or_empty_registry_search_finds_nothing) {
 }
 
 TEST_F(DDCTransport, the_first_bus_that_yields_an_interface_wins) {
-    Mac& mac = boot(sceneWithRegistry(
+    Mac& mac = boot(ddcScene(
         R"({ "class": "IOFramebuffer", "i2cBuses": 3, "properties": { "DisplayID": 2 } })"));
     mac.failCall(fails("IOFBCopyI2CInterfaceForBus").with(-536870208));
     mac.failCall(fails("IOFBCopyI2CInterfaceForBus").nth(2).withNull());
@@ -268,7 +268,7 @@ TEST_F(DDCTransport, the_first_bus_that_yields_an_interface_wins) {
 }
 
 TEST_F(DDCTransport, without_a_bus_the_first_i2c_child_is_taken) {
-    boot(sceneWithRegistry(R"({ "class": "IOFramebuffer", "properties": { "DisplayID": 2 },
+    boot(ddcScene(R"({ "class": "IOFramebuffer", "properties": { "DisplayID": 2 },
         "children": [ { "class": "IODisplayConnect" }, { "class": "IOI2CInterface" },
                       { "class": "IOFramebufferI2CInterface" } ] })"));
     const IORef framebuffer = copy_framebuffer_for_display(2);

@@ -125,10 +125,13 @@ void noteFields(Call& call, const IOI2CRequest& request) {
         call.note("sendTransactionType", uint32_t(request.sendTransactionType));
     }
     noteUnlessZero(call, "replyTransactionType", request.replyTransactionType);
+    noteUnlessZero(call, "sendSubAddress", request.sendSubAddress);
     noteUnlessZero(call, "replyAddress", request.replyAddress);
+    noteUnlessZero(call, "replySubAddress", request.replySubAddress);
     noteUnlessZero(call, "replyBytes", request.replyBytes);
     noteUnlessZero(call, "minReplyDelay", request.minReplyDelay);
     noteUnlessZero(call, "commFlags", request.commFlags);
+    noteUnlessZero(call, "completion", request.completion != nullptr ? 1 : 0);
 }
 
 // The fields for replies count only when a reply is asked for.

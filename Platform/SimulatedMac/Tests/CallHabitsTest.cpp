@@ -206,6 +206,9 @@ TEST(I2CRequests, what_is_no_plain_write_is_refused_or_does_nothing_and_is_in_th
         {"minReplyDelay", [](auto& r) { r.minReplyDelay = 50; }, {}, 9, 50},
         {"replyBytes", [](auto& r) { r.replyBytes = 11; }, {}, 9, 11},
         {"replyAddress", [](auto& r) { r.replyAddress = 0x6F; }, {}, 9, 0x6F},
+        {"replySubAddress", [](auto& r) { r.replySubAddress = 0x51; }, {}, 9, 0x51},
+        {"sendSubAddress", [](auto& r) { r.sendSubAddress = 0x51; }, {}, 9, 0x51},
+        {"completion", [](auto& r) { r.completion = [](IOI2CRequest*) {}; }, {}, 9, 1},
     };
     for (const Row& row : rows) {
         Mac& mac = bootWithMonitor("");

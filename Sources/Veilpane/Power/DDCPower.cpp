@@ -34,20 +34,26 @@ DDCError DDCError::notSupported() {
     return {Reason::notSupported, "该显示器不支持 DDC 电源控制"};
 }
 
+std::optional<DDCError> DDCError::forResult(std::int32_t result, CGDirectDisplayID displayID) {
+    switch (result) {
+    case DDCResultSent:
+        return std::nullopt;
+    case DDCResultNoFramebuffer:
+        return noFramebuffer(displayID);
+    case DDCResultNoI2CInterface:
+        return noI2CInterface();
+    case DDCResultOpenFailed:
+        return openFailed();
+    default:
+        return sendFailed(result);
+    }
+}
+
 namespace {
 
 void throwUnlessSent(std::int32_t result, CGDirectDisplayID displayID) {
-    switch (result) {
-    case DDCResultSent:
-        return;
-    case DDCResultNoFramebuffer:
-        throw DDCError::noFramebuffer(displayID);
-    case DDCResultNoI2CInterface:
-        throw DDCError::noI2CInterface();
-    case DDCResultOpenFailed:
-        throw DDCError::openFailed();
-    default:
-        throw DDCError::sendFailed(result);
+    if (const auto error = DDCError::forResult(result, displayID)) {
+        throw *error;
     }
 }
 

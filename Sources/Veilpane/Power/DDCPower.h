@@ -21,6 +21,9 @@ public:
     static DDCError openFailed();
     /// For callers that have decided already that a display cannot be driven.
     static DDCError notSupported();
+    /// What a result of the transport (DDCResult) means; nothing for a message that was sent. Any
+    /// result that is not known is a failed sending, with its code.
+    static std::optional<DDCError> forResult(std::int32_t result, CGDirectDisplayID displayID);
 
     DDCError(const DDCError&) = default;
     DDCError& operator=(const DDCError&) = default;

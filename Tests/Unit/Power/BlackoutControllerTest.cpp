@@ -150,6 +150,18 @@ TEST_F(Blackout, brightness_comes_back_as_100) {
     EXPECT_EQ(mac.display(2).brightness, 100);
 }
 
+// The other way round the picture would be there for a moment, and dark.
+TEST_F(Blackout, the_backlight_is_bright_before_the_picture_comes_back) {
+    Mac& mac = boot(scene({main1, ddc2}));
+    controller().blackout(2);
+    mac.clearCalls();
+    controller().restore(2);
+    const auto made = calls({"IOI2CSendRequest", "CGSetDisplayTransferByTable"});
+    ASSERT_EQ(made.size(), 2u);
+    EXPECT_TRUE(made[0].starts_with("IOI2CSendRequest")) << made[0];
+    EXPECT_EQ(made[1], "CGSetDisplayTransferByTable(2, 256) = 0");
+}
+
 TEST_F(Blackout, brightness_that_was_not_zeroed_is_left_alone) {
     Mac& mac = boot(scene({main1, ddc2}));
     mac.failCall(fails("IOI2CSendRequest").with(1));

@@ -11,13 +11,17 @@ target_sources(TestSupport PRIVATE
 # The safety runs have a main function of their own, and take the rest.
 set_source_files_properties(Support/TestMainOnLinux.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 
+# CTest runs four tests at once, which suits those that wait. One that computes on two processors has them for
+# itself.
+set(ALL_PROCESSORS 4)
+
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
   # They are compiled more often than anybody waits for what they compute themselves.
   target_compile_options(${tests} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0>)
   add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
   # All tests of an executable together, under the sanitizers on a busy machine; a single one has its own.
-  set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS 2 TIMEOUT 2400)
+  set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS ${ALL_PROCESSORS} TIMEOUT 2400)
 endfunction()
 register_tests(UnitTests unit)
 register_tests(SimulatedMacTests simulated-mac)
@@ -61,7 +65,7 @@ else()
 endif()
 add_test(NAME Safety.faults_and_histories COMMAND Soak ${SOAK_SAMPLE})
 # Its processes are thousands of copies, which end without a look for leaks; the ledger is asked instead.
-set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS 2 TIMEOUT 1800
+set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS ${ALL_PROCESSORS} TIMEOUT 1800
   ENVIRONMENT ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0:quarantine_size_mb=8)
 
 find_package(X11 REQUIRED)
@@ -108,6 +112,7 @@ if(VEILPANE_SANITIZE)
 endif()
 # Most of them wait, as a person at a Mac would.
 register_tests(MacProbeTests mac-probe --jobs 4 ${probe_tests})
+set_tests_properties(MacProbeTests PROPERTIES PROCESSORS 2)
 
 target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm

@@ -1,6 +1,7 @@
-# The part of the simulated Mac that is the same on a real one.
+# The part of the simulated Mac that is the same on a real one: its hardware, window server and users, which
+# need nothing of the platform, and the calls by which a program sees them.
 set(SIMULATED_MAC ${CMAKE_CURRENT_LIST_DIR})
-set(SIMULATED_MAC_SOURCES
+set(SIMULATED_MAC_CALLS
   Calls/Applications.mm
   Calls/Beep.cpp
   Calls/Call.cpp
@@ -14,7 +15,8 @@ set(SIMULATED_MAC_SOURCES
   Calls/Registry.cpp
   Calls/Screens.mm
   Calls/SystemControl.cpp
-  Calls/UserDefaults.mm
+  Calls/UserDefaults.mm)
+set(SIMULATED_MAC_WORLD
   World/AttachedProcesses.cpp
   World/AttendedMac.cpp
   World/CallLog.cpp
@@ -44,4 +46,5 @@ set(SIMULATED_MAC_SOURCES
   World/StoredState.cpp
   World/TextFile.cpp
   World/Verbs.cpp)
-list(TRANSFORM SIMULATED_MAC_SOURCES PREPEND ${SIMULATED_MAC}/)
+list(TRANSFORM SIMULATED_MAC_CALLS PREPEND ${SIMULATED_MAC}/)
+list(TRANSFORM SIMULATED_MAC_WORLD PREPEND ${SIMULATED_MAC}/)

@@ -12,7 +12,7 @@ function(test_shipped architecture launcher tests reasons)
   add_dependencies(${tests} ${launcher})
   add_test(NAME ${name} COMMAND ${tests} ${ARGN})
   set_tests_properties(${name} PROPERTIES
-    PROCESSORS 2
+    PROCESSORS ${ALL_PROCESSORS}
     TIMEOUT 1800
     FIXTURES_REQUIRED no-call-yet-${name}
     FIXTURES_SETUP ${name}-has-run
@@ -38,6 +38,7 @@ endfunction()
 function(test_macprobe architecture launcher)
   test_shipped(${architecture} ${launcher} MacProbeTests uncalled-imports-of-macprobe.txt
     --jobs 4 --gtest_filter=MacProbeCommand.*)
+  set_tests_properties(shipped-${architecture}.MacProbeTests PROPERTIES PROCESSORS 2)
 endfunction()
 
 test_veilpane(x86_64 macrun)
@@ -52,7 +53,8 @@ set_tests_properties(shipped-x86_64.damage_is_found PROPERTIES LABELS shipped-x8
 add_executable(ShippedSoak Safety/Soak.cpp Safety/ShippedDelegate.mm Safety/ShippedProgram.cpp)
 target_link_libraries(ShippedSoak PRIVATE Safety MacProgram CompilerWarnings)
 add_test(NAME shipped-x86_64.faults_and_histories COMMAND ShippedSoak --faults 4000 --steps 12000)
-set_tests_properties(shipped-x86_64.faults_and_histories PROPERTIES LABELS shipped-x86_64 PROCESSORS 2
+set_tests_properties(shipped-x86_64.faults_and_histories PROPERTIES LABELS shipped-x86_64
+  PROCESSORS ${ALL_PROCESSORS}
   TIMEOUT 1800 ENVIRONMENT "VEILPANE_PROGRAM=${VEILPANE_SHIPPED_PROGRAM}")
 
 if(VEILPANE_SHIPPED_ARM64)

@@ -1,9 +1,5 @@
 // What a build under sanitizers starts with.
 
-#import <Foundation/Foundation.h>
-
-#include <sanitizer/lsan_interface.h>
-
 extern "C" {
 
 const char* __asan_default_options();
@@ -30,24 +26,4 @@ const char* __lsan_default_options() {
     return "print_suppressions=0";
 }
 
-extern const int simulatedMacSanitizerDefaults;
-const int simulatedMacSanitizerDefaults = 1;
-
 } // extern "C"
-
-/// Loaded with the program; its only task is to let GNUstep set up its user defaults, which leaks,
-/// before leaks are looked for.
-@interface SimulatedMacSanitizerDefaults : NSObject
-@end
-
-@implementation SimulatedMacSanitizerDefaults
-
-+ (void)load {
-    __lsan_disable();
-    @autoreleasepool {
-        [NSUserDefaults standardUserDefaults];
-    }
-    __lsan_enable();
-}
-
-@end

@@ -166,7 +166,7 @@ std::vector<std::string> SharedMemory::readLines(const char* name) const {
     return lines;
 }
 
-void SharedMemory::replaceAll(const std::vector<NewContent>& entries) const {
+void SharedMemory::replaceAll(std::initializer_list<NewContent> entries) const {
     locked([&] {
         for (const NewContent& written : entries) {
             std::string bytes;

@@ -197,7 +197,7 @@ std::vector<std::string> StateDirectory::readLines(const char* name) const {
     });
 }
 
-void StateDirectory::replaceAll(const std::vector<NewContent>& entries) const {
+void StateDirectory::replaceAll(std::initializer_list<NewContent> entries) const {
     orComplain([&] {
         std::list<UnfinishedFile> unfinished;
         for (const NewContent& newContent : entries) {

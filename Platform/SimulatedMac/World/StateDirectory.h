@@ -23,7 +23,7 @@ public:
     [[nodiscard]] nlohmann::json read(const char* name) const override;
     [[nodiscard]] std::vector<std::string> readLines(const char* name) const override;
     /// Nothing is replaced by what would be too large to be read again.
-    void replaceAll(const std::vector<NewContent>& entries) const override;
+    void replaceAll(std::initializer_list<NewContent> entries) const override;
     void append(const char* name, const std::string& lines) const override;
     void requireAppendable(const char* name) const override;
     void remove(const char* name) const override;

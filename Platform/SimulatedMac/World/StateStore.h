@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -45,10 +46,10 @@ public:
     }
     struct NewContent {
         const char* name;
-        nlohmann::json content;
+        const nlohmann::json& content; ///< for the time of the call
     };
     /// Replaces several entries, the last one last.
-    virtual void replaceAll(const std::vector<NewContent>& entries) const = 0;
+    virtual void replaceAll(std::initializer_list<NewContent> entries) const = 0;
     /// Adds whole lines, after a last line without its end is cut off.
     virtual void append(const char* name, const std::string& lines) const = 0;
     /// Ends the process unless lines can be added to the entry, or the entry can be made.

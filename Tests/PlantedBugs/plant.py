@@ -7,7 +7,7 @@ and after, and the last line gives the score. What is the same program in other 
 equal.txt beside this file, with the reason.
 
 The exit status is 0 when every wrong program was noticed, 1 when one survived, 2 for bad usage or when the
-tests fail by themselves. About an hour on two idle cores for everything.
+tests fail by themselves. Two idle cores judge six to nine in a minute; everything takes some hours.
 """
 import argparse
 import collections

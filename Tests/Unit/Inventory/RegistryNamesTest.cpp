@@ -112,6 +112,13 @@ TEST_F(RegistryNames, a_class_whose_search_fails_is_passed_over) {
     EXPECT_EQ(calls({"IOServiceGetMatchingServices"}).size(), 3u);
 }
 
+// Half of a surrogate pair ends the conversion.
+TEST_F(RegistryNames, a_name_that_utf8_cannot_express_is_none) {
+    Mac& mac = boot(twinsScene(monitor("IODisplay", "44048", "7", "\"Studio\"")));
+    mac.failCall(fails("CFStringGetBytes").every().with(3));
+    EXPECT_EQ(iokitDisplayName(2), std::nullopt);
+}
+
 TEST_F(RegistryNames, two_monitors_of_one_kind_get_the_first_entrys_name) {
     boot(twinsScene(monitor("IODisplay", "44048", "7", "\"Left\"") + ", " +
                     monitor("IODisplay", "44048", "7", "\"Right\"")));

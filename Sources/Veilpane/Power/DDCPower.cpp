@@ -53,7 +53,7 @@ namespace {
 
 void throwUnlessSent(std::int32_t result, CGDirectDisplayID displayID) {
     if (const auto error = DDCError::forResult(result, displayID)) {
-        throw *error;
+        throw DDCError(*error);
     }
 }
 

@@ -18,7 +18,7 @@ set(ALL_PROCESSORS 4)
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
   # They are compiled more often than anybody waits for what they compute themselves.
-  target_compile_options(${tests} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0>)
+  target_compile_options(${tests} PRIVATE -O0)
   add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
   # All tests of an executable together, under the sanitizers on a busy machine; a single one has its own.
   set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS ${ALL_PROCESSORS} TIMEOUT 2400)

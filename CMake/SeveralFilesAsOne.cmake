@@ -4,7 +4,7 @@
 option(CMAKE_UNITY_BUILD "Compile several files of the simulated Mac and of the tests as one" ON)
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 12)
 
-# compile_as_one(TARGET): the target's Objective-C++ files as well, of which CMake 3.25 knows nothing
+# compile_as_one(TARGET): the target's Objective-C++ files as well, which CMake does from 3.29 on only
 function(compile_as_one target)
   get_target_property(sources ${target} SOURCES)
   list(FILTER sources INCLUDE REGEX "[.]mm$")

@@ -48,3 +48,8 @@ set(SIMULATED_MAC_WORLD
   World/Verbs.cpp)
 list(TRANSFORM SIMULATED_MAC_CALLS PREPEND ${SIMULATED_MAC}/)
 list(TRANSFORM SIMULATED_MAC_WORLD PREPEND ${SIMULATED_MAC}/)
+
+# CMake 3.29 and later would compile Objective-C++ files together by itself, in batches that nobody has tried.
+set(objective_cxx ${SIMULATED_MAC_CALLS})
+list(FILTER objective_cxx INCLUDE REGEX "[.]mm$")
+set_source_files_properties(${objective_cxx} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)

@@ -33,13 +33,13 @@ test_preset() { # PRESET WHAT [CMAKE-OPTION…]
     build_preset "$@"
     step "build/$1-tests.log" "Testing $2" ctest --preset "$1"
     tail -n 25 "build/$1-tests.log"
-    tell_called_imports "build/$1/Testing/Temporary/LastTest.log"
+    tell_counts "build/$1/Testing/Temporary/LastTest.log"
 }
 
 # CTest keeps to itself what a test prints that passes.
-tell_called_imports() { # LOG
+tell_counts() { # LOG
     [ ! -e "$1" ] || awk '/^[0-9]+\/[0-9]+ Test: / { test = $3 }
-        / imported functions are called$/ { print test ": " $0 }' "$1"
+        / imported functions are called$| fault runs, .* violations$/ { print test ": " $0 }' "$1"
 }
 
 set_up() { # [for all]
@@ -86,6 +86,7 @@ test_all() {
 run_all() {
     set_up all
     step build/lint.log "Checking form" sh Scripts/lint.sh
+    step build/analysis.log "Looking for leaks and null pointers" sh Scripts/analyze.sh
     test_preset macos-cross "the program for a Mac"
     build_for_arm64
     test_preset linux "what Linux runs, and the program for a Mac on Linux" \

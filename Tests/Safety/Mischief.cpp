@@ -20,8 +20,8 @@ std::vector<std::int64_t> errorCodes(const std::string& call) {
     if (call == "posix_spawn") {
         return {2, 12, 13}; // ENOENT, ENOMEM, EACCES
     }
-    // kCGErrorFailure, kCGErrorIllegalArgument, kCGErrorCannotComplete, kCGErrorNoneAvailable
-    return {1000, 1001, 1004, 1011};
+    // CGError.h's, but for 0: 1005, 1009 and above 1011 are none.
+    return {1000, 1001, 1002, 1003, 1004, 1006, 1007, 1008, 1010, 1011};
 }
 
 class Ways {
@@ -80,8 +80,7 @@ void addSpecial(Ways& ways, simulated_mac::CallFaults faults) {
 
 void addStatus(Ways& ways, const std::string& call, const simulated_mac::SimulatedCall& known) {
     for (const std::int64_t code : errorCodes(call)) {
-        // Tables that are not set leave a picture where there should be none.
-        ways.addReturned(code, call == "CGSetDisplayTransferByTable");
+        ways.addReturned(code, false);
         if ((known.faults & simulated_mac::failuresWithEffect) != 0) {
             ways.addReturned(code, true, true);
         }

@@ -1,6 +1,5 @@
 #include "Safety/Operation.h"
 
-#include "Safety/Rules.h"
 #include "Safety/TestedProgram.h"
 #include "SimulatedMac/World/Ledger.h"
 
@@ -106,7 +105,7 @@ std::string Program::promised(const Operation& operation, bool misled) {
         break;
     case Kind::commandOff:
     case Kind::commandOn:
-        return commanded(operation);
+        return commanded(operation, misled);
     case Kind::commandList:
         (void)tested_program::run({"--list"});
         (void)promise.listDisplays();
@@ -118,9 +117,9 @@ std::string Program::promised(const Operation& operation, bool misled) {
     return {};
 }
 
-std::string Program::switched(const Operation& operation, bool misled) {
+Switching Program::beginSwitching(const Operation& operation, bool misled) {
     Switching done;
-    done.on = operation.kind == Kind::on;
+    done.on = operation.kind == Kind::on || operation.kind == Kind::commandOn;
     done.id = operation.id;
     done.misled = misled;
     done.wasUnderBlackout = memory_.blackouts.contains(operation.id);
@@ -133,20 +132,36 @@ std::string Program::switched(const Operation& operation, bool misled) {
     }
     done.blackByAnother = blackFromBefore_.contains(operation.id);
     done.tablesBeforeBlackout = tablesBefore_[operation.id];
-    done.outcome = tested_program::setPower(done.on, operation.id);
+    return done;
+}
+
+Outcome Program::endSwitching(Switching& done) {
     done.after = lookAt(mac_);
     done.resetAllTables = std::ranges::find(calls_, "CGDisplayRestoreColorSyncSettings",
                                             &LoggedCall::call) != calls_.end();
+    done.onlineUnknown = std::ranges::any_of(calls_, [](const LoggedCall& call) {
+        return call.call == "CGGetOnlineDisplayList" && call.result != 0;
+    });
+    done.tablesRefused = std::ranges::any_of(calls_, [](const LoggedCall& call) {
+        return call.call == "CGSetDisplayTransferByTable" && call.result != 0;
+    });
     Promise promise(calls_, memory_);
-    const Outcome outcome = promise.setPower(done.on, operation.id);
+    const Outcome promised = promise.setPower(done.on, done.id);
     promise.requireEnd();
     if (!done.wasUnderBlackout) {
-        const auto target = done.before.displays.find(operation.id);
-        const bool areKnown = !misled && target != done.before.displays.end();
-        tablesBefore_[operation.id] = areKnown ? target->second.tables : Tables();
+        const auto target = done.before.displays.find(done.id);
+        const bool areKnown = !done.misled && target != done.before.displays.end();
+        tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
     }
-    if (outcome != done.outcome) {
-        return "says: " + described(done.outcome) + "; promised: " + described(outcome);
+    return promised;
+}
+
+std::string Program::switched(const Operation& operation, bool misled) {
+    Switching done = beginSwitching(operation, misled);
+    done.outcome = tested_program::setPower(done.on, done.id);
+    const Outcome promised = endSwitching(done);
+    if (promised != done.outcome) {
+        return "says: " + described(done.outcome) + "; promised: " + described(promised);
     }
     return brokenRule(done);
 }
@@ -166,18 +181,18 @@ std::string Program::listed() {
     return std::ranges::is_sorted(rows, comesFirst) ? "" : "the list is out of order";
 }
 
-std::string Program::commanded(const Operation& operation) {
-    const bool on = operation.kind == Kind::commandOn;
+std::string Program::commanded(const Operation& operation, bool misled) {
+    Switching done = beginSwitching(operation, misled);
     const auto ran =
-        tested_program::run({"--power", on ? "on" : "off", std::to_string(operation.id)});
-    Promise promise(calls_, memory_);
-    const Outcome outcome = promise.setPower(on, operation.id);
-    promise.requireEnd();
-    if (ran.output != printed(outcome)) {
-        return "prints: " + ran.output + "; promised: " + printed(outcome);
+        tested_program::run({"--power", done.on ? "on" : "off", std::to_string(done.id)});
+    done.outcome = endSwitching(done);
+    if (ran.output != printed(done.outcome)) {
+        return "prints: " + ran.output + "; promised: " + printed(done.outcome);
     }
-    return ran.status == (outcome.success ? 0 : 1) ? ""
-                                                   : "exit status " + std::to_string(ran.status);
+    if (ran.status != (done.outcome.success ? 0 : 1)) {
+        return "exit status " + std::to_string(ran.status);
+    }
+    return brokenRule(done);
 }
 
 // What it switches off it switches on again, unless the Mac refuses that.

@@ -2,6 +2,7 @@
 
 #include "Safety/Desk.h"
 #include "Safety/Promise.h"
+#include "Safety/Rules.h"
 
 #include <cstdint>
 #include <map>
@@ -50,9 +51,14 @@ public:
 private:
     void note(const LoggedCall& call);
     [[nodiscard]] std::string promised(const Operation& operation, bool misled);
+    /// Before the program switches; the outcome and the desk afterwards are still to come.
+    [[nodiscard]] Switching beginSwitching(const Operation& operation, bool misled);
+    /// After it has: what it ought to have said. Throws BrokenPromise for another call than
+    /// promised.
+    [[nodiscard]] Outcome endSwitching(Switching& done);
     [[nodiscard]] std::string switched(const Operation& operation, bool misled);
     [[nodiscard]] std::string listed();
-    [[nodiscard]] std::string commanded(const Operation& operation);
+    [[nodiscard]] std::string commanded(const Operation& operation, bool misled);
     [[nodiscard]] std::string selfTested(bool misled);
 
     simulated_mac::Mac& mac_;

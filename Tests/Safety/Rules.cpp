@@ -85,8 +85,12 @@ bool isOff(const Sight& sight, const Switching& done) {
            done.wasUnderBlackout;
 }
 
+// Two limits are known: nobody looks whether colour tables were set, and without the list of what
+// is online a remembered display counts as off.
 std::string missingEffect(const Switching& done) {
-    if (!done.outcome.success || !isThere(done.after, done.id)) {
+    const bool countsAsOff = !done.on && done.onlineUnknown && done.before.stored.contains(done.id);
+    if (!done.outcome.success || !isThere(done.after, done.id) || done.tablesRefused ||
+        countsAsOff) {
         return {};
     }
     const Sight& sight = done.after.at(done.id);
@@ -97,7 +101,8 @@ std::string missingEffect(const Switching& done) {
 // Whoever has calibrated a display gets its own tables back, each for its colour.
 std::string otherColours(const Switching& done) {
     if (!done.on || !done.outcome.success || !done.wasUnderBlackout || done.resetAllTables ||
-        done.tablesBeforeBlackout[0].empty() || !isThere(done.after, done.id)) {
+        done.tablesRefused || done.tablesBeforeBlackout[0].empty() ||
+        !isThere(done.after, done.id)) {
         return {};
     }
     const Tables& tables = done.after.at(done.id).tables;

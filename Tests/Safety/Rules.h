@@ -21,6 +21,10 @@ struct Switching {
     bool wasUnderBlackout = false;
     /// It was black already, by another program, when this process's BlackOut began or would have.
     bool blackByAnother = false;
+    /// The window server did not tell which displays are online: a remembered one counts as off.
+    bool onlineUnknown = false;
+    /// The window server refused to set colour tables, which no outcome tells.
+    bool tablesRefused = false;
     /// The one way back from tables that could not be read resets those of all displays.
     bool resetAllTables = false;
     /// What it showed when this process's BlackOut began; empty when that is not known.

@@ -34,37 +34,27 @@ DDCError DDCError::notSupported() {
     return {Reason::notSupported, "该显示器不支持 DDC 电源控制"};
 }
 
-std::optional<DDCError> DDCError::forResult(std::int32_t result, CGDirectDisplayID displayID) {
+void DDC::requireSent(std::int32_t result, CGDirectDisplayID displayID) {
     switch (result) {
     case DDCResultSent:
-        return std::nullopt;
+        return;
     case DDCResultNoFramebuffer:
-        return noFramebuffer(displayID);
+        throw DDCError::noFramebuffer(displayID);
     case DDCResultNoI2CInterface:
-        return noI2CInterface();
+        throw DDCError::noI2CInterface();
     case DDCResultOpenFailed:
-        return openFailed();
+        throw DDCError::openFailed();
     default:
-        return sendFailed(result);
+        throw DDCError::sendFailed(result);
     }
 }
-
-namespace {
-
-void throwUnlessSent(std::int32_t result, CGDirectDisplayID displayID) {
-    if (const auto error = DDCError::forResult(result, displayID)) {
-        throw DDCError(*error);
-    }
-}
-
-} // namespace
 
 void DDC::setVCP(std::uint8_t code, std::uint16_t value, CGDirectDisplayID displayID) {
-    throwUnlessSent(ddc_set_vcp(displayID, code, value), displayID);
+    requireSent(ddc_set_vcp(displayID, code, value), displayID);
 }
 
 void DDC::setPower(bool on, CGDirectDisplayID displayID) {
-    throwUnlessSent(ddc_set_power(displayID, on), displayID);
+    requireSent(ddc_set_power(displayID, on), displayID);
 }
 
 } // namespace veilpane

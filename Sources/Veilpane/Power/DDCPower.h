@@ -21,9 +21,6 @@ public:
     static DDCError openFailed();
     /// For callers that have decided already that a display cannot be driven.
     static DDCError notSupported();
-    /// What a result of the transport (DDCResult) means; nothing for a message that was sent. Any
-    /// result that is not known is a failed sending, with its code.
-    static std::optional<DDCError> forResult(std::int32_t result, CGDirectDisplayID displayID);
 
     DDCError(const DDCError&) = default;
     DDCError& operator=(const DDCError&) = default;
@@ -56,6 +53,10 @@ void setVCP(std::uint8_t code, std::uint16_t value, CGDirectDisplayID displayID)
 
 /// Wakes the monitor or puts it in standby. Throws DDCError.
 void setPower(bool on, CGDirectDisplayID displayID);
+
+/// Throws the DDCError that a result of the transport (DDCResult) stands for, unless the message
+/// was sent. One that is not known is a failed sending, with its code.
+void requireSent(std::int32_t result, CGDirectDisplayID displayID);
 
 } // namespace DDC
 

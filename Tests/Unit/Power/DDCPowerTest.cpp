@@ -87,13 +87,10 @@ TEST_F(DDCPower, each_result_code_becomes_its_error) {
 
 TEST_F(DDCPower, a_result_that_is_not_known_is_a_failed_sending) {
     for (const std::int32_t result : {5, -1, std::numeric_limits<std::int32_t>::min()}) {
-        const auto error = DDCError::forResult(result, 2);
-        ASSERT_TRUE(error) << result;
-        EXPECT_EQ(error->reason(), DDCError::Reason::sendFailed);
-        EXPECT_EQ(error->code(), result);
-        EXPECT_EQ(error->description(), "DDC 发送失败 (code " + std::to_string(result) + ")");
+        EXPECT_EQ(textThrownBy([result] { DDC::requireSent(result, 2); }),
+                  "DDC 发送失败 (code " + std::to_string(result) + ")");
     }
-    EXPECT_FALSE(DDCError::forResult(0, 2));
+    EXPECT_NO_THROW(DDC::requireSent(0, 2));
 }
 
 TEST_F(DDCPower, the_largest_display_id_is_written_unsigned) {

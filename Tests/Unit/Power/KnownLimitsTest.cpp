@@ -291,6 +291,22 @@ TEST_F(KnownLimits, a_kill_right_after_the_change_leaves_a_display_off_that_nobo
     EXPECT_FALSE(mac.storedDefaults().contains(storedKey));
 }
 
+TEST_F(KnownLimits, a_remembered_display_counts_as_off_while_the_online_list_fails) {
+    Mac& mac = boot(scene({main1, plain2}, {remembered("[2]")}));
+    mac.failCall(fails("CGGetOnlineDisplayList").every().with(1000));
+    const PowerResult result = DisplayPower::setPower(false, 2);
+    EXPECT_TRUE(result.success);
+    EXPECT_EQ(result.message, "显示器已断开");
+    EXPECT_TRUE(mac.display(2).lit);
+}
+
+TEST_F(KnownLimits, a_blackout_whose_tables_macos_refuses_is_told_as_done) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    mac.failCall(fails("CGSetDisplayTransferByTable").with(1000));
+    EXPECT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_EQ(mac.display(2).gamma, "normal");
+}
+
 TEST_F(KnownLimits, a_blackout_that_ends_with_its_process_leaves_the_brightness_at_0) {
     Mac& mac = boot(scene({main1, ddc2}, {noSkyLight}));
     inChildProcess([&mac] {

@@ -83,7 +83,7 @@ class TestScript(InATemporaryHome):
         (self.project / "Scripts").mkdir(parents=True)
         for script in ("test.sh", "arguments.sh", "steps.sh"):
             shutil.copy(PROJECT / "Scripts" / script, self.project / "Scripts")
-        for script in ("bootstrap.sh", "fetch-tools.sh", "lint.sh", "fuzz.sh"):
+        for script in ("bootstrap.sh", "fetch-tools.sh", "lint.sh", "analyze.sh", "fuzz.sh"):
             write_script(self.project / "Scripts" / script, LOGGED)
         write_script(self.home / "bin" / "cmake", LOGGED)
         write_script(self.home / "bin" / "ctest", FAKE_CTEST)

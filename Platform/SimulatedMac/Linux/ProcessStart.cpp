@@ -1,10 +1,26 @@
 #include "SimulatedMac/World/ProcessStart.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
 namespace simulated_mac {
+namespace {
+
+// A process whose first thread has ended lives on in the others, as an emulator's does for a
+// moment. It may end while they are counted.
+bool hasOtherThreads(const std::string& pid) {
+    int threads = 0;
+    std::error_code error;
+    for (std::filesystem::directory_iterator all("/proc/" + pid + "/task", error), end; all != end;
+         all.increment(error)) {
+        ++threads;
+    }
+    return threads > 1;
+}
+
+} // namespace
 
 // Field 22 of the first thread's stat: an emulator of another processor makes up the process's own
 // file for the process itself, with a time that nobody else reads. The second field, a name in
@@ -22,7 +38,7 @@ std::optional<uint64_t> startTime(int pid) {
     std::istringstream fields(line.substr(nameEnd + 1));
     std::string field;
     fields >> field;
-    if (field == "Z") {
+    if (field == "Z" && !hasOtherThreads(number)) {
         return std::nullopt;
     }
     for (int i = 4; i <= 22; ++i) {

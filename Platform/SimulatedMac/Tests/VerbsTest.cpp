@@ -32,6 +32,10 @@ TEST(Verbs, of_people_and_other_programs_act_on_the_mac) {
     EXPECT_FALSE(mac.display(3).connected);
     EXPECT_EQ(perform("plug 3"), "");
     EXPECT_TRUE(mac.display(3).connected);
+    EXPECT_EQ(perform("disable 3"), "");
+    EXPECT_TRUE(mac.display(3).connected && !mac.display(3).enabled);
+    EXPECT_EQ(perform("enable 3"), "");
+    EXPECT_TRUE(mac.display(3).lit);
     EXPECT_EQ(perform("main 3"), "");
     EXPECT_TRUE(mac.display(3).main);
     EXPECT_EQ(perform("mirror 2 3"), "");
@@ -67,11 +71,13 @@ TEST(Verbs, that_change_ids_tell_which) {
 
 TEST(Verbs, what_another_program_arranges_stays_after_a_restart) {
     Mac& mac = Mac::boot(Scene::desk());
+    perform("disable 1");
     perform("main 3");
-    perform("mirror 2 1");
+    perform("mirror 2 3");
     perform("reboot");
+    EXPECT_FALSE(mac.display(1).enabled);
     EXPECT_TRUE(mac.display(3).main);
-    EXPECT_EQ(mac.display(2).mirrors, 1u);
+    EXPECT_EQ(mac.display(2).mirrors, 3u);
 }
 
 TEST(Verbs, a_bad_line_is_one_line_and_nothing_is_done) {
@@ -89,6 +95,10 @@ TEST(Verbs, a_bad_line_is_one_line_and_nothing_is_done) {
         {"plug 2 --as 0", "plug: 0 is no display"},
         {"plug 2 --as 1", "display 1 is plugged in"},
         {"plug 9 --as 4", "no display 9"},
+        {"enable", "enable: takes one display ID"},
+        {"enable 3", "display 3 is not plugged in"},
+        {"disable 2 3", "disable: takes one display ID"},
+        {"disable 3", "display 3 is not online"},
         {"main", "main: takes one display ID"},
         {"main 9", "no display 9"},
         {"main 3", "display 3 is not online"},

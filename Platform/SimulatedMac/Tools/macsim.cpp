@@ -25,8 +25,9 @@ using Arguments = std::vector<std::string>;
 
 constexpr const char* usage =
     "usage: macsim show [--json] | calls [--json | --clear] | defaults [--json] | desk FILE.png |\n"
-    "              unplug ID | plug ID [--as NEW] | main ID | mirror ID MASTER | sleep | wake |\n"
-    "              lid close | lid open | logout | reboot [--renumber] | reset\n";
+    "              unplug ID | plug ID [--as NEW] | disable ID | enable ID | main ID |\n"
+    "              mirror ID MASTER | sleep | wake | lid close | lid open | logout |\n"
+    "              reboot [--renumber] | reset\n";
 
 /// A command line that asks for nothing that macsim does.
 struct UsageError : std::runtime_error {

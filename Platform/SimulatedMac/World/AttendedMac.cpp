@@ -76,6 +76,26 @@ void AttendedMac::openLid() {
     change([id = builtinDisplay(*this)](MacState& state) { state.openLid(id); });
 }
 
+void AttendedMac::enable(uint32_t id) {
+    (void)displayOf(*this, id);
+    change([id](MacState& state) {
+        if (!state.isConnected(id)) {
+            throw std::invalid_argument("display " + std::to_string(id) + " is not plugged in");
+        }
+        state.setEnabled(id, true, true);
+        state.finishConfiguration(true);
+    });
+}
+
+void AttendedMac::disable(uint32_t id) {
+    (void)displayOf(*this, id);
+    change([id](MacState& state) {
+        requireOnline(state, id);
+        state.setEnabled(id, false, true);
+        state.finishConfiguration(true);
+    });
+}
+
 void AttendedMac::makeMain(uint32_t id) {
     (void)displayOf(*this, id);
     change([id](MacState& state) {

@@ -47,7 +47,9 @@ public:
     void reset();
 
     // What another program does, as System Settings would: permanently. The displays must be
-    // online.
+    // online, one that is enabled plugged in.
+    void enable(uint32_t id);
+    void disable(uint32_t id);
     void makeMain(uint32_t id);
     /// Master 0 ends it. The master must be another display.
     void mirror(uint32_t id, uint32_t master);

@@ -90,6 +90,16 @@ OutsideAction plug(const Words& words) {
     return silent({id}, [id](AttendedMac& mac) { mac.plug(id); });
 }
 
+OutsideAction enable(const Words& words) {
+    const uint32_t id = onlyDisplayID(words);
+    return silent({id}, [id](AttendedMac& mac) { mac.enable(id); });
+}
+
+OutsideAction disable(const Words& words) {
+    const uint32_t id = onlyDisplayID(words);
+    return silent({id}, [id](AttendedMac& mac) { mac.disable(id); });
+}
+
 OutsideAction makeMain(const Words& words) {
     const uint32_t id = onlyDisplayID(words);
     return silent({id}, [id](AttendedMac& mac) { mac.makeMain(id); });
@@ -151,9 +161,9 @@ using Parser = OutsideAction (*)(const Words&);
 
 const std::map<std::string, Parser>& parsers() {
     static const std::map<std::string, Parser> all = {
-        {"unplug", unplug}, {"plug", plug},   {"main", makeMain}, {"mirror", mirror},
-        {"sleep", sleep},   {"wake", wake},   {"lid", lid},       {"logout", logOut},
-        {"reboot", reboot}, {"reset", reset},
+        {"unplug", unplug},   {"plug", plug},     {"enable", enable}, {"disable", disable},
+        {"main", makeMain},   {"mirror", mirror}, {"sleep", sleep},   {"wake", wake},
+        {"lid", lid},         {"logout", logOut}, {"reboot", reboot}, {"reset", reset},
     };
     return all;
 }

@@ -3,13 +3,15 @@
 
 A row's last column holds nothing but tests in backticks, `Suite.test`; of a parameterised one
 `Instantiation/Suite.test`, for one of its parameters with `/name` after it. Each must be a test in a file
-below Tests/. What is no test is printed, and ends the check with status 1.
+below Tests/. Each limit that the safety runs excuse must be in a row. What is not so is printed, and ends
+the check with status 1.
 """
 import pathlib
 import re
 import sys
 
 PAGE = "Docs/KnownLimits.md"
+EXCUSES = "Tests/Safety/KnownLies.cpp"
 TEST = re.compile(r"\bTEST(_F|_P)?\(\s*(\w+),\s*(\w+)\s*\)")
 INSTANTIATION = re.compile(r"\bINSTANTIATE_TEST_SUITE_P\(\s*(\w+),\s*(\w+)\s*,")
 PINNED = re.compile(r"`[^`]+`(, `[^`]+`)*")
@@ -52,6 +54,15 @@ def problems(project):
                 yield f"{PAGE}:{number}: '{name}' is no test"
 
 
+def missing_rows(project):
+    page = (project / PAGE).read_text(encoding="utf-8")
+    excuses = project / EXCUSES
+    text = excuses.read_text(encoding="utf-8") if excuses.is_file() else ""
+    for name in re.findall(r'"([\w/]+\.[a-z]+_\w+)"', text):
+        if f"`{name}`" not in page:
+            yield f"{EXCUSES}: '{name}' is in no row of {PAGE}"
+
+
 def main(arguments):
     if "--help" in arguments:
         print("usage: check_limits.py [PROJECT]\n\n" + __doc__, end="")
@@ -61,7 +72,7 @@ def main(arguments):
     project = pathlib.Path(arguments[0] if arguments else ".")
     if not (project / PAGE).is_file():
         sys.exit(f"check_limits.py: {project / PAGE}: no such file")
-    found = list(problems(project))
+    found = list(problems(project)) + list(missing_rows(project))
     for problem in found:
         print(problem, file=sys.stderr)
     return 1 if found else 0

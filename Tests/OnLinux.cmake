@@ -49,10 +49,13 @@ add_library(Safety STATIC
   Safety/FaultRuns.cpp
   Safety/Forked.cpp
   Safety/History.cpp
+  Safety/KnownLies.cpp
   Safety/Mischief.cpp
+  Safety/Model.cpp
   Safety/Operation.cpp
   Safety/Promise.cpp
   Safety/Rules.cpp
+  Safety/SelfTestReport.cpp
   Safety/Situations.cpp)
 target_link_libraries(Safety PUBLIC TestSupport PRIVATE CompilerWarnings)
 add_executable(Soak Safety/Soak.cpp Safety/CompiledProgram.cpp)
@@ -138,8 +141,8 @@ precompile(Safety <nlohmann/json.hpp>)
 # Whoever links it takes only what it needs: the desk and what may happen to it ask for no tested program.
 set_target_properties(Safety PROPERTIES UNITY_BUILD_MODE GROUP)
 set_source_files_properties(
-  Safety/CapturedOutput.cpp Safety/Desk.cpp Safety/Forked.cpp Safety/Mischief.cpp Safety/Promise.cpp
-  Safety/Rules.cpp Safety/Situations.cpp
+  Safety/CapturedOutput.cpp Safety/Desk.cpp Safety/Forked.cpp Safety/KnownLies.cpp Safety/Mischief.cpp
+  Safety/Model.cpp Safety/Promise.cpp Safety/Rules.cpp Safety/SelfTestReport.cpp Safety/Situations.cpp
   PROPERTIES UNITY_GROUP desk)
 set_source_files_properties(
   Safety/Companion.cpp Safety/FaultRuns.cpp Safety/History.cpp Safety/Operation.cpp

@@ -2,11 +2,18 @@
 
 #include "Safety/Operation.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <sys/types.h>
 
 namespace safety {
+
+/// What befalls an operation when so many of its calls have returned.
+struct Befalling {
+    int calls = 0;                ///< 0 for nothing
+    std::function<void()> happen; ///< in the process of who asks; empty: the program is killed
+};
 
 /// The program in a process of its own, on the Mac of the process that made it.
 class Companion {
@@ -19,8 +26,9 @@ public:
     ~Companion();
 
     /// What is wrong with the operation, empty for nothing; absent when the process has ended.
-    /// After `quit` it ends by itself. With `lastCall` above 0 it is killed when that call returns.
-    [[nodiscard]] std::optional<std::string> carryOut(const Operation& operation, int lastCall);
+    /// After `quit` it ends by itself.
+    [[nodiscard]] std::optional<std::string> carryOut(const Operation& operation,
+                                                      const Befalling& befalling = {});
 
 private:
     int connection_ = -1;

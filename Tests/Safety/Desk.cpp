@@ -44,6 +44,24 @@ bool Sight::isBlack() const {
     });
 }
 
+std::string differenceOf(const Sight& before, const Sight& after) {
+    std::string words;
+    const auto compare = [&](const char* word, const auto member) {
+        words +=
+            before.*member == after.*member ? "" : std::string(words.empty() ? "" : ", ") + word;
+    };
+    compare("connected", &Sight::connected);
+    compare("enabled", &Sight::enabled);
+    compare("main", &Sight::main);
+    compare("lit", &Sight::lit);
+    compare("asleep", &Sight::asleep);
+    compare("mirrors", &Sight::mirrors);
+    compare("standby", &Sight::standby);
+    compare("brightness", &Sight::brightness);
+    compare("tables", &Sight::tables);
+    return words;
+}
+
 std::size_t Desk::litDisplays() const {
     return static_cast<std::size_t>(
         std::ranges::count_if(displays, [](const auto& entry) { return entry.second.lit; }));

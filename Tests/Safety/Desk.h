@@ -27,6 +27,9 @@ struct Sight {
     [[nodiscard]] bool isBlack() const;
 };
 
+/// In what two sights differ, in words; empty for nothing.
+[[nodiscard]] std::string differenceOf(const Sight& before, const Sight& after);
+
 /// The Mac as it stands before a person, with what is stored for the program.
 struct Desk {
     std::map<std::uint32_t, Sight> displays;

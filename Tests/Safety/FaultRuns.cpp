@@ -1,13 +1,14 @@
 #include "Safety/FaultRuns.h"
 
+#include "Safety/KnownLies.h"
 #include "Safety/TestedProgram.h"
+#include "SimulatedMac/World/Verbs.h"
 #include "Support/Faults.h"
 
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iterator>
-#include <map>
 #include <sstream>
 
 namespace safety {
@@ -17,7 +18,8 @@ using Kind = Operation::Kind;
 using simulated_mac::Mac;
 using simulated_mac::SceneFault;
 
-constexpr int impossibleEvent = 2; // the status with which the simulated Mac refuses one
+constexpr int impossibleEvent = 2;      // the status with which the simulated Mac refuses one
+constexpr std::size_t pairsOfEach = 24; // second things that go wrong, of some hundred
 
 constexpr const char* fresh = "";
 constexpr const char* switchedOff = "off before";
@@ -35,40 +37,106 @@ std::string prepare(Mac& mac, Program& program, const char* start, std::uint32_t
     if (start == underBlackout) {
         mac.failCall(fails("IOI2CInterfaceOpen").every().with(-536870203));
     }
-    std::string broken = program.carryOut({Kind::off, display}, false);
+    std::string broken = program.carryOut({Kind::off, display});
     mac.clearFaults();
     return broken.empty() ? "" : std::string(start) + ": " + broken;
 }
 
-std::vector<std::string> words(const std::string& text) {
+CallNames words(const std::string& text) {
     std::istringstream stream(text);
     return {std::istream_iterator<std::string>(stream), {}};
 }
 
+/// What is to be done on which Mac, and what goes wrong meanwhile.
 struct Attempt {
-    std::string broken;
-    std::string calls; ///< their names, a line each
+    const Situation& situation;
+    const char* start;
+    Operation operation;
+    const std::vector<Mischief>& wrong;
 };
 
-Attempt attempt(const Situation& situation, const char* start, const Operation& operation,
-                const std::vector<Mischief>& wrong) {
-    Mac& mac = Mac::boot(situation.scene);
+/// Everything up to the operation's end. It leaves the program as it is then.
+std::string carryOutOperation(const Attempt& attempt, Mac& mac, Program& program) {
+    if (std::string broken = prepare(mac, program, attempt.start, attempt.situation.displays[1]);
+        !broken.empty()) {
+        return broken;
+    }
+    for (const Mischief& mischief : attempt.wrong) {
+        if (mischief.fault) {
+            mac.failCall(*mischief.fault);
+        } else {
+            program.interruptAfter(mischief.event->calls, [&] { mischief.happen(mac); });
+        }
+    }
+    return program.carryOut(attempt.operation);
+}
+
+// What a user does who sees that a display is off.
+std::string switchOnAgain(Mac& mac, Program& program) {
+    mac.clearFaults();
+    const Switching off = *program.lastSwitching();
+    std::string broken = program.carryOut({Kind::on, off.id});
+    if (broken.empty() && !off.meanwhile) {
+        broken = brokenByOffAndOn(off, *program.lastSwitching());
+    }
+    return broken.empty() ? "" : "and then on: " + broken;
+}
+
+std::string attemptToTheEnd(const Attempt& attempt) {
+    Mac& mac = Mac::boot(attempt.situation.scene);
     calibrate(mac);
     Program program(mac);
-    if (std::string broken = prepare(mac, program, start, situation.displays[1]); !broken.empty()) {
-        return {broken, ""};
+    std::string broken = carryOutOperation(attempt, mac, program);
+    const bool isOff =
+        attempt.operation.kind == Kind::off || attempt.operation.kind == Kind::commandOff;
+    return broken.empty() && isOff ? switchOnAgain(mac, program) : broken;
+}
+
+bool comesRightAfterTheChange(const Attempt& attempt, const CallNames& calls) {
+    return std::ranges::any_of(attempt.wrong, [&](const Mischief& mischief) {
+        return mischief.event && mischief.event->calls > 0 &&
+               mischief.event->calls <= calls.size() &&
+               calls[mischief.event->calls - 1] == "CGCompleteDisplayConfiguration";
+    });
+}
+
+// The Mac goes on without the program, and its user starts it again.
+std::string attemptWithAnEnd(const Attempt& attempt, const CallNames& calls) {
+    Mac& mac = Mac::boot(attempt.situation.scene);
+    const Desk before = lookAt(mac);
+    Forked forked;
+    const auto end = forked.run([&] {
+        calibrate(mac);
+        Program program(mac);
+        return carryOutOperation(attempt, mac, program);
+    });
+    if (end.signal != SIGTERM && end.signal != SIGKILL) {
+        return end.text.empty() ? "it did not end" : end.text;
     }
-    bool misled = false;
-    for (const Mischief& mischief : wrong) {
-        mischief.plan(mac);
-        misled = misled || mischief.misleads;
+    if (end.signal == SIGTERM) {
+        mac.logOut();
     }
-    Attempt made;
-    made.broken = program.carryOut(operation, misled);
+    const Operation operation = attempt.operation;
+    std::string broken =
+        brokenByAnEnd(before, lookAt(mac), operation.id, !comesRightAfterTheChange(attempt, calls));
+    Program program(mac);
+    for (const Operation& next :
+         {Operation{Kind::list, 0}, {Kind::on, attempt.situation.displays[1]}}) {
+        broken = broken.empty() ? program.carryOut(next) : broken;
+    }
+    return broken;
+}
+
+std::string callsOf(const Attempt& attempt) {
+    Mac& mac = Mac::boot(attempt.situation.scene);
+    calibrate(mac);
+    Program program(mac);
+    (void)carryOutOperation(attempt, mac, program);
+    std::string names;
     for (const LoggedCall& call : program.calls()) {
-        made.calls += call.call + "\n";
+        names += call.call + "\n";
     }
-    return made;
+    return names;
 }
 
 // Spreads numbers that follow one another.
@@ -76,8 +144,12 @@ std::size_t scattered(std::size_t number) {
     return (number * 0x9E3779B97F4A7C15U) >> 20U;
 }
 
-bool isSwitching(const Operation& operation) {
-    return operation.kind == Kind::off || operation.kind == Kind::on;
+bool hasEvent(const std::vector<Mischief>& wrong) {
+    return std::ranges::any_of(wrong, [](const auto& one) { return one.event.has_value(); });
+}
+
+bool endsTheProgram(const std::vector<Mischief>& wrong) {
+    return std::ranges::any_of(wrong, &Mischief::endsTheProgram);
 }
 
 void silenceComplaints() {
@@ -100,12 +172,13 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
     for (const char* const start : {fresh, switchedOff, inStandby, underBlackout}) {
         for (const Operation operation :
              {Operation{Kind::off, usual}, Operation{Kind::on, usual}, Operation{Kind::off, main},
-              Operation{Kind::off, other}, Operation{Kind::status, usual}, Operation{Kind::list, 0},
-              Operation{Kind::quit, 0}, Operation{Kind::commandOff, usual},
-              Operation{Kind::commandOn, usual}, Operation{Kind::commandList, 0},
-              Operation{Kind::selfTest, 0}}) {
+              Operation{Kind::on, main}, Operation{Kind::off, other}, Operation{Kind::on, other},
+              Operation{Kind::status, usual}, Operation{Kind::list, 0}, Operation{Kind::quit, 0},
+              Operation{Kind::commandOff, usual}, Operation{Kind::commandOn, usual},
+              Operation{Kind::commandOffFirst, 0}, Operation{Kind::commandOnFirst, 0},
+              Operation{Kind::commandList, 0}, Operation{Kind::selfTest, 0}}) {
             if (operation.kind != Kind::status || tested_program::hasFunctions()) {
-                addCase({&situation, start, operation, {}, count_, 0}, forked);
+                addCase({&situation, start, operation, {}, {}, count_, 0}, forked);
             }
         }
     }
@@ -114,45 +187,26 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
 // The first run of a case is the one in which nothing goes wrong.
 void FaultRuns::addCase(Case one, Forked& forked) {
     const auto end =
-        forked.run([&] { return attempt(*one.situation, one.start, one.operation, {}).calls; });
-    std::map<std::string, int> made;
+        forked.run([&] { return callsOf({*one.situation, one.start, one.operation, {}}); });
+    one.calls = words(end.text);
     one.singles = 1;
-    for (const std::string& call : words(end.text)) {
-        const int nth = ++made[call];
-        const std::size_t ways = mischiefAt(call, nth, one.situation->scene).size();
-        one.sites.push_back({call, nth, ways});
-        one.singles += ways;
+    for (std::size_t place = 0; place <= one.calls.size(); ++place) {
+        one.ways.push_back(mischiefAt(one.calls, place, one.situation->scene).size());
+        one.singles += one.ways.back();
     }
     count_ += one.singles;
-    if (isSwitching(one.operation) && one.situation->scene.displays.size() == 2) {
-        count_ += one.sites.size() * (one.sites.size() - 1) / 2;
+    if (one.operation.isSwitching() && one.situation->scene.displays.size() == 2) {
+        count_ += (one.singles - 1) * pairsOfEach;
     }
     cases_.push_back(std::move(one));
 }
 
 Mischief FaultRuns::single(const Case& one, std::size_t number) {
-    auto site = one.sites.begin();
-    for (; number >= site->ways; ++site) {
-        number -= site->ways;
+    std::size_t place = 0;
+    for (; number >= one.ways[place]; ++place) {
+        number -= one.ways[place];
     }
-    return mischiefAt(site->call, site->nth, one.situation->scene)[number];
-}
-
-std::vector<Mischief> FaultRuns::pair(const Case& one, std::size_t number) {
-    std::size_t second = 1;
-    while (number >= second) {
-        number -= second++;
-    }
-    std::vector<Mischief> wrong;
-    for (const std::size_t place : {number, second}) {
-        const CallSite& site = one.sites[place];
-        if (site.ways > 0) {
-            wrong.push_back(mischiefAt(
-                site.call, site.nth,
-                one.situation->scene)[scattered(one.firstRun + number * 64 + second) % site.ways]);
-        }
-    }
-    return wrong;
+    return mischiefAt(one.calls, place, one.situation->scene)[number];
 }
 
 FaultRuns::Run FaultRuns::run(std::size_t number) const {
@@ -162,12 +216,35 @@ FaultRuns::Run FaultRuns::run(std::size_t number) const {
     if (place == 0) {
         return {&one, {}};
     }
-    return place < one.singles ? Run{&one, {single(one, place - 1)}}
-                               : Run{&one, pair(one, place - one.singles)};
+    if (place < one.singles) {
+        return {&one, {single(one, place - 1)}};
+    }
+    return {&one, {single(one, (place - one.singles) / pairsOfEach)}, scattered(number) | 1U};
+}
+
+// The second thing goes wrong at a call that is made although, or because, the first one has.
+FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
+    if (run.second == 0 || endsTheProgram(run.wrong)) {
+        return run;
+    }
+    const Case& one = *run.of;
+    const auto end = forked.run([&] {
+        silenceComplaints();
+        return callsOf({*one.situation, one.start, one.operation, run.wrong});
+    });
+    const CallNames calls = words(end.text);
+    const std::size_t place = run.second % (calls.size() + 1);
+    auto ways = mischiefAt(calls, place, one.situation->scene);
+    if (hasEvent(run.wrong)) {
+        std::erase_if(ways, [](const auto& one) { return one.endsTheProgram(); });
+    }
+    run.wrong.push_back(ways[run.second / (calls.size() + 1) % ways.size()]);
+    return run;
 }
 
 std::string FaultRuns::described(std::size_t number) const {
-    const Run chosen = run(number);
+    Forked forked;
+    const Run chosen = completed(run(number), forked);
     std::string text = chosen.of->situation->name;
     text += chosen.of->start == fresh ? "" : "; " + std::string(chosen.of->start);
     text += "; " + chosen.of->operation.described();
@@ -178,27 +255,25 @@ std::string FaultRuns::described(std::size_t number) const {
 }
 
 FaultRuns::Result FaultRuns::carryOut(std::size_t number, Forked& forked) const {
-    const Run chosen = run(number);
-    const bool changesTheMac =
-        std::ranges::any_of(chosen.wrong, [](const auto& one) { return one.event.has_value(); });
+    const Run chosen = completed(run(number), forked);
+    const Attempt attempt = {*chosen.of->situation, chosen.of->start, chosen.of->operation,
+                             chosen.wrong};
     const auto end = forked.run([&] {
-        if (changesTheMac) {
+        if (hasEvent(chosen.wrong)) {
             silenceComplaints();
         }
-        return attempt(*chosen.of->situation, chosen.of->start, chosen.of->operation, chosen.wrong)
-            .broken;
+        return endsTheProgram(chosen.wrong) ? attemptWithAnEnd(attempt, chosen.of->calls)
+                                            : attemptToTheEnd(attempt);
     });
-    if (changesTheMac && end.status == impossibleEvent) {
+    if (hasEvent(chosen.wrong) && end.status == impossibleEvent) {
         return {Verdict::impossible, ""};
-    }
-    if (changesTheMac && end.signal == SIGTERM) {
-        return {};
     }
     if (end.signal != 0 || end.status != 0) {
         return {Verdict::broken, "ended by signal " + std::to_string(end.signal) + ", status " +
                                      std::to_string(end.status)};
     }
-    return {end.text.empty() ? Verdict::held : Verdict::broken, end.text};
+    const bool holds = end.text.empty() || isKnownLimit(chosen.wrong, end.text);
+    return {holds ? Verdict::held : Verdict::broken, end.text};
 }
 
 } // namespace safety

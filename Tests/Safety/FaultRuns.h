@@ -11,12 +11,11 @@
 
 namespace safety {
 
-/// Every call of every operation failing in every way, everything that others can do to the Mac at
-/// that moment, and every pair of calls of the power operations with two displays failing together:
-/// a numbered list of runs.
+/// Every call of every operation failing in every way, everything that others can do to the Mac
+/// after it, and pairs of these in the power operations with two displays: a numbered list of runs.
 class FaultRuns {
 public:
-    /// Counts the calls of every operation in every situation, which takes a second or two.
+    /// Counts the calls of every operation in every situation, which takes some seconds.
     FaultRuns();
 
     [[nodiscard]] std::size_t count() const { return count_; }
@@ -35,31 +34,28 @@ public:
     [[nodiscard]] Result carryOut(std::size_t number, Forked& forked) const;
 
 private:
-    /// A call of an operation, and in how many ways it can go wrong.
-    struct CallSite {
-        std::string call;
-        int nth;
-        std::size_t ways;
-    };
     /// An operation in a situation, after what the user did before.
     struct Case {
         const Situation* situation;
         const char* start;
         Operation operation;
-        std::vector<CallSite> sites;
+        CallNames calls;
+        std::vector<std::size_t> ways; ///< in how many it can go wrong before and at each call
         std::size_t firstRun;
         std::size_t singles; ///< runs with one thing wrong; those with two follow
     };
     struct Run {
         const Case* of;
         std::vector<Mischief> wrong;
+        /// Chooses the second thing that goes wrong, which depends on what the first one leads to.
+        std::size_t second = 0;
     };
 
     void addCases(const Situation& situation, Forked& forked);
     void addCase(Case one, Forked& forked);
     [[nodiscard]] Run run(std::size_t number) const;
+    [[nodiscard]] Run completed(Run run, Forked& forked) const;
     [[nodiscard]] static Mischief single(const Case& one, std::size_t number);
-    [[nodiscard]] static std::vector<Mischief> pair(const Case& one, std::size_t number);
 
     std::vector<Case> cases_;
     std::size_t count_ = 0;

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <csignal>
 #include <map>
 #include <memory>
 #include <random>
@@ -23,10 +22,24 @@ using Kind = Operation::Kind;
 using simulated_mac::Mac;
 using Words = simulated_mac::Words;
 
+constexpr int commandLine = 3; // the program that ends with its operation
+
 const std::map<std::string, Kind>& operations() {
-    static const std::map<std::string, Kind> all = {
-        {"off", Kind::off},   {"on", Kind::on},     {"status", Kind::status},
-        {"list", Kind::list}, {"quit", Kind::quit}, {"self-test", Kind::selfTest}};
+    static const std::map<std::string, Kind> all = {{"off", Kind::off},
+                                                    {"on", Kind::on},
+                                                    {"status", Kind::status},
+                                                    {"list", Kind::list},
+                                                    {"quit", Kind::quit}};
+    return all;
+}
+
+const std::map<std::string, Kind>& commands() {
+    static const std::map<std::string, Kind> all = {{"off", Kind::commandOff},
+                                                    {"on", Kind::commandOn},
+                                                    {"off-first", Kind::commandOffFirst},
+                                                    {"on-first", Kind::commandOnFirst},
+                                                    {"list", Kind::commandList},
+                                                    {"self-test", Kind::selfTest}};
     return all;
 }
 
@@ -39,11 +52,13 @@ int numberFrom(const std::string& word) {
     return number;
 }
 
-/// "1 off 2" and "1 killed 7 off 2".
+/// "1 off 2", "1 killed 7 off 2" and "1 off 2 meanwhile 7 unplug 3".
 struct ProgramStep {
     int program = 1;
-    int lastCall = 0;
+    int killedAfter = 0; ///< so many calls; 0 for never
     Operation operation;
+    int meanwhileAfter = 0;
+    std::string meanwhile;
 };
 
 ProgramStep programStepFrom(Words words) {
@@ -51,10 +66,16 @@ ProgramStep programStepFrom(Words words) {
     step.program = numberFrom(words.at(0));
     words.erase(words.begin());
     if (words.at(0) == "killed") {
-        step.lastCall = numberFrom(words.at(1));
+        step.killedAfter = numberFrom(words.at(1));
         words.erase(words.begin(), words.begin() + 2);
     }
-    step.operation.kind = operations().at(words.at(0));
+    if (const auto place = std::ranges::find(words, "meanwhile"); place != words.end()) {
+        step.meanwhileAfter = numberFrom(*(place + 1));
+        std::for_each(place + 2, words.end(),
+                      [&](const std::string& word) { step.meanwhile += word + " "; });
+        words.erase(place, words.end());
+    }
+    step.operation.kind = (step.program == commandLine ? commands() : operations()).at(words.at(0));
     if (words.size() > 1) {
         step.operation.id = static_cast<std::uint32_t>(numberFrom(words[1]));
     }
@@ -62,7 +83,7 @@ ProgramStep programStepFrom(Words words) {
 }
 
 bool isProgramStep(const Words& words) {
-    return !words.empty() && (words[0] == "1" || words[0] == "2");
+    return !words.empty() && words[0].size() == 1 && words[0] >= "1" && words[0] <= "3";
 }
 
 /// The Mac and the programs that run on it.
@@ -83,7 +104,10 @@ public:
             broken = take(programStepFrom(words));
             return true;
         }
-        return happen(words);
+        if (words[0] == "logout" || words[0] == "reboot") {
+            broken = endPrograms();
+        }
+        return broken.empty() && happen(words);
     }
 
 private:
@@ -93,26 +117,46 @@ private:
             program = std::make_unique<Companion>(mac_);
         }
         const Desk before = lookAt(mac_);
-        const auto broken = program->carryOut(step.operation, step.lastCall);
-        const bool hasEnded = !broken || step.operation.kind == Kind::quit;
-        if (hasEnded) {
-            program.reset();
+        std::string brokenMeanwhile;
+        const auto broken = program->carryOut(step.operation, befallingOf(step, brokenMeanwhile));
+        if (!broken || step.operation.kind == Kind::quit || step.program == commandLine) {
+            programs_.erase(step.program);
         }
-        if (!broken && step.lastCall == 0) {
+        if (!broken && step.killedAfter == 0) {
             return "the program ended by itself";
+        }
+        if (!brokenMeanwhile.empty()) {
+            return "meanwhile: " + brokenMeanwhile;
         }
         if (broken && !broken->empty()) {
             return *broken;
         }
-        return isDarkened(before, lookAt(mac_), step.operation.id) ? "no display is lit any more"
-                                                                   : "";
+        const bool isDark =
+            step.meanwhile.empty() && isDarkened(before, lookAt(mac_), step.operation.id);
+        return isDark ? "no display is lit any more" : "";
     }
 
-    // A state that does not allow it leaves the Mac as it is. A session's end ends its programs.
-    bool happen(const Words& words) {
-        if (words[0] == "logout" || words[0] == "reboot") {
-            programs_.clear();
+    [[nodiscard]] Befalling befallingOf(const ProgramStep& step, std::string& broken) {
+        if (step.meanwhile.empty()) {
+            return {step.killedAfter, nullptr};
         }
+        return {step.meanwhileAfter,
+                [this, line = step.meanwhile, &broken] { (void)take(line, broken); }};
+    }
+
+    // As macOS asks the applications to quit before the session ends.
+    std::string endPrograms() {
+        std::string broken;
+        for (const auto& [number, program] : programs_) {
+            const auto told = program->carryOut({Kind::quit, 0});
+            broken = told && !told->empty() ? *told : broken;
+        }
+        programs_.clear();
+        return broken;
+    }
+
+    // A state that does not allow it leaves the Mac as it is.
+    bool happen(const Words& words) {
         try {
             (void)simulated_mac::parseVerb(words).carryOut(mac_);
             return true;
@@ -147,14 +191,21 @@ private:
 std::string randomOperation(Chance& chance) {
     static const std::vector<std::string> words = {"off", "off",  "off",  "on",    "on",
                                                    "on",  "list", "quit", "status"};
-    static const std::vector<std::string> commands(words.begin(), words.end() - 1);
-    const std::string& word = chance.oneOf(tested_program::hasFunctions() ? words : commands);
+    static const std::vector<std::string> possible(words.begin(), words.end() - 1);
+    const std::string& word = chance.oneOf(tested_program::hasFunctions() ? words : possible);
     return word == "list" || word == "quit" ? word : word + " " + chance.display();
+}
+
+std::string randomCommand(Chance& chance) {
+    static const std::vector<std::string> words = {"off", "on",        "off",      "on",  "off",
+                                                   "on",  "off-first", "on-first", "list"};
+    const std::string& word = chance.below(20) == 0 ? "self-test" : chance.oneOf(words);
+    return word == "off" || word == "on" ? word + " " + chance.display() : word;
 }
 
 std::string randomEvent(Chance& chance) {
     const std::string id = chance.display();
-    switch (chance.below(24)) {
+    switch (chance.below(26)) {
     case 0:
     case 1:
     case 2:
@@ -188,19 +239,51 @@ std::string randomEvent(Chance& chance) {
         return chance.below(2) == 0 ? "lid close" : "lid open";
     case 22:
         return chance.below(3) == 0 ? "logout" : "lid open";
+    case 23:
+        return "disable " + id;
+    case 24:
+        return "enable " + id;
     default:
         return chance.below(3) == 0 ? "reboot" : "wake";
     }
+}
+
+std::string randomOperationOf(int program, Chance& chance) {
+    return std::to_string(program) + " " +
+           (program == commandLine ? randomCommand(chance) : randomOperation(chance));
+}
+
+// What another program does meanwhile, or what happens, but for the session's end.
+std::string randomInterruption(int program, Chance& chance) {
+    if (chance.below(2) == 0) {
+        return randomOperationOf(program == 1 ? 2 : 1, chance);
+    }
+    std::string event;
+    do {
+        event = randomEvent(chance);
+    } while (event == "logout" || event == "reboot");
+    return event;
+}
+
+// Most calls that matter are among the first, of up to some hundred.
+int randomCall(Chance& chance) {
+    return 1 + chance.below(chance.below(2) == 0 ? 30 : 150);
 }
 
 std::string randomStep(Chance& chance) {
     if (chance.below(4) == 0) {
         return randomEvent(chance);
     }
-    const std::string program = chance.below(3) == 0 ? "2 " : "1 ";
-    const bool killed = chance.below(25) == 0;
-    return program + (killed ? "killed " + std::to_string(1 + chance.below(30)) + " " : "") +
-           randomOperation(chance);
+    const int program = chance.below(10) == 0 ? commandLine : 1 + chance.below(3) / 2;
+    std::string step = randomOperationOf(program, chance);
+    if (chance.below(25) == 0) {
+        return step.insert(2, "killed " + std::to_string(randomCall(chance)) + " ");
+    }
+    if (chance.below(10) == 0) {
+        const std::string call = std::to_string(randomCall(chance));
+        return step + " meanwhile " + call + " " + randomInterruption(program, chance);
+    }
+    return step;
 }
 
 } // namespace

@@ -10,8 +10,10 @@
 namespace safety {
 
 /// What happens on one Mac, a line each: what the users of two running programs do ("1 off 2",
-/// "2 list", "1 quit", "1 killed 7 off 2": when its seventh call has returned), and what people,
-/// hardware and other programs do to it ("unplug 2", "logout").
+/// "2 list", "1 quit", "1 killed 7 off 2": when its seventh call has returned), what a third one
+/// does that ends with its command line ("3 off 2", "3 self-test"), and what people, hardware and
+/// other programs do to it ("unplug 2", "logout"). Anything but the session's end may happen within
+/// an operation, when its seventh call has returned ("1 off 2 meanwhile 7 unplug 3").
 struct History {
     std::size_t situation = 0; ///< its place in situations()
     std::vector<std::string> steps;

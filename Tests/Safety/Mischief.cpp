@@ -3,6 +3,8 @@
 #include "SimulatedMac/World/SimulatedCalls.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 
 namespace safety {
 namespace {
@@ -14,8 +16,10 @@ using simulated_mac::SceneFault;
 // Documented codes of the call's own family.
 std::vector<std::int64_t> errorCodes(const std::string& call) {
     if (call.starts_with("IO")) {
-        // kIOReturnError, kIOReturnNoDevice, kIOReturnTimeout, kIOReturnExclusiveAccess
-        return {-536870212, -536870208, -536870186, -536870203};
+        // kIOReturnError, NoMemory, NoResources, NoDevice, NotPrivileged, BadArgument,
+        // ExclusiveAccess, Unsupported, NotOpen, Busy, Timeout, NotReady, NotResponding
+        return {-536870212, -536870211, -536870210, -536870208, -536870207, -536870206, -536870203,
+                -536870201, -536870195, -536870187, -536870186, -536870184, -536870163};
     }
     if (call == "posix_spawn") {
         return {2, 12, 13}; // ENOENT, ENOMEM, EACCES
@@ -28,24 +32,30 @@ class Ways {
 public:
     Ways(std::string call, int nth) : call_(std::move(call)), nth_(nth) {}
 
-    void add(SceneFault fault, bool misleads) {
+    void add(SceneFault fault) {
         fault.call = call_;
         fault.nth = nth_;
         for (const bool lasts : {false, true}) {
             fault.lasts = lasts;
-            all_.push_back({fault, std::nullopt, misleads});
+            all_.push_back({fault, std::nullopt});
         }
     }
-    void addReturned(std::int64_t value, bool misleads, bool withEffect = false) {
+    void addReturned(std::int64_t value, bool withEffect = false) {
         SceneFault fault;
         fault.returns = value;
         fault.effect = withEffect;
-        add(fault, misleads);
+        add(fault);
     }
-    void addNull(bool misleads) {
+    void addError(int errorNumber) {
+        SceneFault fault;
+        fault.returns = -1;
+        fault.errorNumber = errorNumber;
+        add(fault);
+    }
+    void addNull() {
         SceneFault fault;
         fault.null = true;
-        add(fault, misleads);
+        add(fault);
     }
     [[nodiscard]] std::vector<Mischief> all() && { return std::move(all_); }
 
@@ -61,32 +71,37 @@ void addSpecial(Ways& ways, simulated_mac::CallFaults faults) {
              {ListFault::shortened, ListFault::duplicated, ListFault::zero, ListFault::tooLarge}) {
             SceneFault fault;
             fault.list = list;
-            ways.add(fault, true);
+            ways.add(fault);
         }
     }
     if ((faults & simulated_mac::requestResults) != 0) {
         SceneFault fault;
         fault.result = -536870208; // kIOReturnNoDevice
-        ways.add(fault, false);
+        ways.add(fault);
+    }
+    if ((faults & simulated_mac::errorNumbers) != 0) {
+        for (const int number : {EINTR, EIO, EMFILE}) {
+            ways.addError(number);
+        }
     }
     if ((faults & simulated_mac::gammaSamples) != 0) {
         for (const std::uint32_t samples : {0U, 17U}) {
             SceneFault fault;
             fault.samples = samples;
-            ways.add(fault, true);
+            ways.add(fault);
         }
     }
 }
 
 void addStatus(Ways& ways, const std::string& call, const simulated_mac::SimulatedCall& known) {
     for (const std::int64_t code : errorCodes(call)) {
-        ways.addReturned(code, false);
+        ways.addReturned(code);
         if ((known.faults & simulated_mac::failuresWithEffect) != 0) {
-            ways.addReturned(code, true, true);
+            ways.addReturned(code, true);
         }
     }
-    ways.addNull(true);
-    ways.addReturned(0, true); // success without effect
+    ways.addNull();
+    ways.addReturned(0); // success without effect
 }
 
 std::vector<Mischief> wrongAnswers(const std::string& call, int nth) {
@@ -102,91 +117,105 @@ std::vector<Mischief> wrongAnswers(const std::string& call, int nth) {
         break;
     case CallResult::truth:
         for (const int answer : {0, 1, -1}) {
-            ways.addReturned(answer, true);
+            ways.addReturned(answer);
         }
         break;
     case CallResult::word:
-        ways.addReturned(0xFFFFFFFF, true);
-        ways.addReturned(0, true);
+        ways.addReturned(0xFFFFFFFF);
+        ways.addReturned(0);
         break;
     case CallResult::byte:
     case CallResult::number:
-        ways.addReturned(0, true);
-        ways.addReturned(1, true);
+        ways.addReturned(0);
+        ways.addReturned(1);
         break;
     case CallResult::object:
-        ways.addNull(call != "dlopen" && call != "dlsym");
+        ways.addNull();
         break;
     case CallResult::nothing:
-        ways.addReturned(0, true);
+        ways.addReturned(0);
         break;
     }
     return std::move(ways).all();
 }
 
 std::vector<std::string> eventLines(const simulated_mac::Scene& scene) {
-    std::vector<std::string> lines = {"sleep", "wake", "logout"};
+    std::vector<std::string> lines = {"sleep", "wake"};
     std::uint32_t unused = 40;
     for (const auto& display : scene.displays) {
         const std::string id = std::to_string(display.id);
         lines.push_back("unplug " + id);
+        lines.push_back("plug " + id);
         lines.push_back("plug " + id + " --as " + std::to_string(++unused));
+        if (display.builtin) {
+            lines.push_back("lid close");
+            lines.push_back("lid open");
+        }
         if (!display.enabled) {
+            lines.push_back("enable " + id);
             continue;
         }
+        lines.push_back("disable " + id);
         lines.push_back("main " + id);
         lines.push_back("mirror " + id + " 0");
         if (display.id != scene.displays.front().id) {
             lines.push_back("mirror " + id + " " + std::to_string(scene.displays.front().id));
         }
-        if (display.builtin) {
-            lines.push_back("lid close");
-        }
     }
     return lines;
+}
+
+std::string described(const SceneFault& fault) {
+    const std::string text =
+        fault.call + " " + std::to_string(fault.nth) + (fault.lasts ? " and later" : "");
+    if (fault.returns) {
+        const std::string number =
+            fault.errorNumber == 0 ? "" : " with errno " + std::to_string(fault.errorNumber);
+        return text + (fault.effect ? " acts and answers " : " answers ") +
+               std::to_string(*fault.returns) + number;
+    }
+    if (fault.null) {
+        return text + " yields null";
+    }
+    if (fault.result) {
+        return text + " has the request's result " + std::to_string(*fault.result);
+    }
+    if (fault.samples) {
+        return text + " gives " + std::to_string(*fault.samples) + " samples";
+    }
+    return text + " has a wrong list of kind " + std::to_string(static_cast<int>(fault.list));
 }
 
 } // namespace
 
 std::string Mischief::described() const {
-    std::string text;
-    if (event) {
-        return (event->before ? "before " : "after ") + event->call + " " +
-               std::to_string(event->nth) + ": " + event->line;
-    }
-    text = fault->call + " " + std::to_string(fault->nth) + (fault->lasts ? " and later" : "");
-    if (fault->returns) {
-        text +=
-            (fault->effect ? " acts and answers " : " answers ") + std::to_string(*fault->returns);
-    } else if (fault->null) {
-        text += " yields null";
-    } else if (fault->result) {
-        text += " has the request's result " + std::to_string(*fault->result);
-    } else if (fault->samples) {
-        text += " gives " + std::to_string(*fault->samples) + " samples";
-    } else {
-        text += " has a wrong list of kind " + std::to_string(static_cast<int>(fault->list));
-    }
-    return text;
+    return fault ? safety::described(*fault)
+                 : "after call " + std::to_string(event->calls) + ": " + event->line;
 }
 
-void Mischief::plan(simulated_mac::Mac& mac) const {
-    if (fault) {
-        mac.failCall(*fault);
-    }
-    if (event) {
-        const auto moment = mac.during(event->call, event->nth);
-        (void)(event->before ? moment.before(event->line) : moment.after(event->line));
-    }
+bool Mischief::endsTheProgram() const {
+    return event && (event->line == "kill" || event->line == "logout");
 }
 
-std::vector<Mischief> mischiefAt(const std::string& call, int nth,
+void Mischief::happen(simulated_mac::Mac& mac) const {
+    if (endsTheProgram()) {
+        (void)raise(event->line == "kill" ? SIGKILL : SIGTERM);
+    }
+    mac.letHappen({"", simulated_mac::SceneEvent::Moment::after, 1, event->line, event->line});
+}
+
+std::vector<Mischief> mischiefAt(const CallNames& calls, std::size_t place,
                                  const simulated_mac::Scene& scene) {
-    std::vector<Mischief> all = wrongAnswers(call, nth);
-    for (const std::string& line : eventLines(scene)) {
-        for (const bool before : {true, false}) {
-            all.push_back({std::nullopt, Mischief::Event{call, nth, before, line}, true});
-        }
+    std::vector<Mischief> all;
+    std::vector<std::string> lines = eventLines(scene);
+    if (place > 0) {
+        const std::string& call = calls[place - 1];
+        const auto end = calls.begin() + static_cast<std::ptrdiff_t>(place);
+        all = wrongAnswers(call, static_cast<int>(std::count(calls.begin(), end, call)));
+        lines.insert(lines.end(), {"kill", "logout"});
+    }
+    for (const std::string& line : lines) {
+        all.push_back({std::nullopt, Mischief::Event{place, line}});
     }
     return all;
 }

@@ -2,35 +2,38 @@
 
 #include "SimulatedMac/World/Mac.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace safety {
 
+/// The names of the calls that an operation makes, in order.
+using CallNames = std::vector<std::string>;
+
 /// Something that goes wrong at one call of an operation: an answer, or what somebody else does to
-/// the Mac at that moment.
+/// the Mac when it has returned.
 struct Mischief {
     struct Event {
-        std::string call;
-        int nth = 1;
-        bool before = true;
-        std::string line; ///< a line of verbs
+        std::size_t calls = 0; ///< that the operation has made by then
+        std::string line;      ///< a line of verbs, or `kill`
     };
 
     std::optional<simulated_mac::SceneFault> fault;
     std::optional<Event> event;
-    /// Whether the program is told something that is not so, or the Mac changes under its hands.
-    bool misleads = false;
 
     [[nodiscard]] std::string described() const;
-    void plan(simulated_mac::Mac& mac) const;
+    /// Whether the operation has no end: the session has one, or the program is killed.
+    [[nodiscard]] bool endsTheProgram() const;
+    /// Lets the event happen now, in the program's own process, of which an end is the end. What
+    /// the Mac's state does not allow ends it with status 2.
+    void happen(simulated_mac::Mac& mac) const;
 };
 
-/// Everything that can go wrong at the `nth` call of the function, once and from then on, on a Mac
-/// of that many displays.
-[[nodiscard]] std::vector<Mischief> mischiefAt(const std::string& call, int nth,
+/// Everything that can go wrong with the call at this place, counted from 1, once and from then on,
+/// and after it; 0 is before the first call.
+[[nodiscard]] std::vector<Mischief> mischiefAt(const CallNames& calls, std::size_t place,
                                                const simulated_mac::Scene& scene);
 
 } // namespace safety

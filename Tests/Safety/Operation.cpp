@@ -1,11 +1,12 @@
 #include "Safety/Operation.h"
 
+#include "Safety/Model.h"
+#include "Safety/SelfTestReport.h"
 #include "Safety/TestedProgram.h"
 #include "SimulatedMac/World/Ledger.h"
 
 #include <algorithm>
-#include <unistd.h>
-#include <vector>
+#include <utility>
 
 namespace safety {
 namespace {
@@ -20,20 +21,33 @@ bool comesFirst(const ListedDisplay& a, const ListedDisplay& b) {
     return a.disconnected == b.disconnected ? a.main && !b.main : b.disconnected;
 }
 
-bool isRefusal(const LoggedCall& call) {
-    const bool configures = call.call == "SLSConfigureDisplayEnabled" ||
-                            call.call == "CGBeginDisplayConfiguration" ||
-                            call.call == "CGCompleteDisplayConfiguration";
-    const bool looksUp = call.call == "dlopen" || call.call == "dlsym";
-    return (configures && call.result != 0) || (looksUp && call.result == false);
-}
-
 std::string printed(const Outcome& outcome) {
     return "method=" + outcome.method + " success=" + (outcome.success ? "true" : "false") + "\n" +
            outcome.message + "\n";
 }
 
+void noteTouched(const Desk& before, Meanwhile& meanwhile) {
+    for (const Desk* const desk : {&before, &std::as_const(meanwhile.after)}) {
+        for (const auto& [id, sight] : desk->displays) {
+            const auto was = before.displays.find(id);
+            const auto is = meanwhile.after.displays.find(id);
+            if (was == before.displays.end() || is == meanwhile.after.displays.end() ||
+                was->second != is->second) {
+                meanwhile.touched.insert(id);
+            }
+        }
+    }
+}
+
+std::string wordFor(bool on) {
+    return on ? "on" : "off";
+}
+
 } // namespace
+
+bool Operation::isSwitching() const {
+    return kind == Kind::off || kind == Kind::on;
+}
 
 std::string Operation::described() const {
     switch (kind) {
@@ -51,6 +65,10 @@ std::string Operation::described() const {
         return "command-off " + std::to_string(id);
     case Kind::commandOn:
         return "command-on " + std::to_string(id);
+    case Kind::commandOffFirst:
+        return "command-off";
+    case Kind::commandOnFirst:
+        return "command-on";
     case Kind::commandList:
         return "command-list";
     case Kind::selfTest:
@@ -63,107 +81,139 @@ Program::Program(simulated_mac::Mac& mac) : mac_(mac) {
     mac.listen([this](const LoggedCall& call) { note(call); });
 }
 
+void Program::interruptAfter(std::size_t calls, std::function<void()> happen) {
+    interruptions_.push_back({calls, std::move(happen)});
+}
+
 void Program::note(const LoggedCall& call) {
     calls_.push_back(call);
-    if (static_cast<int>(calls_.size()) == lastCall_) {
-        _exit(0);
-    }
+    interruptIfDue();
 }
 
-std::string Program::carryOut(const Operation& operation, bool misled) {
-    calls_.clear();
-    try {
-        if (std::string broken = promised(operation, misled); !broken.empty()) {
-            return broken;
+// Of two interruptions the time between them counts as the others', too.
+void Program::interruptIfDue() {
+    for (const Interruption& interruption : interruptions_) {
+        if (interruption.calls != calls_.size()) {
+            continue;
         }
-    } catch (const std::exception& error) {
-        return error.what();
+        const Desk before = lookAt(mac_);
+        interruption.happen();
+        if (!meanwhile_) {
+            meanwhile_ = Meanwhile{0, before, {}, {}};
+        }
+        meanwhile_->calls = calls_.size();
+        meanwhile_->after = lookAt(mac_);
+        noteTouched(before, *meanwhile_);
     }
-    if (std::string broken = brokenRule(calls_); !broken.empty()) {
-        return broken;
-    }
-    return simulated_mac::ledger::outstanding();
 }
 
-std::string Program::promised(const Operation& operation, bool misled) {
-    Promise promise(calls_, memory_);
+std::string Program::carryOut(const Operation& operation) {
+    calls_.clear();
+    interruptIfDue();
+    meanwhile_.reset();
+    std::string broken;
+    try {
+        broken = promised(operation);
+    } catch (const std::exception& error) {
+        broken = error.what();
+    }
+    interruptions_.clear();
+    broken = broken.empty() ? brokenRule(calls_) : broken;
+    return broken.empty() ? simulated_mac::ledger::outstanding() : broken;
+}
+
+std::string Program::promised(const Operation& operation) {
     switch (operation.kind) {
     case Kind::off:
     case Kind::on:
-        return switched(operation, misled);
-    case Kind::list:
-        return listed();
-    case Kind::status:
-        if (const std::string line = tested_program::statusLine(operation.id);
-            line != promise.statusLine(operation.id)) {
-            return "another status line: " + line;
-        }
-        break;
+        return switched(operation);
     case Kind::quit:
-        tested_program::restoreAll();
-        promise.restoreAll();
-        break;
+        return released();
     case Kind::commandOff:
     case Kind::commandOn:
-        return commanded(operation, misled);
+        return commanded(operation.kind == Kind::commandOn, operation.id);
+    case Kind::commandOffFirst:
+    case Kind::commandOnFirst:
+        return commandedFirst(operation.kind == Kind::commandOnFirst);
+    case Kind::selfTest:
+        return selfTested();
+    case Kind::list:
+    case Kind::status:
     case Kind::commandList:
+        break;
+    }
+    Passage done;
+    done.before = lookAt(mac_);
+    std::string broken;
+    Promise promise(calls_, memory_);
+    if (operation.kind == Kind::list) {
+        broken = listed();
+    } else if (operation.kind == Kind::commandList) {
         (void)tested_program::run({"--list"});
         (void)promise.listDisplays();
-        return {};
-    case Kind::selfTest:
-        return selfTested(misled);
+    } else {
+        const std::string line = tested_program::statusLine(operation.id);
+        broken = line == promise.statusLine(operation.id) ? "" : "another status line: " + line;
+        promise.requireEnd();
     }
-    promise.requireEnd();
-    return {};
+    noteWhatFollowed(done);
+    return broken.empty() ? brokenByLooking(done) : broken;
 }
 
-Switching Program::beginSwitching(const Operation& operation, bool misled) {
+Switching Program::beginSwitching(bool on, std::uint32_t id, const Desk& before) {
     Switching done;
-    done.on = operation.kind == Kind::on || operation.kind == Kind::commandOn;
-    done.id = operation.id;
-    done.misled = misled;
-    done.wasUnderBlackout = memory_.blackouts.contains(operation.id);
-    done.before = lookAt(mac_);
+    done.on = on;
+    done.id = id;
+    done.wasUnderBlackout = memory_.blackouts.contains(id);
+    done.before = before;
     if (!done.wasUnderBlackout) {
-        const auto target = done.before.displays.find(operation.id);
-        const bool isBlack = target != done.before.displays.end() && target->second.isBlack();
-        isBlack ? (void)blackFromBefore_.insert(operation.id)
-                : (void)blackFromBefore_.erase(operation.id);
+        const auto target = before.displays.find(id);
+        const bool isBlack = target != before.displays.end() && target->second.isBlack();
+        isBlack ? (void)blackFromBefore_.insert(id) : (void)blackFromBefore_.erase(id);
     }
-    done.blackByAnother = blackFromBefore_.contains(operation.id);
-    done.tablesBeforeBlackout = tablesBefore_[operation.id];
+    done.blackByAnother = blackFromBefore_.contains(id);
+    done.tablesBeforeBlackout = tablesBefore_[id];
     return done;
 }
 
-Outcome Program::endSwitching(Switching& done) {
+void Program::noteWhatFollowed(Passage& done) {
     done.after = lookAt(mac_);
-    done.resetAllTables = std::ranges::find(calls_, "CGDisplayRestoreColorSyncSettings",
-                                            &LoggedCall::call) != calls_.end();
-    done.onlineUnknown = std::ranges::any_of(calls_, [](const LoggedCall& call) {
-        return call.call == "CGGetOnlineDisplayList" && call.result != 0;
-    });
-    done.tablesRefused = std::ranges::any_of(calls_, [](const LoggedCall& call) {
-        return call.call == "CGSetDisplayTransferByTable" && call.result != 0;
-    });
+    done.meanwhile = meanwhile_;
+    done.calls = calls_;
+}
+
+// Who cannot read the tables, or reads them when others have changed them, knows none.
+void Program::rememberTables(const Switching& done) {
+    if (!done.wasUnderBlackout) {
+        const auto target = done.before.displays.find(done.id);
+        const bool areKnown = !done.meanwhile && target != done.before.displays.end();
+        tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
+    }
+}
+
+// The model tells what becomes of a desk where nothing goes wrong, the rules what must not.
+std::string Program::brokenBy(const Switching& done, const Memory& known) const {
+    if (std::string broken = brokenRule(done); !broken.empty()) {
+        return broken;
+    }
+    const Model model(mac_.scene());
+    return mac_.faultFired() || !model.knows(done) ? "" : model.difference(done, known);
+}
+
+std::string Program::switched(const Operation& operation) {
+    Switching done = beginSwitching(operation.kind == Kind::on, operation.id, lookAt(mac_));
+    const Memory known = memory_;
+    done.outcome = tested_program::setPower(done.on, done.id);
+    noteWhatFollowed(done);
     Promise promise(calls_, memory_);
     const Outcome promised = promise.setPower(done.on, done.id);
     promise.requireEnd();
-    if (!done.wasUnderBlackout) {
-        const auto target = done.before.displays.find(done.id);
-        const bool areKnown = !done.misled && target != done.before.displays.end();
-        tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
-    }
-    return promised;
-}
-
-std::string Program::switched(const Operation& operation, bool misled) {
-    Switching done = beginSwitching(operation, misled);
-    done.outcome = tested_program::setPower(done.on, done.id);
-    const Outcome promised = endSwitching(done);
+    rememberTables(done);
+    lastSwitching_ = done;
     if (promised != done.outcome) {
         return "says: " + described(done.outcome) + "; promised: " + described(promised);
     }
-    return brokenRule(done);
+    return brokenBy(done, known);
 }
 
 std::string Program::listed() {
@@ -181,36 +231,98 @@ std::string Program::listed() {
     return std::ranges::is_sorted(rows, comesFirst) ? "" : "the list is out of order";
 }
 
-std::string Program::commanded(const Operation& operation, bool misled) {
-    Switching done = beginSwitching(operation, misled);
-    const auto ran =
-        tested_program::run({"--power", done.on ? "on" : "off", std::to_string(done.id)});
-    done.outcome = endSwitching(done);
+std::string Program::released() {
+    Passage done;
+    done.before = lookAt(mac_);
+    tested_program::restoreAll();
+    noteWhatFollowed(done);
+    std::set<std::uint32_t> blackedOut;
+    for (const auto& [id, entry] : memory_.blackouts) {
+        blackedOut.insert(id);
+    }
+    Promise promise(calls_, memory_);
+    promise.restoreAll();
+    promise.requireEnd();
+    return brokenByLettingGo(done, blackFromBefore_, blackedOut);
+}
+
+std::string Program::commanded(bool on, std::uint32_t id) {
+    Switching done = beginSwitching(on, id, lookAt(mac_));
+    const Memory known = memory_;
+    const auto ran = tested_program::run({"--power", wordFor(on), std::to_string(id)});
+    noteWhatFollowed(done);
+    Promise promise(calls_, memory_);
+    done.outcome = promise.setPower(on, id);
+    promise.requireEnd();
+    rememberTables(done);
+    lastSwitching_ = done;
     if (ran.output != printed(done.outcome)) {
         return "prints: " + ran.output + "; promised: " + printed(done.outcome);
     }
     if (ran.status != (done.outcome.success ? 0 : 1)) {
         return "exit status " + std::to_string(ran.status);
     }
-    return brokenRule(done);
+    return brokenBy(done, known);
 }
 
-// What it switches off it switches on again, unless the Mac refuses that.
-std::string Program::selfTested(bool misled) {
+// Which display comes first depends on the names as well: it is one of those that no other must
+// precede.
+std::string Program::commandedFirst(bool on) {
     const Desk before = lookAt(mac_);
-    (void)tested_program::run({"--selftest"});
-    const Desk after = lookAt(mac_);
-    (void)Promise(calls_, memory_).listDisplays();
-    misled = misled || std::ranges::any_of(calls_, isRefusal);
-    for (const auto& [id, sight] : before.displays) {
-        const auto now = after.displays.find(id);
-        const bool isOff =
-            now == after.displays.end() || !now->second.enabled || now->second.isBlack();
-        if (!misled && sight.enabled && !sight.isBlack() && isOff) {
-            return "the self-test leaves display " + std::to_string(id) + " off";
-        }
+    const auto ran = tested_program::run({"--power", wordFor(on)});
+    const Memory known = memory_;
+    const auto rows = Promise(calls_, memory_).listDisplays();
+    if (rows.empty()) {
+        return ran.output == "no display\n" && ran.status == 1 ? "" : "prints: " + ran.output;
     }
-    return {};
+    std::string broken;
+    for (const ListedDisplay& row : rows) {
+        if (std::ranges::any_of(rows, [&](const auto& other) { return comesFirst(other, row); })) {
+            continue;
+        }
+        memory_ = known;
+        Switching done = beginSwitching(on, row.id, before);
+        noteWhatFollowed(done);
+        try {
+            Promise promise(calls_, memory_);
+            (void)promise.listDisplays();
+            done.outcome = promise.setPower(on, row.id);
+            promise.requireEnd();
+        } catch (const BrokenPromise& error) {
+            broken = error.what();
+            continue;
+        }
+        rememberTables(done);
+        const bool isTold =
+            ran.output == printed(done.outcome) && ran.status == (done.outcome.success ? 0 : 1);
+        return isTold ? brokenRule(done) : "prints: " + ran.output;
+    }
+    return broken;
+}
+
+std::string Program::selfTested() {
+    Passage done;
+    done.before = lookAt(mac_);
+    const auto ran = tested_program::run({"--selftest"});
+    noteWhatFollowed(done);
+    (void)Promise(calls_, memory_).listDisplays();
+    const SelfTestReport report(ran.output);
+    if (std::string broken = report.brokenVerdict(ran.status); !broken.empty()) {
+        return broken;
+    }
+    if (!report.off) {
+        return brokenByLooking(done);
+    }
+    if (done.meanwhile) {
+        return {};
+    }
+    Switching off = beginSwitching(false, report.id, done.before);
+    Switching on = beginSwitching(true, report.id, done.before);
+    static_cast<Passage&>(off) = static_cast<Passage&>(on) = done;
+    off.outcome = *report.off;
+    on.outcome = *report.on;
+    const std::string broken = brokenRule(on);
+    return broken.empty() ? brokenByOffAndOn(off, on) : broken;
 }
 
 } // namespace safety

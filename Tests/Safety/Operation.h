@@ -4,10 +4,14 @@
 #include "Safety/Promise.h"
 #include "Safety/Rules.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace safety {
 
@@ -21,6 +25,8 @@ struct Operation {
         quit,
         commandOff, ///< by the command line, as the ones that follow
         commandOn,
+        commandOffFirst, ///< without an ID: the first one of the list
+        commandOnFirst,
         commandList,
         selfTest,
     };
@@ -29,6 +35,8 @@ struct Operation {
     std::uint32_t id = 0;
 
     [[nodiscard]] std::string described() const;
+    /// Whether it is `off` or `on`.
+    [[nodiscard]] bool isSwitching() const;
 };
 
 /// Runs operations of the program in this process and holds each against its promise and the
@@ -37,36 +45,47 @@ class Program {
 public:
     explicit Program(simulated_mac::Mac& mac);
 
-    /// Empty, or what is wrong, in words. A misled program is held to its promise only, and to the
-    /// rules that no answer excuses.
-    std::string carryOut(const Operation& operation, bool misled);
+    /// Empty, or what is wrong, in words.
+    std::string carryOut(const Operation& operation);
 
-    /// From the next operation on the process ends, without a word, when it has made this many
-    /// calls; 0 is never.
-    void endAfterCall(int number) { lastCall_ = number; }
+    /// When the next operation has made so many calls or, with 0, before its first, somebody else
+    /// does this.
+    void interruptAfter(std::size_t calls, std::function<void()> happen);
 
     /// The calls of the operation that was carried out last.
     [[nodiscard]] const Calls& calls() const { return calls_; }
+    /// The last operation that switched a named display.
+    [[nodiscard]] const std::optional<Switching>& lastSwitching() const { return lastSwitching_; }
 
 private:
+    struct Interruption {
+        std::size_t calls;
+        std::function<void()> happen;
+    };
+
     void note(const LoggedCall& call);
-    [[nodiscard]] std::string promised(const Operation& operation, bool misled);
+    void interruptIfDue();
+    [[nodiscard]] std::string promised(const Operation& operation);
     /// Before the program switches; the outcome and the desk afterwards are still to come.
-    [[nodiscard]] Switching beginSwitching(const Operation& operation, bool misled);
-    /// After it has: what it ought to have said. Throws BrokenPromise for another call than
-    /// promised.
-    [[nodiscard]] Outcome endSwitching(Switching& done);
-    [[nodiscard]] std::string switched(const Operation& operation, bool misled);
+    [[nodiscard]] Switching beginSwitching(bool on, std::uint32_t id, const Desk& before);
+    void noteWhatFollowed(Passage& done);
+    void rememberTables(const Switching& done);
+    [[nodiscard]] std::string brokenBy(const Switching& done, const Memory& known) const;
+    [[nodiscard]] std::string switched(const Operation& operation);
     [[nodiscard]] std::string listed();
-    [[nodiscard]] std::string commanded(const Operation& operation, bool misled);
-    [[nodiscard]] std::string selfTested(bool misled);
+    [[nodiscard]] std::string released();
+    [[nodiscard]] std::string commanded(bool on, std::uint32_t id);
+    [[nodiscard]] std::string commandedFirst(bool on);
+    [[nodiscard]] std::string selfTested();
 
     simulated_mac::Mac& mac_;
     Calls calls_;
     Memory memory_;
     std::set<std::uint32_t> blackFromBefore_;      ///< when the BlackOut of this process began
     std::map<std::uint32_t, Tables> tablesBefore_; ///< likewise; none when they may be others
-    int lastCall_ = 0;
+    std::vector<Interruption> interruptions_;
+    std::optional<Meanwhile> meanwhile_;
+    std::optional<Switching> lastSwitching_;
 };
 
 } // namespace safety

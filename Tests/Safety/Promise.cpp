@@ -15,10 +15,6 @@ constexpr const char* coreGraphicsPath =
     "/System/Library/Frameworks/CoreGraphics.framework/CoreGraphics";
 constexpr const char* rememberedKey = "Veilpane.disconnectedDisplayIDs";
 
-const std::string disconnect = "断开显示器（SLS）";
-const std::string ddc = "DDC 硬件电源";
-const std::string blackout = "BlackOut（镜像+Gamma）";
-
 constexpr int forSession = 1;
 constexpr int permanently = 2;
 
@@ -36,20 +32,6 @@ bool contains(const auto& ids, std::uint32_t id) {
 
 std::string described(const LoggedCall& call) {
     return call.call + call.args.dump();
-}
-
-std::string messageBytes(std::uint8_t code, std::uint16_t value) {
-    std::array<std::uint8_t, 7> bytes = {0x51, 0x84, 0x03, code, 0, 0, 0};
-    bytes[4] = static_cast<std::uint8_t>(value >> 8);
-    bytes[5] = static_cast<std::uint8_t>(value & 0xFF);
-    bytes[6] = static_cast<std::uint8_t>(bytes[3] ^ bytes[4] ^ bytes[5] ^ 0xB8);
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        std::array<char, 3> digits = {};
-        std::snprintf(digits.data(), digits.size(), "%02X", byte);
-        text += digits.data();
-    }
-    return text;
 }
 
 std::string configFailed(std::int32_t code) {
@@ -81,6 +63,20 @@ std::set<std::uint32_t> idsIn(const json& stored) {
 }
 
 } // namespace
+
+std::string messageBytes(std::uint8_t code, std::uint16_t value) {
+    std::array<std::uint8_t, 7> bytes = {0x51, 0x84, 0x03, code, 0, 0, 0};
+    bytes[4] = static_cast<std::uint8_t>(value >> 8);
+    bytes[5] = static_cast<std::uint8_t>(value & 0xFF);
+    bytes[6] = static_cast<std::uint8_t>(bytes[3] ^ bytes[4] ^ bytes[5] ^ 0xB8);
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        std::array<char, 3> digits = {};
+        std::snprintf(digits.data(), digits.size(), "%02X", byte);
+        text += digits.data();
+    }
+    return text;
+}
 
 const LoggedCall& Promise::next(const std::string& name, const json& arguments) {
     if (!nextIs(name, arguments)) {
@@ -369,12 +365,12 @@ Outcome Promise::fallBack(std::uint32_t id) {
     if (canControl()) {
         const Failure failure = send(0x0C, 5, id);
         if (!failure) {
-            return {ddc, true, "DDC 已发送 Power Off"};
+            return {ddcTitle, true, "DDC 已发送 Power Off"};
         }
         prefix = "DDC 失败（" + *failure + "），改用";
     }
     blackOut(id);
-    return {blackout, true, prefix + "BlackOut：镜像 + Gamma 归零（软件兜底）"};
+    return {blackoutTitle, true, prefix + "BlackOut：镜像 + Gamma 归零（软件兜底）"};
 }
 
 Outcome Promise::switchOff(std::uint32_t id) {
@@ -383,15 +379,15 @@ Outcome Promise::switchOff(std::uint32_t id) {
     }
     const auto active = list("CGGetActiveDisplayList", 16);
     if (!active || active->size() < 2) {
-        return {disconnect, false, "拒绝断开：只剩这一台活动显示器"};
+        return {disconnectTitle, false, "拒绝断开：只剩这一台活动显示器"};
     }
     const Failure failure = setEnabled({false, id});
     if (!failure) {
         restore(id);
-        return {disconnect, true, "已断开显示器（SLS，系统设置中将消失）"};
+        return {disconnectTitle, true, "已断开显示器（SLS，系统设置中将消失）"};
     }
     if (yes("CGDisplayIsMain", id)) {
-        return {disconnect, false, "主屏禁止关闭，已阻止"};
+        return {disconnectTitle, false, "主屏禁止关闭，已阻止"};
     }
     const Outcome fallback = fallBack(id);
     return {fallback.method, fallback.success,
@@ -401,32 +397,32 @@ Outcome Promise::switchOff(std::uint32_t id) {
 Outcome Promise::switchOn(std::uint32_t id) {
     if (!skyLightHas("SLSConfigureDisplayEnabled")) {
         restore(id);
-        return {blackout, true, "已恢复显示"};
+        return {blackoutTitle, true, "已恢复显示"};
     }
     const Failure failure = setEnabled({true, id});
     restore(id);
     if (failure) {
-        return {blackout, true, "SLS 重连失败（" + *failure + "），已恢复软件显示"};
+        return {blackoutTitle, true, "SLS 重连失败（" + *failure + "），已恢复软件显示"};
     }
     if (canControl()) {
         (void)send(0x0C, 1, id);
     }
-    return {disconnect, true, "已重新连接显示器（SLS）"};
+    return {disconnectTitle, true, "已重新连接显示器（SLS）"};
 }
 
 Outcome Promise::setPower(bool on, std::uint32_t id) {
     if (!on && yes("CGDisplayIsMain", id)) {
-        return {disconnect, false, "主屏禁止关闭，已阻止"};
+        return {disconnectTitle, false, "主屏禁止关闭，已阻止"};
     }
     if (disconnectedByUs(id)) {
         if (!on) {
-            return {disconnect, true, "显示器已断开"};
+            return {disconnectTitle, true, "显示器已断开"};
         }
         if (const Failure failure = setEnabled({true, id})) {
-            return {disconnect, false, "重连失败：" + *failure};
+            return {disconnectTitle, false, "重连失败：" + *failure};
         }
         restore(id);
-        return {disconnect, true, "已重新连接显示器"};
+        return {disconnectTitle, true, "已重新连接显示器"};
     }
     if (!on) {
         return switchOff(id);
@@ -438,7 +434,7 @@ Outcome Promise::setPower(bool on, std::uint32_t id) {
     if (canControl()) {
         (void)send(0x0C, 1, id);
     }
-    return {blackout, true, "已解除 BlackOut，显示器恢复显示"};
+    return {blackoutTitle, true, "已解除 BlackOut，显示器恢复显示"};
 }
 
 std::string Promise::statusLine(std::uint32_t id) {

@@ -19,6 +19,11 @@ namespace safety {
 using simulated_mac::LoggedCall;
 using Calls = std::vector<LoggedCall>;
 
+/// The titles of the mechanisms.
+inline const std::string disconnectTitle = "断开显示器（SLS）";
+inline const std::string ddcTitle = "DDC 硬件电源";
+inline const std::string blackoutTitle = "BlackOut（镜像+Gamma）";
+
 /// What a power operation says it did.
 struct Outcome {
     std::string method; ///< its title
@@ -51,6 +56,9 @@ struct ListedDisplay {
 class BrokenPromise : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
+
+/// The bytes of a Set VCP Feature message as hexadecimal digits, as the call log shows them.
+[[nodiscard]] std::string messageBytes(std::uint8_t code, std::uint16_t value);
 
 /// Follows the calls of one operation, each function for one operation. Throws BrokenPromise.
 class Promise {

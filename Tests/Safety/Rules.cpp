@@ -27,70 +27,144 @@ std::optional<std::uint32_t> victimOf(const LoggedCall& call) {
     return std::nullopt;
 }
 
+bool isMade(const Calls& calls, const std::string& name) {
+    return std::ranges::find(calls, name, &LoggedCall::call) != calls.end();
+}
+
+bool isRefused(const Calls& calls, const std::string& name) {
+    return std::ranges::any_of(
+        calls, [&](const LoggedCall& call) { return call.call == name && call.result != 0; });
+}
+
 std::string named(std::uint32_t id) {
     return "display " + std::to_string(id);
 }
 
-bool isThere(const Desk& desk, std::uint32_t id) {
+const Sight* find(const Desk& desk, std::uint32_t id) {
     const auto found = desk.displays.find(id);
-    return found != desk.displays.end() && found->second.connected;
+    return found == desk.displays.end() ? nullptr : &found->second;
 }
 
-// Which display is main, that a mirror's master has gone, and what a closed lid means now that
-// other displays are on or off, is the window server's decision.
-void forgetWhatTheMacDecides(Sight& sight) {
-    sight.main = sight.asleep = sight.lit = false;
-    sight.mirrors = 0;
+bool isThere(const Desk& desk, std::uint32_t id) {
+    const Sight* const sight = find(desk, id);
+    return sight != nullptr && sight->connected;
+}
+
+/// A time in which the program alone acted.
+struct Stretch {
+    const Desk& before;
+    const Desk& after;
+};
+
+std::vector<Stretch> stretchesOf(const Passage& done) {
+    if (!done.meanwhile) {
+        return {{done.before, done.after}};
+    }
+    return {{done.before, done.meanwhile->before}, {done.meanwhile->after, done.after}};
+}
+
+bool isTouched(const Stretch& stretch) {
+    return stretch.before.displays != stretch.after.displays ||
+           stretch.before.stored != stretch.after.stored;
 }
 
 // The only monitor that speaks DDC is taken for that of any display, so also for one that is not
 // there: a known limit.
 void forgetMonitor(Sight& sight) {
-    sight.standby = false;
+    sight.standby = sight.lit = false;
     sight.brightness.reset();
 }
 
-bool looksTheSame(Sight before, Sight after, const Switching& done) {
+// The one way back from tables that could not be read resets those of all displays.
+bool resetsAllTables(const Passage& done) {
+    return isMade(done.calls, "CGDisplayRestoreColorSyncSettings");
+}
+
+// Nobody looks whether colour tables were set: a known limit.
+bool tablesAreRefused(const Passage& done) {
+    return isRefused(done.calls, "CGSetDisplayTransferByTable");
+}
+
+// A display that is switched while others have made it the main one leaves that to another, or
+// takes it back, which its mirrors and a closed lid follow.
+void forgetArrangement(Sight& sight) {
+    sight.main = sight.asleep = sight.lit = false;
+    sight.mirrors = 0;
+}
+
+bool changesMain(const Stretch& stretch, std::uint32_t id) {
+    const Sight* const before = find(stretch.before, id);
+    const Sight* const after = find(stretch.after, id);
+    return before != nullptr && after != nullptr && before->main != after->main;
+}
+
+std::string change(const Stretch& stretch, std::uint32_t id, const Switching& done) {
+    Sight before = stretch.before.at(id);
+    Sight after = stretch.after.at(id);
     const bool readable = !before.tables[0].empty() && !after.tables[0].empty();
     for (Sight* const sight : {&before, &after}) {
-        forgetWhatTheMacDecides(*sight);
-        if (!isThere(done.before, done.id)) {
+        if (changesMain(stretch, done.id)) {
+            forgetArrangement(*sight);
+        }
+        if (sight->mirrors == done.id) {
+            sight->mirrors = 0;
+        }
+        if (!isThere(done.before, done.id) || !isThere(done.after, done.id)) {
             forgetMonitor(*sight);
         }
-        if (done.resetAllTables || !readable) {
+        if (resetsAllTables(done) || !readable) {
             sight->tables = {};
+            sight->lit = false;
         }
     }
-    return before == after;
+    return differenceOf(before, after);
+}
+
+// A display that has got another ID meanwhile is still the one.
+bool isTarget(const Switching& done, std::uint32_t id) {
+    return id == done.id || (done.meanwhile && find(done.meanwhile->after, done.id) == nullptr &&
+                             find(done.meanwhile->before, id) == nullptr);
 }
 
 std::string changedOthers(const Switching& done) {
-    for (const auto& [id, before] : done.before.displays) {
-        if (id != done.id && !looksTheSame(before, done.after.at(id), done)) {
-            return named(id) + " is changed, too";
+    for (const Stretch& stretch : stretchesOf(done)) {
+        for (const auto& [id, sight] : stretch.before.displays) {
+            const std::string difference = change(stretch, id, done);
+            if (!isTarget(done, id) && !difference.empty()) {
+                return named(id) + " is changed, too: " + difference;
+            }
         }
     }
     return {};
 }
 
 bool isOn(const Sight& sight, const Switching& done) {
-    const bool isDisconnected = !sight.enabled && done.outcome.method == "断开显示器（SLS）";
+    const bool isDisconnected = !sight.enabled && done.outcome.method == disconnectTitle;
     return !isDisconnected && (!sight.isBlack() || done.blackByAnother);
 }
 
 // A BlackOut that counts already is not begun again, whatever has become of it.
 bool isOff(const Sight& sight, const Switching& done) {
+    if (done.outcome.method == disconnectTitle) {
+        return !sight.enabled;
+    }
     const bool canBeBlack = !sight.tables[0].empty();
-    return !sight.enabled || sight.standby || sight.isBlack() || !canBeBlack ||
-           done.wasUnderBlackout;
+    return sight.standby || sight.isBlack() || !canBeBlack || done.wasUnderBlackout;
 }
 
-// Two limits are known: nobody looks whether colour tables were set, and without the list of what
-// is online a remembered display counts as off.
+bool isSwitchedByOthers(const Switching& done) {
+    return done.meanwhile && done.meanwhile->touched.contains(done.id);
+}
+
+// Without the list of what is online a remembered display counts as off: a known limit.
+bool countsAsOff(const Switching& done) {
+    return !done.on && done.before.stored.contains(done.id) &&
+           isRefused(done.calls, "CGGetOnlineDisplayList");
+}
+
 std::string missingEffect(const Switching& done) {
-    const bool countsAsOff = !done.on && done.onlineUnknown && done.before.stored.contains(done.id);
-    if (!done.outcome.success || !isThere(done.after, done.id) || done.tablesRefused ||
-        countsAsOff) {
+    if (!done.outcome.success || !isThere(done.after, done.id) || tablesAreRefused(done) ||
+        countsAsOff(done) || isSwitchedByOthers(done)) {
         return {};
     }
     const Sight& sight = done.after.at(done.id);
@@ -100,9 +174,9 @@ std::string missingEffect(const Switching& done) {
 
 // Whoever has calibrated a display gets its own tables back, each for its colour.
 std::string otherColours(const Switching& done) {
-    if (!done.on || !done.outcome.success || !done.wasUnderBlackout || done.resetAllTables ||
-        done.tablesRefused || done.tablesBeforeBlackout[0].empty() ||
-        !isThere(done.after, done.id)) {
+    if (!done.on || !done.outcome.success || !done.wasUnderBlackout || resetsAllTables(done) ||
+        tablesAreRefused(done) || done.tablesBeforeBlackout[0].empty() ||
+        !isThere(done.after, done.id) || isSwitchedByOthers(done)) {
         return {};
     }
     const Tables& tables = done.after.at(done.id).tables;
@@ -114,20 +188,42 @@ std::string otherColours(const Switching& done) {
 std::string touchedInSpiteOfRefusal(const Switching& done) {
     const bool refused =
         !done.outcome.success && done.outcome.message.find("失败") == std::string::npos;
-    const bool same =
-        done.before.displays == done.after.displays && done.before.stored == done.after.stored;
-    return refused && !same ? "refused, and yet something has changed" : "";
+    return refused && std::ranges::any_of(stretchesOf(done), isTouched)
+               ? "refused, and yet something has changed"
+               : "";
+}
+
+// Which display is the main one and how many are active is looked at before a display is switched
+// off and not again: a known limit for what others do afterwards.
+bool hasLookedTooEarly(const Switching& done, const Desk& afterwards) {
+    if (done.on || !done.meanwhile || &afterwards != &done.after) {
+        return false;
+    }
+    const auto counted = std::ranges::find(done.calls, "CGGetActiveDisplayList", &LoggedCall::call);
+    const auto calls = static_cast<std::size_t>(counted - done.calls.begin());
+    return done.outcome.method != disconnectTitle || calls < done.meanwhile->calls;
+}
+
+std::string darkMain(const Switching& done, const Stretch& stretch) {
+    for (const auto& [id, before] : stretch.before.displays) {
+        const bool knownLimit =
+            !isThere(stretch.before, done.id) || (id == done.id && done.blackByAnother);
+        if (before.main && before.lit && !stretch.after.displays.at(id).lit && !knownLimit) {
+            return "the main display is dark";
+        }
+    }
+    return {};
 }
 
 std::string darkness(const Switching& done) {
-    if (isDarkened(done.before, done.after, done.id)) {
-        return "no display is lit any more";
-    }
-    for (const auto& [id, before] : done.before.displays) {
-        const bool knownLimit =
-            !isThere(done.before, done.id) || (id == done.id && done.blackByAnother);
-        if (before.main && before.lit && !done.after.at(id).lit && !knownLimit) {
-            return "the main display is dark";
+    for (const Stretch& stretch : stretchesOf(done)) {
+        if (isDarkened(stretch.before, stretch.after, done.id) &&
+            !hasLookedTooEarly(done, stretch.after)) {
+            return "no display is lit any more";
+        }
+        const bool wasAsked = done.meanwhile && &stretch.after == &done.after && !done.on;
+        if (std::string broken = darkMain(done, stretch); !broken.empty() && !wasAsked) {
+            return broken;
         }
     }
     return {};
@@ -135,7 +231,7 @@ std::string darkness(const Switching& done) {
 
 // Of the displays that others have switched meanwhile this process knows nothing.
 std::string badMemory(const Switching& done) {
-    if (!isThere(done.after, done.id)) {
+    if (!isThere(done.after, done.id) || isSwitchedByOthers(done)) {
         return {};
     }
     const bool isStored = done.after.stored.contains(done.id);
@@ -143,8 +239,51 @@ std::string badMemory(const Switching& done) {
     if (isStored && !done.before.stored.contains(done.id) && isEnabled) {
         return "the display is remembered and on";
     }
-    const bool wentOff = done.before.at(done.id).enabled && !isEnabled;
+    const Sight* const before = find(done.before, done.id);
+    const bool wentOff = before != nullptr && before->enabled && !isEnabled;
     return wentOff && !isStored ? "the display is off and not remembered" : "";
+}
+
+bool wasOn(const Sight& sight) {
+    return sight.connected && sight.enabled && !sight.standby && !sight.isBlack() &&
+           sight.mirrors == 0;
+}
+
+bool isWoken(const Passage& done) {
+    return std::ranges::any_of(done.calls, [](const LoggedCall& call) {
+        return call.call == "IOI2CSendRequest" && call.notes.at("bytes") == messageBytes(0x0C, 1) &&
+               call.result == 0;
+    });
+}
+
+// A BlackOut ends at full brightness, whatever it was before. Where SkyLight does not switch, no
+// monitor is woken, and some take nothing in standby. macOS may make a mirrored display the main
+// one, and drops the tables of a display that is disabled.
+std::string remainingChange(Sight before, Sight after, bool isTarget, const Switching& off,
+                            const Switching& on) {
+    const bool mirrors = isMade(off.calls, "CGConfigureDisplayMirrorOfDisplay") ||
+                         isMade(on.calls, "CGConfigureDisplayMirrorOfDisplay");
+    const bool mayStayInStandby = isTarget && off.outcome.method == ddcTitle &&
+                                  (on.outcome.method != disconnectTitle || isWoken(on));
+    const bool readable = !before.tables[0].empty() && !after.tables[0].empty() &&
+                          !resetsAllTables(off) && !resetsAllTables(on) && !tablesAreRefused(off) &&
+                          !(isTarget && off.outcome.method == disconnectTitle);
+    for (Sight* const sight : {&before, &after}) {
+        if (mirrors) {
+            sight->main = false;
+            sight->mirrors = 0;
+        }
+        if (mayStayInStandby) {
+            sight->standby = sight->lit = false;
+        }
+        if (!readable) {
+            sight->tables = {};
+        }
+        if (isTarget && after.brightness == 100) {
+            sight->brightness = 100;
+        }
+    }
+    return differenceOf(before, after);
 }
 
 } // namespace
@@ -171,18 +310,74 @@ std::string brokenRule(const Calls& calls) {
 }
 
 std::string brokenRule(const Switching& done) {
-    if (std::string broken = touchedInSpiteOfRefusal(done); !broken.empty() && !done.misled) {
-        return broken;
-    }
-    if (done.misled) {
-        return {};
-    }
-    for (const auto rule : {darkness, changedOthers, missingEffect, otherColours, badMemory}) {
+    for (const auto rule : {touchedInSpiteOfRefusal, darkness, changedOthers, missingEffect,
+                            otherColours, badMemory}) {
         if (std::string broken = rule(done); !broken.empty()) {
             return broken;
         }
     }
     return {};
+}
+
+std::string brokenByLooking(const Passage& done) {
+    return std::ranges::any_of(stretchesOf(done), isTouched) ? "looking has changed something" : "";
+}
+
+std::string brokenByLettingGo(const Passage& done, const std::set<std::uint32_t>& blackFromBefore,
+                              const std::set<std::uint32_t>& underBlackout) {
+    for (const Stretch& stretch : stretchesOf(done)) {
+        if (stretch.before.stored != stretch.after.stored) {
+            return "the end has changed what is remembered";
+        }
+        for (const auto& [id, before] : stretch.before.displays) {
+            const Sight& after = stretch.after.displays.at(id);
+            const bool sameTables = before.tables == after.tables || resetsAllTables(done) ||
+                                    underBlackout.contains(id) || after.tables[0].empty();
+            if (before.enabled != after.enabled || before.standby != after.standby || !sameTables) {
+                return "the end has changed " + named(id);
+            }
+        }
+    }
+    for (const std::uint32_t id : underBlackout) {
+        const bool mayBeBlack = blackFromBefore.contains(id) || tablesAreRefused(done);
+        if (isThere(done.after, id) && done.after.at(id).isBlack() && !mayBeBlack &&
+            !done.meanwhile) {
+            return "the end leaves " + named(id) + " black";
+        }
+    }
+    return {};
+}
+
+std::string brokenByOffAndOn(const Switching& off, const Switching& on) {
+    const Sight* const target = find(off.before, off.id);
+    const bool onlySoftware =
+        off.outcome.method == disconnectTitle && on.outcome.method != disconnectTitle;
+    if (!on.outcome.success || onlySoftware || target == nullptr || !wasOn(*target)) {
+        return {};
+    }
+    for (const auto& [id, before] : off.before.displays) {
+        const std::string change = remainingChange(before, on.after.at(id), id == off.id, off, on);
+        if (!change.empty()) {
+            return "off and then on has changed " + named(id) + ": " + change;
+        }
+    }
+    for (const std::uint32_t id : off.before.stored) {
+        const bool isOff = isThere(on.after, id) && !on.after.at(id).enabled;
+        if (isOff && !on.after.stored.contains(id)) {
+            return "off and then on has forgotten " + named(id);
+        }
+    }
+    return {};
+}
+
+std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t id, bool hadTime) {
+    if (isDarkened(before, after, id)) {
+        return "ended, it leaves no display lit";
+    }
+    const bool wentOff = isThere(before, id) && before.at(id).enabled && !after.at(id).enabled;
+    return wentOff && hadTime && !after.stored.contains(id)
+               ? "ended, it has forgotten what it disconnected"
+               : "";
 }
 
 // Two limits are known: the only monitor that speaks DDC is taken for that of a display that is not

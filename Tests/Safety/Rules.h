@@ -3,30 +3,36 @@
 #include "Safety/Desk.h"
 #include "Safety/Promise.h"
 
+#include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace safety {
 
+/// What somebody else did to the Mac while an operation went on.
+struct Meanwhile {
+    std::size_t calls = 0; ///< that the operation had made by then, at least 1
+    Desk before, after;
+    std::set<std::uint32_t> touched; ///< the displays that look otherwise, come or have gone
+};
+
+/// The Mac before and after an operation.
+struct Passage {
+    Desk before, after;
+    std::optional<Meanwhile> meanwhile;
+    Calls calls;
+};
+
 /// One power operation that was carried out.
-struct Switching {
+struct Switching : Passage {
     bool on = false;
     std::uint32_t id = 0;
     Outcome outcome;
-    Desk before, after;
-    /// An answer was wrong, a call took effect and said otherwise, or the Mac changed meanwhile:
-    /// who believes what it is told cannot be blamed for the picture.
-    bool misled = false;
     /// This process had the display under BlackOut before.
     bool wasUnderBlackout = false;
     /// It was black already, by another program, when this process's BlackOut began or would have.
     bool blackByAnother = false;
-    /// The window server did not tell which displays are online: a remembered one counts as off.
-    bool onlineUnknown = false;
-    /// The window server refused to set colour tables, which no outcome tells.
-    bool tablesRefused = false;
-    /// The one way back from tables that could not be read resets those of all displays.
-    bool resetAllTables = false;
     /// What it showed when this process's BlackOut began; empty when that is not known.
     Tables tablesBeforeBlackout;
 };
@@ -37,6 +43,24 @@ struct Switching {
 
 /// The rules about a power operation's effect, apart from what the known limits tell of.
 [[nodiscard]] std::string brokenRule(const Switching& done);
+
+/// Looking changes nothing.
+[[nodiscard]] std::string brokenByLooking(const Passage& done);
+
+/// Letting go of everything at the end: what was under BlackOut shows its picture, nothing else is
+/// touched.
+[[nodiscard]] std::string brokenByLettingGo(const Passage& done,
+                                            const std::set<std::uint32_t>& blackFromBefore,
+                                            const std::set<std::uint32_t>& underBlackout);
+
+/// Off and then on, without anything going wrong at the second, gives the desk back as it was,
+/// apart from what the known limits tell of.
+[[nodiscard]] std::string brokenByOffAndOn(const Switching& off, const Switching& on);
+
+/// A program that is ended within an operation on this display leaves a picture, and what it has
+/// disconnected is remembered, unless it had no time for that.
+[[nodiscard]] std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t id,
+                                        bool hadTime);
 
 /// Whether the last picture went, and went by an operation on this display.
 [[nodiscard]] bool isDarkened(const Desk& before, const Desk& after, std::uint32_t id);

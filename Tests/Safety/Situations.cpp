@@ -31,6 +31,11 @@ constexpr std::string_view makersInRegistry = R"(
       "properties": { "DisplayVendorID": 4268, "DisplayProductID": 16 } } ] },
     { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
       "properties": { "DisplayVendorID": 7789, "DisplayProductID": 23 } } ] })";
+constexpr std::string_view wrongTypesInRegistry = R"(
+    { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
+      "properties": { "DisplayVendorID": "4268", "DisplayProductID": true, "DisplayID": [ 2 ] } } ] },
+    { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
+      "properties": { "DisplayVendorID": 7789, "DisplayProductID": { "value": 23 } } } ] })";
 constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
 
 Situation situation(const char* name, std::initializer_list<std::string_view> displays,
@@ -40,6 +45,11 @@ Situation situation(const char* name, std::initializer_list<std::string_view> di
         members += ", " + std::string(member);
     }
     return {name, simulated_mac::Scene::parse(scene(displays, {members}), name), {1, 2, 3, 4}};
+}
+
+Situation situationWithProfiler() {
+    const char* const name = "two displays that the profiler names";
+    return {name, simulated_mac::Scene::parse(scene({builtIn1, ddcStudio2}), name), {1, 2, 3, 4}};
 }
 
 std::array<std::uint32_t, 4> displaysOf(const simulated_mac::Scene& scene) {
@@ -100,6 +110,9 @@ std::vector<Situation> written() {
         situation("a remembered display, SkyLight only lists", {main1, disabled2},
                   {remembered("[2]"), onlySkyLightsList}),
         situation("three displays, slow lists", {main1, ddc2, plain3}, {slowLists}),
+        situation("three displays, properties of wrong types", {panel, plainLarge, small},
+                  {noSkyLight, registry(wrongTypesInRegistry)}),
+        situationWithProfiler(),
     };
 }
 

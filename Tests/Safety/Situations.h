@@ -20,7 +20,8 @@ struct Situation {
 
 /// Macs of every kind that matters for switching: one to four displays, the registries of Intel
 /// Macs and of Apple silicon, SkyLight whole, in part and not at all, hardware and software
-/// mirroring, remembered displays that are off, on again, gone, and not ours, lists that are slow.
+/// mirroring, remembered displays that are off, on again, gone, and not ours, lists that are slow,
+/// properties of wrong types, names from the profiler.
 /// After these come the scenes of Tests/Scenes, by the names of their files.
 [[nodiscard]] const std::vector<Situation>& situations();
 

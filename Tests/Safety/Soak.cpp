@@ -198,7 +198,11 @@ int main(int argc, char** argv) {
                     options.numbers["--seed"]);
         std::fflush(stdout);
         if (options.faultRun) {
+            if (*options.faultRun >= runs.count()) {
+                reject("--fault-run: there is no run " + std::to_string(*options.faultRun));
+            }
             Forked forked;
+            std::printf("%s\n", runs.described(*options.faultRun).c_str());
             carryOutFault(runs, *options.faultRun, forked, score);
         } else {
             workInProcesses(runs, options, score);

@@ -68,6 +68,12 @@ class Limits(unittest.TestCase):
                 self.assertEqual(self.complaint_about(pinned),
                                  "Docs/KnownLimits.md:3: names no test in its last column\n")
 
+    def test_an_excuse_without_a_row_is_named(self):
+        self.write("Tests/Safety/KnownLies.cpp", '"KnownLimits.does_work", "KnownLimits.does_fail"')
+        self.write("Tests/Unit/LimitsTest.cpp", "TEST(KnownLimits, does_work) {}")
+        self.assertEqual(self.complaint_about("`KnownLimits.does_work`"),
+                         "Tests/Safety/KnownLies.cpp: 'KnownLimits.does_fail' is in no row of Docs/KnownLimits.md\n")
+
     def test_a_missing_page_is_one_clear_line(self):
         outcome = check(self.project)
         self.assertNotEqual(outcome.returncode, 0)

@@ -9,8 +9,7 @@
 #include "Support/Scenes.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 
-#include <csignal>
-#include <map>
+#include <iterator>
 #include <sstream>
 
 namespace veilpane::test {
@@ -22,7 +21,7 @@ using simulated_mac::Mac;
 using simulated_mac::Scene;
 
 constexpr int impossibleEvent = 2;  // the status with which the simulated Mac refuses one
-constexpr std::size_t everyNth = 5; // calls; the others' turns are the safety runs', without a menu
+constexpr std::size_t everyNth = 2; // calls; the others' turns are the safety runs', without a menu
 
 const Scene& desk() {
     static const Scene scene = Scene::parse(
@@ -81,9 +80,14 @@ Session runSession(const Mischief* wrong) {
             implementationOf(+[](NSAlert*, SEL) { return NSInteger(0); }));
         Mac& mac = Mac::boot(desk());
         safety::Calls calls;
-        mac.listen([&calls](const safety::LoggedCall& call) { calls.push_back(call); });
-        if (wrong != nullptr) {
-            wrong->plan(mac);
+        mac.listen([&](const safety::LoggedCall& call) {
+            calls.push_back(call);
+            if (wrong != nullptr && wrong->event && wrong->event->calls == calls.size()) {
+                wrong->happen(mac);
+            }
+        });
+        if (wrong != nullptr && wrong->fault) {
+            mac.failCall(*wrong->fault);
         }
         const auto delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
         Session session;
@@ -91,8 +95,7 @@ Session runSession(const Mischief* wrong) {
         if (session.broken.empty()) {
             session.broken = safety::brokenRule(calls);
         }
-        if (session.broken.empty() && (wrong == nullptr || !wrong->misleads) &&
-            !mac.display(1).lit) {
+        if (session.broken.empty() && (wrong == nullptr || wrong->fault) && !mac.display(1).lit) {
             session.broken = "the main display is dark";
         }
         for (const safety::LoggedCall& call : calls) {
@@ -103,17 +106,13 @@ Session runSession(const Mischief* wrong) {
 }
 
 /// One thing that can go wrong at every few calls of a session.
-std::vector<Mischief> mischiefInTurn(const std::string& calls) {
+std::vector<Mischief> mischiefInTurn(const std::string& text) {
+    std::istringstream stream(text);
+    const safety::CallNames calls{std::istream_iterator<std::string>(stream), {}};
     std::vector<Mischief> all;
-    std::map<std::string, int> made;
-    std::istringstream stream(calls);
-    std::size_t place = 0;
-    for (std::string call; std::getline(stream, call); ++place) {
-        const int nth = ++made[call];
-        const auto ways = safety::mischiefAt(call, nth, desk());
-        if (place % everyNth == 0 && !ways.empty()) {
-            all.push_back(ways[place * 7 % ways.size()]);
-        }
+    for (std::size_t place = 1; place <= calls.size(); place += everyNth) {
+        const auto ways = safety::mischiefAt(calls, place, desk());
+        all.push_back(ways[place * 7 % ways.size()]);
     }
     return all;
 }
@@ -126,7 +125,7 @@ TEST(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) 
     for (const Mischief& wrong : all) {
         const auto end = forked.run([&wrong] { return runSession(&wrong).broken; });
         const bool endedByEvent =
-            wrong.event && (end.signal == SIGTERM || end.status == impossibleEvent);
+            wrong.endsTheProgram() || (wrong.event && end.status == impossibleEvent);
         EXPECT_EQ(end.text, "") << wrong.described();
         EXPECT_TRUE(endedByEvent || (end.signal == 0 && end.status == 0))
             << wrong.described() << ": signal " << end.signal << ", status " << end.status;

@@ -256,6 +256,16 @@ TEST_F(KnownLimits, a_disconnect_that_took_effect_and_reports_an_error_is_told_a
     EXPECT_TRUE(mac.display(2).lit) << "the way out";
 }
 
+TEST_F(KnownLimits, brightness_that_arrived_despite_an_error_is_not_given_back) {
+    Mac& mac = boot(scene({main1, ddc2}, {noSkyLight}));
+    mac.failCall(fails("IOI2CSendRequest").with(-1)); // the power message, not the brightness
+    mac.failCall(despiteItsEffect(fails("IOI2CSendRequest").nth(2).with(-1)));
+    EXPECT_EQ(DisplayPower::setPower(false, 2).method, PowerMethod::blackout);
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_EQ(mac.display(2).brightness, 0);
+}
+
 TEST_F(KnownLimits, a_monitor_in_standby_may_miss_the_message_that_is_to_wake_it) {
     Mac& mac = boot(
         scene({main1, R"({ "id": 2, "ddc": { "deafInStandby": true } })"}, {refusedBySkyLight()}));
@@ -305,6 +315,42 @@ TEST_F(KnownLimits, a_blackout_whose_tables_macos_refuses_is_told_as_done) {
     mac.failCall(fails("CGSetDisplayTransferByTable").with(1000));
     EXPECT_TRUE(DisplayPower::setPower(false, 2).success);
     EXPECT_EQ(mac.display(2).gamma, "normal");
+}
+
+TEST_F(KnownLimits, a_change_that_macos_only_claims_to_have_made_is_told_as_made) {
+    Mac& mac = boot(scene({main1, plain2}));
+    mac.failCall(fails("CGCompleteDisplayConfiguration").with(0));
+    EXPECT_TRUE(DisplayPower::setPower(false, 2).success);
+    EXPECT_TRUE(mac.display(2).lit);
+    EXPECT_TRUE(DisplayPower::setPower(false, 2).success) << "the way out";
+    EXPECT_FALSE(mac.display(2).enabled);
+}
+
+TEST_F(KnownLimits, a_main_display_that_macos_denies_to_be_it_is_switched_off) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    mac.failCall(fails("CGDisplayIsMain").every().with(0));
+    EXPECT_TRUE(DisplayPower::setPower(false, 1).success);
+    EXPECT_EQ(mac.display(1).gamma, "zero");
+    EXPECT_TRUE(DisplayPower::setPower(true, 1).success) << "the way out";
+    EXPECT_TRUE(mac.display(1).lit);
+}
+
+TEST_F(KnownLimits, tables_that_macos_only_claims_to_have_read_are_given_back_black) {
+    Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
+    const ChildOutcome outcome = inChildProcess([&mac] {
+        mac.failCall(fails("CGGetDisplayTransferByTable").with(0));
+        (void)DisplayPower::setPower(false, 2);
+        (void)DisplayPower::setPower(true, 2);
+        return mac.display(2).gamma;
+    });
+    EXPECT_EQ(outcome.message, "zero");
+    EXPECT_TRUE(mac.display(2).lit) << "the way out: the end of the process";
+}
+
+TEST_F(KnownLimits, switching_on_is_told_as_done_where_skylight_does_not_do_it) {
+    Mac& mac = boot(scene({main1, disabled2}, {remembered("[2]"), noSkyLight}));
+    EXPECT_TRUE(DisplayPower::setPower(true, 2).success);
+    EXPECT_FALSE(mac.display(2).enabled);
 }
 
 TEST_F(KnownLimits, a_blackout_that_ends_with_its_process_leaves_the_brightness_at_0) {

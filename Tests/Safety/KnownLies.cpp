@@ -1,0 +1,103 @@
+#include "Safety/KnownLies.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace safety {
+namespace {
+
+enum class Lie {
+    successWithoutEffect,
+    failureWithEffect,
+    failure, ///< of a call whose failures are believed to mean something
+    answer,  ///< any wrong one that is no failure
+    any,
+};
+
+struct KnownLie {
+    std::string_view call;
+    Lie lie;
+    std::string_view broken; ///< occurs in the rule's words
+    std::string_view limit;  ///< the test that pins what comes of it
+};
+
+constexpr std::string_view believedSuccess =
+    "KnownLimits.a_change_that_macos_only_claims_to_have_made_is_told_as_made";
+constexpr std::string_view believedFailure =
+    "KnownLimits.a_disconnect_that_took_effect_and_reports_an_error_is_told_as_failed";
+constexpr std::string_view forgottenDisplay =
+    "KnownLimits.a_list_that_fails_once_makes_the_program_forget_what_it_disconnected";
+constexpr std::string_view believedMain =
+    "KnownLimits.a_main_display_that_macos_denies_to_be_it_is_switched_off";
+constexpr std::string_view unreadTables =
+    "KnownLimits.tables_that_macos_only_claims_to_have_read_are_given_back_black";
+constexpr std::string_view takenMonitor =
+    "KnownLimits.the_only_ddc_monitor_is_taken_for_any_display_even_if_it_is_the_main_one";
+constexpr std::string_view believedOff =
+    "KnownLimits.a_remembered_display_counts_as_off_while_the_online_list_fails";
+constexpr std::string_view arrivedMessage =
+    "KnownLimits.brightness_that_arrived_despite_an_error_is_not_given_back";
+constexpr std::string_view lostMessage = "DisplayPower/Outcome.is_the_one_of_its_row";
+constexpr std::string_view lostDefaults =
+    "RememberedDisplaysTest.the_set_is_written_without_a_synchronise";
+constexpr std::string_view refusedTables =
+    "KnownLimits.a_blackout_whose_tables_macos_refuses_is_told_as_done";
+
+constexpr auto knownLies = std::to_array<KnownLie>({
+    {"CFNumberGetValue", Lie::answer, "is changed, too", takenMonitor},
+    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "remembered", believedFailure},
+    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "has forgotten", believedFailure},
+    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "off and then on", believedFailure},
+    {"CGCompleteDisplayConfiguration", Lie::successWithoutEffect, "the display is",
+     believedSuccess},
+    {"CGDisplayIsMain", Lie::answer, "the main display is dark", believedMain},
+    {"CGGetOnlineDisplayList", Lie::any, "the display is not off", believedOff},
+    {"CGGetDisplayTransferByTable", Lie::answer, "the display is not on", unreadTables},
+    {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "the display is not on",
+     refusedTables},
+    {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "black", refusedTables},
+    {"IOI2CSendRequest", Lie::failureWithEffect, "brightness", arrivedMessage},
+    {"IOI2CSendRequest", Lie::successWithoutEffect, "", lostMessage},
+    {"IORegistryEntryCreateCFProperty", Lie::any, "is changed, too", takenMonitor},
+    {"IORegistryEntryGetChildIterator", Lie::any, "is changed, too", takenMonitor},
+    {"NSUserDefaults.setObject", Lie::successWithoutEffect, "remembered", lostDefaults},
+    {"NSUserDefaults.setObject", Lie::successWithoutEffect, "has forgotten", lostDefaults},
+    {"SLSConfigureDisplayEnabled", Lie::successWithoutEffect, "the display is", believedSuccess},
+    {"SLSGetDisplayList", Lie::any, "has forgotten", forgottenDisplay},
+    {"dlopen", Lie::any, "has forgotten", forgottenDisplay},
+    {"dlsym", Lie::any, "has forgotten", forgottenDisplay},
+});
+
+bool isFailure(const simulated_mac::SceneFault& fault) {
+    return fault.returns && *fault.returns != 0;
+}
+
+bool tells(const simulated_mac::SceneFault& fault, Lie lie) {
+    switch (lie) {
+    case Lie::successWithoutEffect:
+        return fault.returns == 0 || fault.null;
+    case Lie::failureWithEffect:
+        return isFailure(fault) && fault.effect;
+    case Lie::failure:
+        return isFailure(fault) && !fault.effect;
+    case Lie::answer:
+        return !isFailure(fault);
+    case Lie::any:
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+bool isKnownLimit(const std::vector<Mischief>& wrong, const std::string& broken) {
+    return std::ranges::any_of(wrong, [&](const Mischief& mischief) {
+        return mischief.fault && std::ranges::any_of(knownLies, [&](const KnownLie& known) {
+                   return known.call == mischief.fault->call && tells(*mischief.fault, known.lie) &&
+                          broken.find(known.broken) != std::string::npos;
+               });
+    });
+}
+
+} // namespace safety

@@ -1,0 +1,204 @@
+#include "Safety/Model.h"
+
+#include <algorithm>
+
+namespace safety {
+namespace {
+
+bool isUsed(const Sight& sight) {
+    return sight.connected && sight.enabled;
+}
+
+bool wasBlackedOut(const Switching& done, const Memory& known) {
+    return known.blackouts.contains(done.id);
+}
+
+std::set<std::uint32_t> rememberedBy(const Switching& done, const Memory& known) {
+    return known.remembered.value_or(done.before.stored);
+}
+
+bool isSet(const LoggedCall& call) {
+    return call.call == "IOI2CSendRequest" && call.result == 0 &&
+           !call.notes.contains("requestResult");
+}
+
+// A display shows its picture when nothing speaks against it.
+void lightUp(Desk& desk) {
+    for (auto& [id, sight] : desk.displays) {
+        sight.lit = isUsed(sight) && !sight.asleep && !sight.standby && !sight.isBlack();
+    }
+}
+
+// Which display macOS makes the main one is its own business when one comes back, or when it
+// compares those of a set; so are the sets of a display that comes back.
+void leaveToTheMac(Sight& sight, const Switching& done) {
+    if (done.on || done.outcome.method == blackoutTitle) {
+        sight.main = false;
+    }
+    if (done.on && sight.mirrors == done.id) {
+        sight.mirrors = 0;
+    }
+}
+
+void blacken(Tables& tables) {
+    for (auto& channel : tables) {
+        std::ranges::fill(channel, 0.0F);
+    }
+}
+
+} // namespace
+
+bool Model::has(const char* function) const {
+    return scene_.skyLight &&
+           std::ranges::find(*scene_.skyLight, function) != scene_.skyLight->end();
+}
+
+bool Model::knows(const Switching& done) const {
+    const bool areAwake = std::ranges::none_of(done.before.displays, [](const auto& entry) {
+        return entry.second.asleep || entry.second.tables[0].empty();
+    });
+    const bool takeMessages = std::ranges::all_of(scene_.displays, [](const auto& display) {
+        return !display.ddc || (display.ddc->minGapCalls == 0 && !display.ddc->deafInStandby);
+    });
+    const auto target = done.before.displays.find(done.id);
+    const bool tablesAreKnown = !done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty();
+    return areAwake && takeMessages && tablesAreKnown && scene_.habits.settleCalls == 0 &&
+           scene_.faults.empty() && target != done.before.displays.end() &&
+           target->second.connected && !done.meanwhile;
+}
+
+bool Model::isOurs(const Switching& done, const Memory& known) const {
+    return rememberedBy(done, known).contains(done.id) && has("SLSGetDisplayList") &&
+           !done.before.at(done.id).enabled;
+}
+
+// Mirroring by hardware leaves nothing to draw on but the master.
+bool Model::draws(const Sight& sight) const {
+    return isUsed(sight) && (scene_.softwareMirroring || sight.mirrors == 0);
+}
+
+// The only monitor that speaks DDC is taken for that of a display that has none.
+void Model::applyMessages(Desk& desk, const Switching& done) const {
+    Sight* monitor = &desk.displays.at(done.id);
+    for (auto& [id, sight] : desk.displays) {
+        if (!done.before.at(done.id).brightness && sight.brightness && sight.connected) {
+            monitor = &sight;
+        }
+    }
+    for (const LoggedCall& call : done.calls) {
+        if (!isSet(call)) {
+            continue;
+        }
+        const std::string bytes = call.notes.at("bytes");
+        for (const std::uint16_t level : std::initializer_list<std::uint16_t>{0, 100}) {
+            monitor->brightness = bytes == messageBytes(0x10, level) ? std::optional<int>(level)
+                                                                     : monitor->brightness;
+        }
+        monitor->standby =
+            bytes == messageBytes(0x0C, 5) || (monitor->standby && bytes != messageBytes(0x0C, 1));
+    }
+}
+
+void Model::blackOut(Desk& desk, std::uint32_t id) const {
+    Sight& target = desk.displays.at(id);
+    blacken(target.tables);
+    const auto canBeMaster = [&](const auto& entry) {
+        return entry.first != id && draws(entry.second);
+    };
+    auto master = std::ranges::find_if(
+        desk.displays, [&](const auto& entry) { return canBeMaster(entry) && entry.second.main; });
+    master =
+        master != desk.displays.end() ? master : std::ranges::find_if(desk.displays, canBeMaster);
+    if (master != desk.displays.end() && isUsed(target)) {
+        target.mirrors = master->second.mirrors == 0 ? master->first : master->second.mirrors;
+    }
+}
+
+void Model::letGo(Desk& desk, const Switching& done, const Memory& known) const {
+    Sight& target = desk.displays.at(done.id);
+    if (wasBlackedOut(done, known) && !done.tablesBeforeBlackout[0].empty()) {
+        target.tables = done.tablesBeforeBlackout;
+    }
+    if (!target.main) {
+        target.mirrors = 0;
+    }
+}
+
+Model::Due Model::switchedOff(const Switching& done, const Memory& known) const {
+    const Sight& target = done.before.at(done.id);
+    if (target.main) {
+        return {disconnectTitle, false, done.before};
+    }
+    if (isOurs(done, known)) {
+        return {disconnectTitle, true, done.before};
+    }
+    Due due = {done.outcome.method, true, done.before};
+    if (has("SLSConfigureDisplayEnabled")) {
+        const auto active = std::ranges::count_if(
+            done.before.displays, [this](const auto& entry) { return draws(entry.second); });
+        if (active < 2) {
+            return {disconnectTitle, false, done.before};
+        }
+        due.method = disconnectTitle;
+        due.desk.displays.at(done.id).enabled = false;
+        due.desk.stored = rememberedBy(done, known);
+        due.desk.stored.insert(done.id);
+        letGo(due.desk, done, known);
+        for (auto& [id, sight] : due.desk.displays) {
+            sight.mirrors = sight.mirrors == done.id ? 0 : sight.mirrors;
+        }
+        return due;
+    }
+    const bool isSent = std::ranges::any_of(done.calls, [](const LoggedCall& call) {
+        return isSet(call) && call.notes.at("bytes") == messageBytes(0x0C, 5);
+    });
+    due.method = isSent ? ddcTitle : blackoutTitle;
+    if (!isSent && !wasBlackedOut(done, known)) {
+        blackOut(due.desk, done.id);
+    }
+    return due;
+}
+
+Model::Due Model::switchedOn(const Switching& done, const Memory& known) const {
+    const bool canSwitch = has("SLSConfigureDisplayEnabled");
+    if (isOurs(done, known) && !canSwitch) {
+        return {disconnectTitle, false, done.before};
+    }
+    const bool enables = canSwitch && (isOurs(done, known) || !wasBlackedOut(done, known));
+    Due due = {enables ? disconnectTitle : blackoutTitle, true, done.before};
+    if (enables) {
+        due.desk.displays.at(done.id).enabled = true;
+        due.desk.stored = rememberedBy(done, known);
+        due.desk.stored.erase(done.id);
+    }
+    letGo(due.desk, done, known);
+    return due;
+}
+
+std::string Model::difference(const Switching& done, const Memory& known) const {
+    Due due = done.on ? switchedOn(done, known) : switchedOff(done, known);
+    applyMessages(due.desk, done);
+    lightUp(due.desk);
+    if (due.method != done.outcome.method || due.success != done.outcome.success) {
+        return "the model expects " + due.method + (due.success ? ", success" : ", failure");
+    }
+    if (due.desk.stored != done.after.stored) {
+        return "the model expects other remembered displays";
+    }
+    for (auto& [id, sight] : due.desk.displays) {
+        Sight after = done.after.at(id);
+        leaveToTheMac(sight, done);
+        leaveToTheMac(after, done);
+        // macOS drops the tables of a display that is off.
+        if (!sight.enabled || !done.before.at(id).enabled || after.tables[0].empty()) {
+            sight.tables = after.tables;
+            sight.lit = after.lit;
+        }
+        if (const std::string words = differenceOf(sight, after); !words.empty()) {
+            return "the model expects display " + std::to_string(id) + " otherwise: " + words;
+        }
+    }
+    return {};
+}
+
+} // namespace safety

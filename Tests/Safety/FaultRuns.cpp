@@ -18,8 +18,8 @@ using Kind = Operation::Kind;
 using simulated_mac::Mac;
 using simulated_mac::SceneFault;
 
-constexpr int impossibleEvent = 2;      // the status with which the simulated Mac refuses one
-constexpr std::size_t pairsOfEach = 24; // second things that go wrong, of some hundred
+constexpr int impossibleEvent = 2;     // the status with which the simulated Mac refuses one
+constexpr std::size_t pairsOfEach = 3; // second things that go wrong, of some thousand
 
 constexpr const char* fresh = "";
 constexpr const char* switchedOff = "off before";

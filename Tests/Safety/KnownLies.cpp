@@ -41,6 +41,8 @@ constexpr std::string_view arrivedMessage =
 constexpr std::string_view lostMessage = "DisplayPower/Outcome.is_the_one_of_its_row";
 constexpr std::string_view lostDefaults =
     "RememberedDisplaysTest.the_set_is_written_without_a_synchronise";
+constexpr std::string_view shortTables =
+    "KnownLimits.tables_of_which_only_the_first_entries_are_read_come_back_dark";
 constexpr std::string_view refusedTables =
     "KnownLimits.a_blackout_whose_tables_macos_refuses_is_told_as_done";
 
@@ -54,6 +56,7 @@ constexpr auto knownLies = std::to_array<KnownLie>({
     {"CGDisplayIsMain", Lie::answer, "the main display is dark", believedMain},
     {"CGGetOnlineDisplayList", Lie::any, "the display is not off", believedOff},
     {"CGGetDisplayTransferByTable", Lie::answer, "the display is not on", unreadTables},
+    {"CGGetDisplayTransferByTable", Lie::answer, "in other colours", shortTables},
     {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "the display is not on",
      refusedTables},
     {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "black", refusedTables},

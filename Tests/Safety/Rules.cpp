@@ -149,6 +149,10 @@ bool isOff(const Sight& sight, const Switching& done) {
         return !sight.enabled;
     }
     const bool canBeBlack = !sight.tables[0].empty();
+    // Success means that the message was sent; a monitor that was pulled out meanwhile has lost it.
+    if (done.outcome.method == ddcTitle && done.meanwhile && !done.meanwhile->touched.empty()) {
+        return true;
+    }
     return sight.standby || sight.isBlack() || !canBeBlack || done.wasUnderBlackout;
 }
 

@@ -188,6 +188,9 @@ void Program::rememberTables(const Switching& done) {
         const auto target = done.before.displays.find(done.id);
         const bool areKnown = !done.meanwhile && target != done.before.displays.end();
         tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
+        if (done.meanwhile && done.meanwhile->touched.contains(done.id)) {
+            blackFromBefore_.insert(done.id);
+        }
     }
 }
 

@@ -102,12 +102,13 @@ std::string change(const Stretch& stretch, std::uint32_t id, const Switching& do
     Sight before = stretch.before.at(id);
     Sight after = stretch.after.at(id);
     const bool readable = !before.tables[0].empty() && !after.tables[0].empty();
+    // What mirrors it loses it with it, or follows it to its own master.
+    if (before.mirrors == done.id || after.mirrors == done.id) {
+        before.mirrors = after.mirrors = 0;
+    }
     for (Sight* const sight : {&before, &after}) {
         if (changesMain(stretch, done.id)) {
             forgetArrangement(*sight);
-        }
-        if (sight->mirrors == done.id) {
-            sight->mirrors = 0;
         }
         if (!isThere(done.before, done.id) || !isThere(done.after, done.id)) {
             forgetMonitor(*sight);
@@ -145,8 +146,9 @@ bool isOn(const Sight& sight, const Switching& done) {
 
 // A BlackOut that counts already is not begun again, whatever has become of it.
 bool isOff(const Sight& sight, const Switching& done) {
+    // A remembered display behind a closed lid counts as off, as it is in no list of what is on.
     if (done.outcome.method == disconnectTitle) {
-        return !sight.enabled;
+        return !sight.enabled || sight.asleep;
     }
     const bool canBeBlack = !sight.tables[0].empty();
     // Success means that the message was sent; a monitor that was pulled out meanwhile has lost it.
@@ -221,8 +223,8 @@ std::string darkMain(const Switching& done, const Stretch& stretch) {
 
 std::string darkness(const Switching& done) {
     for (const Stretch& stretch : stretchesOf(done)) {
-        if (isDarkened(stretch.before, stretch.after, done.id) &&
-            !hasLookedTooEarly(done, stretch.after)) {
+        const bool knownLimit = done.blackByAnother || hasLookedTooEarly(done, stretch.after);
+        if (isDarkened(stretch.before, stretch.after, done.id) && !knownLimit) {
             return "no display is lit any more";
         }
         const bool wasAsked = done.meanwhile && &stretch.after == &done.after && !done.on;

@@ -30,13 +30,13 @@ void lightUp(Desk& desk) {
 }
 
 // Which display macOS makes the main one is its own business when one comes back, or when it
-// compares those of a set; so are the sets of a display that comes back.
-void leaveToTheMac(Sight& sight, const Switching& done) {
+// compares those of a set; so is what becomes of those that mirror the display.
+void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
     if (done.on || done.outcome.method == blackoutTitle) {
-        sight.main = false;
+        due.main = after.main = false;
     }
-    if (done.on && sight.mirrors == done.id) {
-        sight.mirrors = 0;
+    if (done.before.at(id).mirrors == done.id || after.mirrors == done.id) {
+        due.mirrors = after.mirrors = 0;
     }
 }
 
@@ -187,8 +187,7 @@ std::string Model::difference(const Switching& done, const Memory& known) const 
     }
     for (auto& [id, sight] : due.desk.displays) {
         Sight after = done.after.at(id);
-        leaveToTheMac(sight, done);
-        leaveToTheMac(after, done);
+        leaveToTheMac(sight, after, done, id);
         // macOS drops the tables of a display that is off.
         if (!sight.enabled || !done.before.at(id).enabled || after.tables[0].empty()) {
             sight.tables = after.tables;

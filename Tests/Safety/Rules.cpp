@@ -235,9 +235,12 @@ std::string darkness(const Switching& done) {
     return {};
 }
 
-// Of the displays that others have switched meanwhile this process knows nothing.
+// Of the displays that others have switched meanwhile this process knows nothing; of two that write
+// what they remember the later one wins.
 std::string badMemory(const Switching& done) {
-    if (!isThere(done.after, done.id) || isSwitchedByOthers(done)) {
+    const bool areWritten =
+        done.meanwhile && done.meanwhile->before.stored != done.meanwhile->after.stored;
+    if (!isThere(done.after, done.id) || isSwitchedByOthers(done) || areWritten) {
         return {};
     }
     const bool isStored = done.after.stored.contains(done.id);

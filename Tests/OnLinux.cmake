@@ -82,6 +82,7 @@ target_sources(SimulatedMacTests PRIVATE
   ${SIMULATED_MAC_TESTS}/HabitsTest.cpp
   ${SIMULATED_MAC_TESTS}/HardwareTest.cpp
   ${SIMULATED_MAC_TESTS}/LookingCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/MatchingServices.cpp
   ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
   ${SIMULATED_MAC_TESTS}/ProfilerTest.cpp
   ${SIMULATED_MAC_TESTS}/SessionEndTest.cpp

@@ -1,3 +1,4 @@
+#include "SimulatedMac/Tests/MatchingServices.h"
 #include "SimulatedMac/Tests/SkyLightList.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
@@ -33,36 +34,6 @@ void mirror(CGDirectDisplayID display, CGDirectDisplayID master, CGConfigureOpti
     ASSERT_EQ(CGCompleteDisplayConfiguration(config, option), 0);
 }
 
-class Services {
-public:
-    explicit Services(const char* className) {
-        EXPECT_EQ(IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching(className),
-                                               &iterator_),
-                  0);
-    }
-    Services(const Services&) = delete;
-    Services& operator=(const Services&) = delete;
-    ~Services() { IOObjectRelease(iterator_); }
-
-    /// How many it still yields.
-    int countRest() {
-        int count = 0;
-        while (io_object_t const service = IOIteratorNext(iterator_)) {
-            ++count;
-            IOObjectRelease(service);
-        }
-        return count;
-    }
-    io_object_t next() { return IOIteratorNext(iterator_); }
-
-private:
-    io_iterator_t iterator_ = IO_OBJECT_NULL;
-};
-
-int serviceCount(const char* className) {
-    return Services(className).countRest();
-}
-
 const std::string twoMonitors = R"({ "displays": [ { "id": 1, "main": true },
     { "id": 2, "vendor": 5, "model": 6, "registryName": "Studio", "ddc": {} },
     { "id": 3, "vendor": 5, "model": 6, "registryName": "Studio" } ] })";
@@ -86,7 +57,7 @@ TEST(RegistryOfMonitors, children_of_a_connector_vanish_too) {
           { "class": "IODisplayConnect", "children": [ { "class": "AppleDisplay" } ] } ] } ] })");
     mac.unplug(2);
     EXPECT_EQ(serviceCount("AppleDisplay"), 0);
-    Services framebuffers("IOFramebuffer");
+    MatchingServices framebuffers("IOFramebuffer");
     io_object_t const framebuffer = framebuffers.next();
     io_iterator_t children = IO_OBJECT_NULL;
     EXPECT_EQ(IORegistryEntryGetChildIterator(framebuffer, kIOServicePlane, &children), 0);
@@ -97,10 +68,10 @@ TEST(RegistryOfMonitors, children_of_a_connector_vanish_too) {
 
 TEST(RegistryIterators, made_before_a_plugging_yield_nothing_after_it) {
     Mac& mac = Mac::boot(twoMonitors);
-    Services unplugged("IOFramebuffer");
+    MatchingServices unplugged("IOFramebuffer");
     IOObjectRelease(unplugged.next());
     mac.unplug(3);
-    Services pluggedAgain("IOFramebuffer");
+    MatchingServices pluggedAgain("IOFramebuffer");
     mac.plug(3);
     EXPECT_EQ(unplugged.countRest(), 0);
     EXPECT_EQ(pluggedAgain.countRest(), 0);
@@ -109,7 +80,7 @@ TEST(RegistryIterators, made_before_a_plugging_yield_nothing_after_it) {
 
 TEST(RegistryIterators, outlive_a_plugging_that_changes_nothing) {
     Mac& mac = Mac::boot(twoMonitors);
-    Services framebuffers("IOFramebuffer");
+    MatchingServices framebuffers("IOFramebuffer");
     mac.plug(3);
     EXPECT_EQ(framebuffers.countRest(), 3);
 }
@@ -117,7 +88,7 @@ TEST(RegistryIterators, outlive_a_plugging_that_changes_nothing) {
 TEST(RegistryNumbers, follow_a_displays_new_id) {
     Mac& mac = Mac::boot(twoMonitors);
     mac.plugAs(2, 9);
-    Services framebuffers("IOFramebuffer");
+    MatchingServices framebuffers("IOFramebuffer");
     IOObjectRelease(framebuffers.next());
     io_object_t const framebuffer = framebuffers.next();
     CFTypeRef const number =
@@ -133,7 +104,7 @@ TEST(RegistryNumbers, follow_a_displays_new_id) {
 
 TEST(DDCToAnUnpluggedMonitor, has_no_device) {
     Mac& mac = Mac::boot(twoMonitors);
-    Services framebuffers("IOFramebuffer");
+    MatchingServices framebuffers("IOFramebuffer");
     IOObjectRelease(framebuffers.next());
     io_object_t const framebuffer = framebuffers.next();
     io_service_t interface = 0;

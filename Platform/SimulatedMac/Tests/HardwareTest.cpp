@@ -1,3 +1,4 @@
+#include "SimulatedMac/Tests/MatchingServices.h"
 #include "SimulatedMac/Tests/TransferToMonitor.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
@@ -87,20 +88,11 @@ json property(io_registry_entry_t entry, CFStringRef key) {
 }
 
 void forEachService(const char* className, const std::function<void(io_service_t)>& look) {
-    io_iterator_t all = IO_OBJECT_NULL;
-    EXPECT_EQ(IOServiceGetMatchingServices(kIOMainPortDefault, IOServiceMatching(className), &all),
-              0);
-    while (io_service_t const service = IOIteratorNext(all)) {
+    MatchingServices all(className);
+    while (io_service_t const service = all.next()) {
         look(service);
         IOObjectRelease(service);
     }
-    IOObjectRelease(all);
-}
-
-int countOf(const char* className) {
-    int count = 0;
-    forEachService(className, [&](io_service_t) { ++count; });
-    return count;
 }
 
 std::vector<json> propertiesOf(const char* className, CFStringRef key) {
@@ -129,12 +121,12 @@ Mac& bootHardware(const std::string& hardware) {
 
 TEST(IntelHardware, has_a_framebuffer_with_one_i2c_nub_for_each_connector_the_empty_one_too) {
     bootHardware("intel");
-    EXPECT_EQ(countOf("IOFramebuffer"), 3);
-    EXPECT_EQ(countOf("IOFramebufferI2CInterface"), 3);
-    EXPECT_EQ(countOf("IODisplayConnect"), 2);
-    EXPECT_EQ(countOf("AppleBacklightDisplay"), 1);
-    EXPECT_EQ(countOf("AppleDisplay"), 1);
-    EXPECT_EQ(countOf("IOMobileFramebuffer"), 0);
+    EXPECT_EQ(serviceCount("IOFramebuffer"), 3);
+    EXPECT_EQ(serviceCount("IOFramebufferI2CInterface"), 3);
+    EXPECT_EQ(serviceCount("IODisplayConnect"), 2);
+    EXPECT_EQ(serviceCount("AppleBacklightDisplay"), 1);
+    EXPECT_EQ(serviceCount("AppleDisplay"), 1);
+    EXPECT_EQ(serviceCount("IOMobileFramebuffer"), 0);
     forEachService("IOFramebuffer", [](io_service_t framebuffer) {
         IOItemCount count = 0;
         EXPECT_EQ(IOFBGetI2CInterfaceCount(framebuffer, &count), 0);
@@ -193,10 +185,10 @@ TEST(AppleSiliconHardware, has_a_pipe_for_each_display_and_nothing_of_intels) {
     bootHardware("apple-silicon");
     for (const char* const className :
          {"IOFramebuffer", "IODisplayConnect", "IODisplay", "IOI2CInterface"}) {
-        EXPECT_EQ(countOf(className), 0) << className;
+        EXPECT_EQ(serviceCount(className), 0) << className;
     }
-    EXPECT_EQ(countOf("AppleCLCD2"), 3);
-    EXPECT_EQ(countOf("IOMobileFramebuffer"), 3);
+    EXPECT_EQ(serviceCount("AppleCLCD2"), 3);
+    EXPECT_EQ(serviceCount("IOMobileFramebuffer"), 3);
     EXPECT_EQ(propertiesOf("AppleCLCD2", CFSTR("IONameMatched")),
               (std::vector<json>{"disp0,t600x", "dispext0,t600x", "dispext1,t600x"}));
     EXPECT_EQ(CGDisplayIOServicePort(1), IO_OBJECT_NULL);
@@ -227,7 +219,7 @@ TEST(AppleSiliconHardware, a_built_in_panel_may_tell_nothing_of_itself) {
 TEST(Hardware, a_registry_that_the_scene_gives_comes_first) {
     Mac::boot(R"({ "hardware": "intel", "registry": [ { "class": "X" } ], )" +
               std::string(displays) + " }");
-    EXPECT_EQ(countOf("IOService"), 1);
+    EXPECT_EQ(serviceCount("IOService"), 1);
 }
 
 } // namespace

@@ -84,6 +84,7 @@ target_sources(SimulatedMacTests PRIVATE
   ${SIMULATED_MAC_TESTS}/LookingCallsTest.cpp
   ${SIMULATED_MAC_TESTS}/MatchingServices.cpp
   ${SIMULATED_MAC_TESTS}/PlatformCallsTest.cpp
+  ${SIMULATED_MAC_TESTS}/ProcessStartTest.cpp
   ${SIMULATED_MAC_TESTS}/ProfilerTest.cpp
   ${SIMULATED_MAC_TESTS}/SessionEndTest.cpp
   ${SIMULATED_MAC_TESTS}/SimulatedCallsTest.cpp

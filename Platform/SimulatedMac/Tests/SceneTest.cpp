@@ -5,7 +5,7 @@
 namespace simulated_mac {
 namespace {
 
-std::string refusalOf(const std::string& text) {
+std::string parseError(const std::string& text) {
     try {
         (void)Scene::parse(text, "desk.json");
     } catch (const SceneError& error) {
@@ -180,7 +180,7 @@ TEST(SceneTest, every_mistake_is_one_line_that_names_the_file_and_the_key) {
          "desk.json: faults[0].nth: not within 0 and 2147483647"},
     };
     for (const auto& [text, error] : rows) {
-        EXPECT_EQ(refusalOf(text), error);
+        EXPECT_EQ(parseError(text), error);
     }
 }
 
@@ -189,8 +189,8 @@ TEST(SceneTest, there_are_at_most_64_displays) {
     for (int id = 1; id <= 64; ++id) {
         displays += (id == 1 ? "" : ",") + (R"({ "id": )" + std::to_string(id) + "}");
     }
-    EXPECT_EQ(refusalOf(R"({ "displays": [)" + displays + "] }"), "no error");
-    EXPECT_EQ(refusalOf(R"({ "displays": [)" + displays + R"(, { "id": 65 } ] })"),
+    EXPECT_EQ(parseError(R"({ "displays": [)" + displays + "] }"), "no error");
+    EXPECT_EQ(parseError(R"({ "displays": [)" + displays + R"(, { "id": 65 } ] })"),
               "desk.json: displays: more than 64");
 }
 
@@ -200,8 +200,8 @@ TEST(SceneTest, the_registry_has_at_most_4096_nodes) {
         nodes += R"(, { "class": "X" })";
     }
     const std::string one = R"({ "registry": [ { "class": "X", "children": [)";
-    EXPECT_EQ(refusalOf(one + nodes + "] } ] }"), "no error");
-    EXPECT_EQ(refusalOf(one + nodes + R"(] }, { "class": "X" } ] })"),
+    EXPECT_EQ(parseError(one + nodes + "] } ] }"), "no error");
+    EXPECT_EQ(parseError(one + nodes + R"(] }, { "class": "X" } ] })"),
               "desk.json: registry: more than 4096 nodes");
 }
 

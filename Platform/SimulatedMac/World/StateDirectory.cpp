@@ -19,7 +19,7 @@
 namespace simulated_mac {
 namespace {
 
-[[noreturn]] void failFor(int error, const std::string& file) {
+[[noreturn]] void throwFileError(int error, const std::string& file) {
     throw InputError(file + ": " + std::strerror(error));
 }
 
@@ -29,10 +29,10 @@ bool isThere(const std::string& file) {
         return true;
     }
     if (errno == ENOTDIR) {
-        failFor(errno, std::filesystem::path(file).parent_path());
+        throwFileError(errno, std::filesystem::path(file).parent_path());
     }
     if (errno != ENOENT) {
-        failFor(errno, file);
+        throwFileError(errno, file);
     }
     return false;
 }
@@ -44,7 +44,7 @@ void createDirectories(const std::string& path) {
         throw InputError(path + ": a link to nothing");
     }
     if (error || !std::filesystem::is_directory(path, error)) {
-        failFor(error ? error.value() : ENOTDIR, path);
+        throwFileError(error ? error.value() : ENOTDIR, path);
     }
 }
 
@@ -55,7 +55,7 @@ public:
     OpenFile(const std::string& name, int flags, std::string meantFor)
         : name_(std::move(meantFor)), fd_(open(name.c_str(), flags | O_CREAT | O_CLOEXEC, 0666)) {
         if (fd_ < 0) {
-            failFor(errno, name);
+            throwFileError(errno, name);
         }
     }
     OpenFile(const OpenFile&) = delete;
@@ -65,7 +65,7 @@ public:
     void lock() const {
         while (flock(fd_, LOCK_EX) != 0) {
             if (errno != EINTR) {
-                failFor(errno, name_);
+                throwFileError(errno, name_);
             }
         }
     }
@@ -76,7 +76,7 @@ public:
         while (written < text.size()) {
             const ssize_t count = ::write(fd_, text.data() + written, text.size() - written);
             if (count < 0 && errno != EINTR) {
-                failFor(errno, name_);
+                throwFileError(errno, name_);
             }
             written += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
         }
@@ -94,7 +94,7 @@ public:
 
     void cutTo(off_t size) const {
         if (ftruncate(fd_, size) != 0) {
-            failFor(errno, name_);
+            throwFileError(errno, name_);
         }
     }
 
@@ -105,7 +105,7 @@ private:
 
 void requireAccess(const std::string& path, const std::string& file) {
     if (access(path.c_str(), W_OK) != 0) {
-        failFor(errno, file);
+        throwFileError(errno, file);
     }
 }
 
@@ -119,7 +119,7 @@ void requireWritable(const std::string& file) {
         throw InputError(file + ": a link to nothing");
     }
     if (stat(file.c_str(), &status) != 0) {
-        failFor(errno, file);
+        throwFileError(errno, file);
     }
     requireRegular(status, file);
     requireAccess(file, file);
@@ -147,7 +147,7 @@ public:
 
     void finish() const {
         if (rename(temporary_.c_str(), file_.c_str()) != 0) {
-            failFor(errno, file_);
+            throwFileError(errno, file_);
         }
     }
 

@@ -11,7 +11,7 @@ using simulated_mac::Mac;
 
 using RegistryNames = SimulatedMacTest;
 
-std::string twinsScene(std::string_view nodes) {
+std::string sceneOfTwinMonitors(std::string_view nodes) {
     return scene({R"({ "id": 1, "main": true, "vendor": 1552, "model": 5 })",
                   R"({ "id": 2, "vendor": 44048, "model": 7 })",
                   R"({ "id": 3, "vendor": 44048, "model": 7 })"},
@@ -42,7 +42,7 @@ TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) 
         {R"({ "data": "41424344" })", std::nullopt},
     };
     for (const auto& [value, expected] : rows) {
-        boot(twinsScene(
+        boot(sceneOfTwinMonitors(
             R"({ "class": "AppleDisplay", "properties": { "DisplayVendorID": 44048,
                  "DisplayProductID": 7, "DisplayProductName": )" +
             value + " } }"));
@@ -76,16 +76,16 @@ TEST_F(RegistryNames, an_entry_needs_vendor_product_and_name) {
         monitor("IODisplay", "44048", "7", "\"\""),
     };
     for (const std::string& node : passedOver) {
-        boot(twinsScene(node));
+        boot(sceneOfTwinMonitors(node));
         EXPECT_EQ(iokitDisplayName(2), std::nullopt) << node;
         // Later entries of the same class are still looked at.
-        boot(twinsScene(node + ", " + monitor("IODisplay", "44048", "7", "\"Right\"")));
+        boot(sceneOfTwinMonitors(node + ", " + monitor("IODisplay", "44048", "7", "\"Right\"")));
         EXPECT_EQ(iokitDisplayName(2), "Right") << node;
     }
 }
 
 TEST_F(RegistryNames, an_entry_without_a_vendor_is_not_asked_for_its_product) {
-    boot(twinsScene(monitor("IODisplay", "", "7", "\"No vendor\"")));
+    boot(sceneOfTwinMonitors(monitor("IODisplay", "", "7", "\"No vendor\"")));
     EXPECT_EQ(iokitDisplayName(2), std::nullopt);
     EXPECT_EQ(calls({"IORegistryEntryCreateCFProperty"}).size(), 1u);
 }
@@ -94,18 +94,18 @@ TEST_F(RegistryNames, classes_are_searched_in_a_fixed_order_whatever_the_registr
     const std::string chip = monitor("AppleCLCD2", "44048", "7", "\"Chip\"");
     const std::string display = monitor("AppleDisplay", "44048", "7", "\"Display\"");
     const std::string connect = monitor("IODisplayConnect", "44048", "7", "\"Connect\"");
-    boot(twinsScene(chip + ", " + display + ", " + connect));
+    boot(sceneOfTwinMonitors(chip + ", " + display + ", " + connect));
     EXPECT_EQ(iokitDisplayName(2), "Connect");
-    boot(twinsScene(chip + ", " + display));
+    boot(sceneOfTwinMonitors(chip + ", " + display));
     EXPECT_EQ(iokitDisplayName(2), "Display");
-    boot(twinsScene(chip));
+    boot(sceneOfTwinMonitors(chip));
     EXPECT_EQ(iokitDisplayName(2), "Chip");
-    boot(twinsScene(monitor("IOFramebuffer", "44048", "7", "\"Not searched\"")));
+    boot(sceneOfTwinMonitors(monitor("IOFramebuffer", "44048", "7", "\"Not searched\"")));
     EXPECT_EQ(iokitDisplayName(2), std::nullopt);
 }
 
 TEST_F(RegistryNames, a_class_whose_search_fails_is_passed_over) {
-    Mac& mac = boot(twinsScene(monitor("AppleCLCD2", "44048", "7", "\"Chip\"")));
+    Mac& mac = boot(sceneOfTwinMonitors(monitor("AppleCLCD2", "44048", "7", "\"Chip\"")));
     mac.failCall(fails("IOServiceGetMatchingServices").with(-1));
     mac.failCall(fails("IOServiceGetMatchingServices").nth(2).withNull());
     EXPECT_EQ(iokitDisplayName(2), "Chip");
@@ -114,21 +114,21 @@ TEST_F(RegistryNames, a_class_whose_search_fails_is_passed_over) {
 
 // Half of a surrogate pair ends the conversion.
 TEST_F(RegistryNames, a_name_that_utf8_cannot_express_is_none) {
-    Mac& mac = boot(twinsScene(monitor("IODisplay", "44048", "7", "\"Studio\"")));
+    Mac& mac = boot(sceneOfTwinMonitors(monitor("IODisplay", "44048", "7", "\"Studio\"")));
     mac.failCall(fails("CFStringGetBytes").every().with(3));
     EXPECT_EQ(iokitDisplayName(2), std::nullopt);
 }
 
 TEST_F(RegistryNames, two_monitors_of_one_kind_get_the_first_entrys_name) {
-    boot(twinsScene(monitor("IODisplay", "44048", "7", "\"Left\"") + ", " +
-                    monitor("IODisplay", "44048", "7", "\"Right\"")));
+    boot(sceneOfTwinMonitors(monitor("IODisplay", "44048", "7", "\"Left\"") + ", " +
+                             monitor("IODisplay", "44048", "7", "\"Right\"")));
     EXPECT_EQ(iokitDisplayName(2), "Left");
     EXPECT_EQ(iokitDisplayName(3), "Left");
 }
 
 TEST_F(RegistryNames, a_vendor_stored_as_data_matches) {
-    boot(twinsScene(monitor("IODisplay", R"({ "data": "10AC0000" })", R"({ "data": "07000000" })",
-                            "\"Data\"")));
+    boot(sceneOfTwinMonitors(monitor("IODisplay", R"({ "data": "10AC0000" })",
+                                     R"({ "data": "07000000" })", "\"Data\"")));
     EXPECT_EQ(iokitDisplayName(2), "Data");
 }
 

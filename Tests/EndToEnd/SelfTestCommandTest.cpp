@@ -118,6 +118,21 @@ TEST(SelfTestCommand, leaves_the_display_off_when_the_on_step_fails) {
     EXPECT_NE(mac.macsim({"show"}).output.find("disconnected"), std::string::npos);
 }
 
+// While the online list cannot be had, a known display counts as disconnected. That list is asked
+// for the eighth time when the on step has succeeded.
+TEST(SelfTestCommand, is_partial_when_the_display_is_not_seen_to_come_on) {
+    const MacOnDisk mac(
+        scene({panel1, studio2}, {faults({fails("CGGetOnlineDisplayList").nth(8).with(1000)})}));
+    const ProgramRun run = mac.veilpane({"--selftest"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(steps(run.output),
+              "off: method=断开显示器（SLS） success=true 已断开显示器（SLS，系统设置中将消失）\n"
+              "is_off_state=true\n"
+              "on: method=断开显示器（SLS） success=true 已重新连接显示器\n"
+              "is_on_state=false\n"
+              "PARTIAL: some path worked\n");
+}
+
 // The off step is refused for want of a second active display; the on step counts as a success
 // although its enable fails, because the software display was restored.
 TEST(SelfTestCommand, is_partial_when_only_the_on_step_succeeds) {

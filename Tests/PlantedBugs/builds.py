@@ -21,19 +21,15 @@ class Failure(Exception):
     """Something that keeps the whole run from making sense, in a line for the user."""
 
 
-def run(command, folder=PROJECT, seconds=None):
-    """What ran, with its output; a time-out is a failure like any other."""
-    try:
-        return subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True, errors="replace", timeout=seconds, check=False)
-    except subprocess.TimeoutExpired as expired:
-        return subprocess.CompletedProcess(command, -1, f"no end within {expired.timeout} s", None)
+def run(command, folder=PROJECT, environment=None):
+    """What ran, with its output."""
+    return subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, text=True, errors="replace", check=False)
 
 
 def build_all():
     """Everything as it is, in a folder of its own. Without the debug information links are quick, and each
     file has an object of its own."""
-    (FOLDER / "Veilpane").unlink(missing_ok=True)  # a wrong one, if the last run was broken off
     linker = "-Wl,--strip-debug" + (" -fuse-ld=lld" if shutil.which("ld.lld") else "")
     for command in (["cmake", "--preset", "linux", "-B", str(FOLDER), "-DCMAKE_UNITY_BUILD=OFF",
                      f"-DCMAKE_EXE_LINKER_FLAGS={linker}", f"-DCMAKE_SHARED_LINKER_FLAGS={linker}"],

@@ -6,6 +6,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 PLANT = PROJECT / "Tests" / "PlantedBugs" / "plant.py"
@@ -14,6 +15,9 @@ sys.path.insert(0, str(PLANT.parent))
 import builds  # noqa: E402
 import mutations  # noqa: E402
 import plant  # noqa: E402
+import reach  # noqa: E402
+import runs  # noqa: E402
+import trials  # noqa: E402
 
 
 def changes(text):
@@ -96,6 +100,66 @@ class Lists(unittest.TestCase):
             path.write_text(text, encoding="utf-8")
             with self.assertRaisesRegex(builds.Failure, problem):
                 plant.equal_entries([], path)
+
+
+class WhoIsAsked(unittest.TestCase):
+    def test_lines_are_changed_from_the_first_that_differs_to_the_last(self):
+        before = "a\nb\nc\nd\n"
+        for after, lines in (("a\nx\nc\nd\n", [2]), ("a\nx\nc\ny\n", [2, 3, 4]), ("a\nd\n", [2, 3]),
+                             ("a\nb\nx\nc\nd\n", [3])):
+            self.assertEqual(list(plant.changed_lines(before, after)), lines)
+
+    def test_those_that_run_one_of_the_lines(self):
+        known = reach.Reach({"A": {"a.cpp": [1, 2], "b.cpp": [7]}, "B": {"a.cpp": [2, 3]}})
+        self.assertEqual(known.names_for("a.cpp", [1]), {"A"})
+        self.assertEqual(known.names_for("a.cpp", [1, 3]), {"A", "B"})
+        self.assertEqual(known.names_for("b.cpp", [8]), set())
+
+    def test_suites_of_one_program_are_run_as_one_and_safety_runs_each(self):
+        suites = [trials.Trial("Unit", (f"--gtest_filter={name}.*",)) for name in ("A", "B")]
+        together = list(trials.joined([suites[0], *trials.SAFETY, suites[1]]))
+        self.assertEqual([trial.name for trial in together],
+                         ["Unit A.*:B.*", trials.SAFETY[0].name, trials.SAFETY[1].name])
+
+    def test_those_of_the_file_come_first_and_those_of_its_room_last(self):
+        def suite(name, home):
+            return trials.Trial("Unit", (f"--gtest_filter={name}.*",), frozenset({home}))
+
+        known = [suite("Other", "CDdc"), suite("Own", "StoredDisplaysTest"), suite("Room", "Power"),
+                 suite("Far", "Menu")]
+        lines = {"Unit Other.*": {"Veilpane/Power/StoredDisplays.mm": [5]},
+                 "Unit Own.*": {"Veilpane/Power/StoredDisplays.mm": [5]}}
+        asked = []
+        with unittest.mock.patch.object(trials, "failure_in", lambda trial, bench: asked.append(trial.name)):
+            known = trials.Trials(known, reach.Reach(lines))
+            self.assertIsNone(known.noticing("Veilpane/Power/StoredDisplays.mm", [5], None))
+        self.assertEqual(asked, ["Unit Own.*", "Unit Other.*", "Unit Room.*"])
+
+
+class Runs(unittest.TestCase):
+    def first_failure(self, script):
+        return runs.first_failure(["sh", "-c", script], None)
+
+    def test_the_first_failing_test_is_told_without_waiting_for_the_others(self):
+        told = "echo '[       OK ] A.a (0.01 s)'; echo '[  FAILED  ] B.b (0.01 s)'; "
+        self.assertEqual(self.first_failure(told + "sleep 600"), "B.b")
+
+    def test_a_violation_is_what_the_safety_runs_say_before_their_summary(self):
+        announced = "echo '9 fault runs to choose from; more'; "
+        self.assertEqual(self.first_failure(announced + "echo 'the display is dark'; sleep 600"), "violation")
+        self.assertIsNone(self.first_failure(announced + "echo '9 fault runs, 0 history steps'"))
+
+    def test_what_ends_badly_without_a_word_has_failed(self):
+        self.assertIsNone(self.first_failure("true"))
+        self.assertIsNotNone(self.first_failure("exit 3"))
+        self.assertIsNotNone(self.first_failure("kill -SEGV $$"))
+
+    def test_nothing_is_left_of_a_run_also_in_other_groups(self):
+        with tempfile.TemporaryDirectory() as folder:
+            number = pathlib.Path(folder) / "number"
+            self.first_failure(f"set -m; sleep 600 & echo $! >{number}; echo '[  FAILED  ] A.a (0 s)'; wait")
+            left = pathlib.Path("/proc") / number.read_text(encoding="utf-8").strip() / "stat"
+            self.assertTrue(not left.exists() or ") Z " in left.read_text(encoding="utf-8"))
 
 
 class CommandLine(unittest.TestCase):

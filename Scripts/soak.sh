@@ -25,5 +25,10 @@ esac
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
 sh Scripts/build.sh linux Soak
-[ $# -gt 0 ] || set -- --faults 104000 --steps 1150000
+case " $* " in
+*" --faults "* | *" --steps "* | *" --fault-run "* | *" --replay "*) ;;
+*) set -- --faults 104000 --steps 1200000 "$@" ;;
+esac
+# The simulated Macs' files: in memory where there is a place for them.
+[ ! -w /dev/shm ] || export TMPDIR=/dev/shm
 exec build/linux/Tests/Soak "$@"

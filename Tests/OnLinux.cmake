@@ -69,7 +69,7 @@ endif()
 add_test(NAME Safety.faults_and_histories COMMAND Soak ${SOAK_SAMPLE})
 # Its processes are thousands of copies, which end without a look for leaks; the ledger is asked instead.
 set_tests_properties(Safety.faults_and_histories PROPERTIES LABELS safety PROCESSORS ${ALL_PROCESSORS} TIMEOUT 1800
-  ENVIRONMENT ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0:quarantine_size_mb=8)
+  ENVIRONMENT "ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0:quarantine_size_mb=8;TMPDIR=/dev/shm")
 
 find_package(X11 REQUIRED)
 target_link_libraries(EndToEndTests PRIVATE X11::X11 X11::Xtst)

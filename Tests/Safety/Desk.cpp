@@ -5,6 +5,7 @@
 #include <CoreGraphics/CoreGraphics.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace safety {
 namespace {
@@ -44,6 +45,14 @@ bool Sight::isBlack() const {
     });
 }
 
+bool areAlike(const Tables& some, const Tables& others) {
+    constexpr float rounding = 0.0001F;
+    const auto isClose = [](float a, float b) { return std::abs(a - b) < rounding; };
+    return std::ranges::equal(some, others, [&](const auto& channel, const auto& other) {
+        return std::ranges::equal(channel, other, isClose);
+    });
+}
+
 std::string differenceOf(const Sight& before, const Sight& after) {
     std::string words;
     const auto compare = [&](const char* word, const auto member) {
@@ -58,7 +67,9 @@ std::string differenceOf(const Sight& before, const Sight& after) {
     compare("mirrors", &Sight::mirrors);
     compare("standby", &Sight::standby);
     compare("brightness", &Sight::brightness);
-    compare("tables", &Sight::tables);
+    if (!areAlike(before.tables, after.tables)) {
+        words += words.empty() ? "tables" : ", tables";
+    }
     return words;
 }
 
@@ -72,7 +83,6 @@ Desk lookAt(simulated_mac::Mac& mac) {
     Desk desk;
     for (const auto& status : mac.displays()) {
         desk.displays[status.id] = sightOf(status);
-        desk.active += status.active ? 1 : 0;
     }
     const auto stored = mac.storedDefaults();
     if (const auto found = stored.find("Veilpane.disconnectedDisplayIDs");
@@ -86,12 +96,15 @@ Desk lookAt(simulated_mac::Mac& mac) {
 
 void calibrate(simulated_mac::Mac& mac) {
     const simulated_mac::InternalCalls unseen;
+    float darker = 0;
     for (const auto& status : mac.displays()) {
+        darker += 0.01F;
         Tables tables;
         for (std::size_t channel = 0; channel < tables.size(); ++channel) {
             for (std::uint32_t i = 0; i < entriesOfTable; ++i) {
                 const float share = static_cast<float>(i) / static_cast<float>(entriesOfTable - 1);
-                tables[channel].push_back(share * (1.0F - 0.1F * static_cast<float>(channel)));
+                tables[channel].push_back(share *
+                                          (1.0F - 0.1F * static_cast<float>(channel) - darker));
             }
         }
         (void)CGSetDisplayTransferByTable(status.id, entriesOfTable, tables[0].data(),

@@ -15,6 +15,9 @@ namespace safety {
 /// The gamma tables of red, green and blue; empty when they cannot be read.
 using Tables = std::array<std::vector<float>, 3>;
 
+/// Whether they show the same; longer ones that went through 256 entries differ by roundings.
+[[nodiscard]] bool areAlike(const Tables& some, const Tables& others);
+
 /// What a person sees of a display, and what another program could ask about it.
 struct Sight {
     bool connected = false, enabled = false, main = false, lit = false, asleep = false;
@@ -34,7 +37,6 @@ struct Sight {
 struct Desk {
     std::map<std::uint32_t, Sight> displays;
     std::set<std::uint32_t> stored; ///< the remembered displays
-    std::size_t active = 0;         ///< how many the window server counts
 
     [[nodiscard]] const Sight& at(std::uint32_t id) const { return displays.at(id); }
     [[nodiscard]] std::size_t litDisplays() const;

@@ -219,12 +219,12 @@ FaultRuns::Run FaultRuns::run(std::size_t number) const {
     if (place < one.singles) {
         return {&one, {single(one, place - 1)}};
     }
-    return {&one, {single(one, (place - one.singles) / pairsOfEach)}, scattered(number) | 1U};
+    return {&one, {single(one, (place - one.singles) / pairsOfEach)}, scattered(number)};
 }
 
 // The second thing goes wrong at a call that is made although, or because, the first one has.
 FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
-    if (run.second == 0 || endsTheProgram(run.wrong)) {
+    if (!run.second || endsTheProgram(run.wrong)) {
         return run;
     }
     const Case& one = *run.of;
@@ -233,12 +233,12 @@ FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
         return callsOf({*one.situation, one.start, one.operation, run.wrong});
     });
     const CallNames calls = words(end.text);
-    const std::size_t place = run.second % (calls.size() + 1);
+    const std::size_t place = *run.second % (calls.size() + 1);
     auto ways = mischiefAt(calls, place, one.situation->scene);
     if (hasEvent(run.wrong)) {
         std::erase_if(ways, [](const auto& one) { return one.endsTheProgram(); });
     }
-    run.wrong.push_back(ways[run.second / (calls.size() + 1) % ways.size()]);
+    run.wrong.push_back(ways[*run.second / (calls.size() + 1) % ways.size()]);
     return run;
 }
 

@@ -6,6 +6,7 @@
 #include "Safety/Situations.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,7 @@ private:
         const Case* of;
         std::vector<Mischief> wrong;
         /// Chooses the second thing that goes wrong, which depends on what the first one leads to.
-        std::size_t second = 0;
+        std::optional<std::size_t> second = std::nullopt;
     };
 
     void addCases(const Situation& situation, Forked& forked);

@@ -150,7 +150,7 @@ private:
         std::string broken;
         for (const auto& [number, program] : programs_) {
             const auto told = program->carryOut({Kind::quit, 0});
-            broken = told && !told->empty() ? *told : broken;
+            broken = told && told->empty() ? broken : told.value_or("the program ended by itself");
         }
         programs_.clear();
         return broken;
@@ -172,7 +172,10 @@ private:
 
 class Chance {
 public:
-    explicit Chance(std::uint64_t seed) : random_(seed) {}
+    Chance(std::uint64_t seed, std::size_t number) {
+        std::seed_seq sequence = {seed, std::uint64_t{number}};
+        random_.seed(sequence);
+    }
 
     void chooseFrom(const std::array<std::uint32_t, 4>& displays) { displays_ = displays; }
 
@@ -290,8 +293,8 @@ std::string randomStep(Chance& chance) {
 
 } // namespace
 
-History randomHistory(std::uint64_t seed, std::size_t length) {
-    Chance chance(seed);
+History randomHistory(std::uint64_t seed, std::size_t number, std::size_t length) {
+    Chance chance(seed, number);
     History history;
     history.situation =
         static_cast<std::size_t>(chance.below(static_cast<int>(situations().size())));

@@ -19,8 +19,8 @@ struct History {
     std::vector<std::string> steps;
 };
 
-/// One of a given length, all by chance.
-[[nodiscard]] History randomHistory(std::uint64_t seed, std::size_t length);
+/// One of a given length, all by chance: each seed has its own, numbered.
+[[nodiscard]] History randomHistory(std::uint64_t seed, std::size_t number, std::size_t length);
 
 /// In one line, and read again. What cannot be read throws std::invalid_argument.
 [[nodiscard]] std::string textOf(const History& history);

@@ -55,16 +55,20 @@ bool Model::has(const char* function) const {
 
 bool Model::knows(const Switching& done) const {
     const bool areAwake = std::ranges::none_of(done.before.displays, [](const auto& entry) {
-        return entry.second.asleep || entry.second.tables[0].empty();
+        const Sight& sight = entry.second;
+        return sight.asleep || (isUsed(sight) && sight.tables[0].empty());
     });
     const bool takeMessages = std::ranges::all_of(scene_.displays, [](const auto& display) {
         return !display.ddc || (display.ddc->minGapCalls == 0 && !display.ddc->deafInStandby);
     });
     const auto target = done.before.displays.find(done.id);
-    const bool tablesAreKnown = !done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty();
+    const bool resetsAll = std::ranges::find(done.calls, "CGDisplayRestoreColorSyncSettings",
+                                             &LoggedCall::call) != done.calls.end();
+    const bool tablesAreKnown =
+        !resetsAll && (!done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty());
     return areAwake && takeMessages && tablesAreKnown && scene_.habits.settleCalls == 0 &&
            scene_.faults.empty() && target != done.before.displays.end() &&
-           target->second.connected && !done.meanwhile;
+           target->second.connected && !done.meanwhile && !done.wasFaulty;
 }
 
 bool Model::isOurs(const Switching& done, const Memory& known) const {

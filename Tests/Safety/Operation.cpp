@@ -39,6 +39,18 @@ void noteTouched(const Desk& before, Meanwhile& meanwhile) {
     }
 }
 
+// SkyLight is looked for once more before the display that is to be tested.
+bool canBeTested(const std::vector<ListedDisplay>& rows, const Calls& calls) {
+    const bool isMissing = std::ranges::any_of(calls, [](const LoggedCall& call) {
+        return (call.call == "dlopen" && call.result == false) ||
+               (call.call == "dlsym" && call.args[0] == "SLSConfigureDisplayEnabled" &&
+                call.result == false);
+    });
+    return !isMissing && std::ranges::any_of(rows, [](const ListedDisplay& row) {
+        return !row.main && !row.disconnected;
+    });
+}
+
 std::string wordFor(bool on) {
     return on ? "on" : "off";
 }
@@ -109,6 +121,7 @@ void Program::interruptIfDue() {
 
 std::string Program::carryOut(const Operation& operation) {
     calls_.clear();
+    faultsBefore_ = mac_.faultsFired();
     interruptIfDue();
     meanwhile_.reset();
     std::string broken;
@@ -144,26 +157,33 @@ std::string Program::promised(const Operation& operation) {
     }
     Passage done;
     done.before = lookAt(mac_);
-    std::string broken;
-    Promise promise(calls_, memory_);
-    if (operation.kind == Kind::list) {
-        broken = listed();
-    } else if (operation.kind == Kind::commandList) {
-        (void)tested_program::run({"--list"});
-        (void)promise.listDisplays();
-    } else {
-        const std::string line = tested_program::statusLine(operation.id);
-        broken = line == promise.statusLine(operation.id) ? "" : "another status line: " + line;
-        promise.requireEnd();
-    }
+    const std::string broken = looked(operation);
     noteWhatFollowed(done);
     return broken.empty() ? brokenByLooking(done) : broken;
+}
+
+std::string Program::looked(const Operation& operation) {
+    if (operation.kind == Kind::list) {
+        return listed();
+    }
+    Promise promise(calls_, memory_);
+    if (operation.kind == Kind::commandList) {
+        const auto ran = tested_program::run({"--list"});
+        const auto lines = std::ranges::count(ran.output, '\n');
+        const auto rows = promise.listDisplays();
+        return ran.status <= 0 && lines == std::ssize(rows) ? "" : "other lines: " + ran.output;
+    }
+    const std::string line = tested_program::statusLine(operation.id);
+    const std::string due = promise.statusLine(operation.id);
+    promise.requireEnd();
+    return line == due ? "" : "another status line: " + line;
 }
 
 Switching Program::beginSwitching(bool on, std::uint32_t id, const Desk& before) {
     Switching done;
     done.on = on;
     done.id = id;
+    done.wasRemembered = memory_.remembered.value_or(before.stored).contains(id);
     done.wasUnderBlackout = memory_.blackouts.contains(id);
     done.before = before;
     if (!done.wasUnderBlackout) {
@@ -180,6 +200,7 @@ void Program::noteWhatFollowed(Passage& done) {
     done.after = lookAt(mac_);
     done.meanwhile = meanwhile_;
     done.calls = calls_;
+    done.wasFaulty = mac_.faultsFired() > faultsBefore_;
 }
 
 // Who cannot read the tables, or reads them when others have changed them, knows none.
@@ -200,7 +221,7 @@ std::string Program::brokenBy(const Switching& done, const Memory& known) const 
         return broken;
     }
     const Model model(mac_.scene());
-    return mac_.faultFired() || !model.knows(done) ? "" : model.difference(done, known);
+    return model.knows(done) ? model.difference(done, known) : "";
 }
 
 std::string Program::switched(const Operation& operation) {
@@ -246,7 +267,7 @@ std::string Program::released() {
     Promise promise(calls_, memory_);
     promise.restoreAll();
     promise.requireEnd();
-    return brokenByLettingGo(done, blackFromBefore_, blackedOut);
+    return brokenByLettingGo(done, blackFromBefore_, blackedOut, tablesBefore_);
 }
 
 std::string Program::commanded(bool on, std::uint32_t id) {
@@ -279,6 +300,7 @@ std::string Program::commandedFirst(bool on) {
         return ran.output == "no display\n" && ran.status == 1 ? "" : "prints: " + ran.output;
     }
     std::string broken;
+    Memory listedMemory;
     for (const ListedDisplay& row : rows) {
         if (std::ranges::any_of(rows, [&](const auto& other) { return comesFirst(other, row); })) {
             continue;
@@ -289,6 +311,7 @@ std::string Program::commandedFirst(bool on) {
         try {
             Promise promise(calls_, memory_);
             (void)promise.listDisplays();
+            listedMemory = memory_;
             done.outcome = promise.setPower(on, row.id);
             promise.requireEnd();
         } catch (const BrokenPromise& error) {
@@ -298,7 +321,7 @@ std::string Program::commandedFirst(bool on) {
         rememberTables(done);
         const bool isTold =
             ran.output == printed(done.outcome) && ran.status == (done.outcome.success ? 0 : 1);
-        return isTold ? brokenRule(done) : "prints: " + ran.output;
+        return isTold ? brokenBy(done, listedMemory) : "prints: " + ran.output;
     }
     return broken;
 }
@@ -308,20 +331,24 @@ std::string Program::selfTested() {
     done.before = lookAt(mac_);
     const auto ran = tested_program::run({"--selftest"});
     noteWhatFollowed(done);
-    (void)Promise(calls_, memory_).listDisplays();
+    const auto rows = Promise(calls_, memory_).listDisplays();
     const SelfTestReport report(ran.output);
     if (std::string broken = report.brokenVerdict(ran.status); !broken.empty()) {
         return broken;
+    }
+    if (!report.off && canBeTested(rows, calls_)) {
+        return "the self-test tests nothing: " + report.verdict;
     }
     if (!report.off) {
         return brokenByLooking(done);
     }
     if (done.meanwhile) {
-        return {};
+        return brokenByDarkness(done);
     }
     Switching off = beginSwitching(false, report.id, done.before);
     Switching on = beginSwitching(true, report.id, done.before);
-    static_cast<Passage&>(off) = static_cast<Passage&>(on) = done;
+    static_cast<Passage&>(off) = done;
+    static_cast<Passage&>(on) = done;
     off.outcome = *report.off;
     on.outcome = *report.on;
     const std::string broken = brokenRule(on);

@@ -66,6 +66,7 @@ private:
     void note(const LoggedCall& call);
     void interruptIfDue();
     [[nodiscard]] std::string promised(const Operation& operation);
+    [[nodiscard]] std::string looked(const Operation& operation);
     /// Before the program switches; the outcome and the desk afterwards are still to come.
     [[nodiscard]] Switching beginSwitching(bool on, std::uint32_t id, const Desk& before);
     void noteWhatFollowed(Passage& done);
@@ -84,6 +85,7 @@ private:
     std::set<std::uint32_t> blackFromBefore_;      ///< when the BlackOut of this process began
     std::map<std::uint32_t, Tables> tablesBefore_; ///< likewise; none when they may be others
     std::vector<Interruption> interruptions_;
+    std::uint64_t faultsBefore_ = 0; ///< that had applied when the operation began
     std::optional<Meanwhile> meanwhile_;
     std::optional<Switching> lastSwitching_;
 };

@@ -48,6 +48,11 @@ bool isOfABus(const std::string& call) {
            call == "CGDisplayModelNumber";
 }
 
+bool isOfTheProfiler(const std::string& call) {
+    static const std::set<std::string> calls = {"pipe", "fcntl", "posix_spawn", "read", "waitpid"};
+    return calls.contains(call);
+}
+
 // An array with anything else in it counts as none.
 std::set<std::uint32_t> idsIn(const json& stored) {
     std::set<std::uint32_t> ids;
@@ -270,6 +275,9 @@ Promise::Bus Promise::lookAtBus() {
         } else if (call.call == "IOI2CInterfaceOpen") {
             bus.open = &call;
         } else if (call.call == "IOI2CSendRequest") {
+            if (bus.send != nullptr) {
+                throw BrokenPromise("two messages where one is due");
+            }
             bus.send = &call;
         }
     }
@@ -455,7 +463,7 @@ std::string Promise::statusLine(std::uint32_t id) {
 
 // The names come from the screens and the registry; what they are is not the promise's business.
 void Promise::followNames() {
-    while (place_ < calls_.size() &&
+    while (place_ < calls_.size() && !calls_[place_].call.starts_with("IOI2C") &&
            (isOfABus(calls_[place_].call) || calls_[place_].call == "NSScreen.screens")) {
         ++place_;
     }
@@ -463,7 +471,7 @@ void Promise::followNames() {
 
 std::vector<ListedDisplay> Promise::listDisplays() {
     while (!memory_.profilerHasRun && place_ < calls_.size() &&
-           calls_[place_].call != "CGGetOnlineDisplayList") {
+           isOfTheProfiler(calls_[place_].call)) {
         ++place_;
     }
     memory_.profilerHasRun = true;

@@ -68,6 +68,16 @@ bool isTouched(const Stretch& stretch) {
            stretch.before.stored != stretch.after.stored;
 }
 
+// Which monitor is a display's cannot be told while displays come and go, nor of one that is not
+// there.
+bool isReplugged(const Switching& done) {
+    const auto hasMoved = [&](std::uint32_t id) {
+        return isThere(done.meanwhile->before, id) != isThere(done.meanwhile->after, id);
+    };
+    return !isThere(done.before, done.id) || !isThere(done.after, done.id) ||
+           (done.meanwhile && std::ranges::any_of(done.meanwhile->touched, hasMoved));
+}
+
 // The only monitor that speaks DDC is taken for that of any display, so also for one that is not
 // there: a known limit.
 void forgetMonitor(Sight& sight) {
@@ -110,7 +120,7 @@ std::string change(const Stretch& stretch, std::uint32_t id, const Switching& do
         if (changesMain(stretch, done.id)) {
             forgetArrangement(*sight);
         }
-        if (!isThere(done.before, done.id) || !isThere(done.after, done.id)) {
+        if (isReplugged(done)) {
             forgetMonitor(*sight);
         }
         if (resetsAllTables(done) || !readable) {
@@ -148,14 +158,15 @@ bool isOn(const Sight& sight, const Switching& done) {
 bool isOff(const Sight& sight, const Switching& done) {
     // A remembered display behind a closed lid counts as off, as it is in no list of what is on.
     if (done.outcome.method == disconnectTitle) {
-        return !sight.enabled || sight.asleep;
+        return !sight.enabled || (sight.asleep && done.wasRemembered);
+    }
+    // Success means that the message was sent; a monitor that was pulled out meanwhile has lost it,
+    // and the only one is taken for that of a display that has none.
+    if (done.outcome.method == ddcTitle) {
+        return sight.standby || !sight.brightness || isReplugged(done);
     }
     const bool canBeBlack = !sight.tables[0].empty();
-    // Success means that the message was sent; a monitor that was pulled out meanwhile has lost it.
-    if (done.outcome.method == ddcTitle && done.meanwhile && !done.meanwhile->touched.empty()) {
-        return true;
-    }
-    return sight.standby || sight.isBlack() || !canBeBlack || done.wasUnderBlackout;
+    return sight.isBlack() || !canBeBlack || done.wasUnderBlackout;
 }
 
 bool isSwitchedByOthers(const Switching& done) {
@@ -164,13 +175,13 @@ bool isSwitchedByOthers(const Switching& done) {
 
 // Without the list of what is online a remembered display counts as off: a known limit.
 bool countsAsOff(const Switching& done) {
-    return !done.on && done.before.stored.contains(done.id) &&
-           isRefused(done.calls, "CGGetOnlineDisplayList");
+    return !done.on && done.wasRemembered && isRefused(done.calls, "CGGetOnlineDisplayList");
 }
 
 std::string missingEffect(const Switching& done) {
-    if (!done.outcome.success || !isThere(done.after, done.id) || tablesAreRefused(done) ||
-        countsAsOff(done) || isSwitchedByOthers(done)) {
+    const bool areRefused = tablesAreRefused(done) && done.outcome.method != disconnectTitle;
+    if (!done.outcome.success || !isThere(done.after, done.id) || areRefused || countsAsOff(done) ||
+        isSwitchedByOthers(done)) {
         return {};
     }
     const Sight& sight = done.after.at(done.id);
@@ -186,7 +197,7 @@ std::string otherColours(const Switching& done) {
         return {};
     }
     const Tables& tables = done.after.at(done.id).tables;
-    return tables[0].empty() || tables == done.tablesBeforeBlackout
+    return tables[0].empty() || areAlike(tables, done.tablesBeforeBlackout)
                ? ""
                : "the display comes back in other colours";
 }
@@ -261,7 +272,7 @@ bool wasOn(const Sight& sight) {
 bool isWoken(const Passage& done) {
     return std::ranges::any_of(done.calls, [](const LoggedCall& call) {
         return call.call == "IOI2CSendRequest" && call.notes.at("bytes") == messageBytes(0x0C, 1) &&
-               call.result == 0;
+               call.result == 0 && !call.notes.contains("requestResult");
     });
 }
 
@@ -288,7 +299,8 @@ std::string remainingChange(Sight before, Sight after, bool isTarget, const Swit
         if (!readable) {
             sight->tables = {};
         }
-        if (isTarget && after.brightness == 100) {
+        if (isTarget && after.brightness == 100 &&
+            (off.outcome.method == blackoutTitle || off.wasUnderBlackout)) {
             sight->brightness = 100;
         }
     }
@@ -300,10 +312,13 @@ std::string remainingChange(Sight before, Sight after, bool isTarget, const Swit
 std::string brokenRule(const Calls& calls) {
     std::set<std::uint32_t> mains;
     std::size_t active = 0;
+    bool disables = false;
     for (const LoggedCall& call : calls) {
         if (call.call == "CGDisplayIsMain") {
-            call.result != 0 ? (void)mains.insert(displayOf(call, 0))
-                             : (void)mains.erase(displayOf(call, 0));
+            mains.erase(displayOf(call, 0));
+            if (call.result != 0) {
+                mains.insert(displayOf(call, 0));
+            }
         } else if (call.call == "CGGetActiveDisplayList") {
             // A call that says nothing of its count has left the caller with any number.
             active = call.result == 0 ? call.notes.value("count", std::size_t{UINT32_MAX}) : 0;
@@ -313,6 +328,11 @@ std::string brokenRule(const Calls& calls) {
         }
         if (isDisable(call) && active < 2) {
             return "a disconnect with fewer than two active displays";
+        }
+        disables = disables || isDisable(call);
+        if (call.call == "CGCompleteDisplayConfiguration" && call.result == 0 && disables) {
+            disables = false;
+            --active;
         }
     }
     return {};
@@ -332,8 +352,16 @@ std::string brokenByLooking(const Passage& done) {
     return std::ranges::any_of(stretchesOf(done), isTouched) ? "looking has changed something" : "";
 }
 
+std::string brokenByDarkness(const Passage& done) {
+    const auto isDark = [](const Stretch& stretch) {
+        return stretch.before.litDisplays() > 1 && stretch.after.litDisplays() == 0;
+    };
+    return std::ranges::any_of(stretchesOf(done), isDark) ? "no display is lit any more" : "";
+}
+
 std::string brokenByLettingGo(const Passage& done, const std::set<std::uint32_t>& blackFromBefore,
-                              const std::set<std::uint32_t>& underBlackout) {
+                              const std::set<std::uint32_t>& underBlackout,
+                              const std::map<std::uint32_t, Tables>& tablesBefore) {
     for (const Stretch& stretch : stretchesOf(done)) {
         if (stretch.before.stored != stretch.after.stored) {
             return "the end has changed what is remembered";
@@ -348,10 +376,18 @@ std::string brokenByLettingGo(const Passage& done, const std::set<std::uint32_t>
         }
     }
     for (const std::uint32_t id : underBlackout) {
-        const bool mayBeBlack = blackFromBefore.contains(id) || tablesAreRefused(done);
-        if (isThere(done.after, id) && done.after.at(id).isBlack() && !mayBeBlack &&
-            !done.meanwhile) {
+        if (!isThere(done.after, id) || tablesAreRefused(done) || done.meanwhile) {
+            continue;
+        }
+        const Tables& tables = done.after.at(id).tables;
+        if (done.after.at(id).isBlack() && !blackFromBefore.contains(id)) {
             return "the end leaves " + named(id) + " black";
+        }
+        const auto before = tablesBefore.find(id);
+        const bool areKnown = before != tablesBefore.end() && !before->second[0].empty() &&
+                              !tables[0].empty() && !resetsAllTables(done);
+        if (areKnown && !areAlike(tables, before->second)) {
+            return "the end leaves " + named(id) + " in other colours";
         }
     }
     return {};
@@ -383,10 +419,13 @@ std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t i
     if (isDarkened(before, after, id)) {
         return "ended, it leaves no display lit";
     }
-    const bool wentOff = isThere(before, id) && before.at(id).enabled && !after.at(id).enabled;
-    return wentOff && hadTime && !after.stored.contains(id)
-               ? "ended, it has forgotten what it disconnected"
-               : "";
+    for (const auto& [other, sight] : before.displays) {
+        const bool wentOff = sight.connected && sight.enabled && !after.at(other).enabled;
+        if (wentOff && hadTime && !after.stored.contains(other)) {
+            return "ended, it has forgotten what it disconnected";
+        }
+    }
+    return {};
 }
 
 // Two limits are known: the only monitor that speaks DDC is taken for that of a display that is not
@@ -397,7 +436,7 @@ bool isDarkened(const Desk& before, const Desk& after, std::uint32_t id) {
         return entry.first != id && sight.connected && sight.enabled && !sight.lit;
     });
     return before.litDisplays() > 0 && after.litDisplays() == 0 && !anotherCounts &&
-           isThere(before, id);
+           (id == 0 || isThere(before, id));
 }
 
 } // namespace safety

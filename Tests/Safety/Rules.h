@@ -4,6 +4,7 @@
 #include "Safety/Promise.h"
 
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,6 +21,7 @@ struct Meanwhile {
 /// The Mac before and after an operation.
 struct Passage {
     Desk before, after;
+    bool wasFaulty = false; ///< a call answered otherwise than it should
     std::optional<Meanwhile> meanwhile;
     Calls calls;
 };
@@ -29,6 +31,8 @@ struct Switching : Passage {
     bool on = false;
     std::uint32_t id = 0;
     Outcome outcome;
+    /// This process remembered before that it had disconnected the display.
+    bool wasRemembered = false;
     /// This process had the display under BlackOut before.
     bool wasUnderBlackout = false;
     /// It was black already, by another program, when this process's BlackOut began or would have.
@@ -51,7 +55,11 @@ struct Switching : Passage {
 /// touched.
 [[nodiscard]] std::string brokenByLettingGo(const Passage& done,
                                             const std::set<std::uint32_t>& blackFromBefore,
-                                            const std::set<std::uint32_t>& underBlackout);
+                                            const std::set<std::uint32_t>& underBlackout,
+                                            const std::map<std::uint32_t, Tables>& tablesBefore);
+
+/// The picture does not go by the program's doing while others interfere.
+[[nodiscard]] std::string brokenByDarkness(const Passage& done);
 
 /// Off and then on, without anything going wrong at the second, gives the desk back as it was,
 /// apart from what the known limits tell of.

@@ -34,7 +34,7 @@ std::optional<SceneFault> FaultPlan::count(const std::string& function) {
             due = entry.fault;
         }
     }
-    fired_ = fired_ || due.has_value();
+    fired_ += due.has_value() ? 1 : 0;
     return due;
 }
 

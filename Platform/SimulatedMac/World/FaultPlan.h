@@ -21,8 +21,8 @@ public:
     [[nodiscard]] bool names(const std::string& function) const;
     /// How many calls were counted.
     [[nodiscard]] uint64_t calls() const { return calls_; }
-    /// Whether one has applied to a call so far, also one that was cleared since.
-    [[nodiscard]] bool fired() const { return fired_; }
+    /// To how many calls one has applied so far, those included that were cleared since.
+    [[nodiscard]] uint64_t fired() const { return fired_; }
 
 private:
     struct Entry {
@@ -31,7 +31,7 @@ private:
     };
     std::vector<Entry> entries_;
     uint64_t calls_ = 0;
-    bool fired_ = false;
+    uint64_t fired_ = 0;
 };
 
 } // namespace simulated_mac

@@ -142,7 +142,7 @@ void Mac::failCall(const SceneFault& fault) {
 void Mac::clearFaults() {
     faults().clear();
 }
-bool Mac::faultFired() const {
+uint64_t Mac::faultsFired() const {
     return faults().fired();
 }
 

@@ -45,7 +45,8 @@ public:
     /// Counts from now on. Throws std::invalid_argument for a fault that a scene may not have.
     void failCall(const SceneFault& fault);
     void clearFaults();
-    [[nodiscard]] bool faultFired() const;
+    [[nodiscard]] bool faultFired() const { return faultsFired() > 0; }
+    [[nodiscard]] uint64_t faultsFired() const; ///< so far, those included that were cleared since
 
     // Events, beside those of the scene.
     /// What happens around the `nth` call of the function from now on; 0 is every call, "*" any

@@ -335,6 +335,17 @@ TEST_F(KnownLimits, a_main_display_that_macos_denies_to_be_it_is_switched_off) {
     EXPECT_TRUE(mac.display(1).lit);
 }
 
+TEST_F(KnownLimits, a_wrong_count_of_active_displays_is_believed) {
+    Mac& mac = boot(scene({main1, disabled2, plain3}));
+    mac.unplug(3);
+    mac.failCall(fails("CGDisplayIsMain").with(0));
+    mac.failCall(fails("CGGetActiveDisplayList").with(0));
+    EXPECT_TRUE(DisplayPower::setPower(false, 1).success);
+    EXPECT_FALSE(mac.display(1).lit);
+    EXPECT_TRUE(DisplayPower::setPower(true, 1).success) << "the way out";
+    EXPECT_TRUE(mac.display(1).lit);
+}
+
 TEST_F(KnownLimits, tables_that_macos_only_claims_to_have_read_are_given_back_black) {
     Mac& mac = boot(scene({main1, plain2}, {noSkyLight}));
     const ChildOutcome outcome = inChildProcess([&mac] {

@@ -18,8 +18,7 @@ struct KnownLie {
     std::string_view call;
     Lie lie;
     std::string_view broken; ///< occurs in the rule's words
-    std::string_view
-        limit; ///< the test that pins what comes of it; Scripts/check_limits.py asks for its row
+    std::string_view limit;  ///< the test that pins it, for whose row Scripts/check_limits.py asks
 };
 
 constexpr std::string_view believedSuccess =

@@ -40,6 +40,12 @@ void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_
     }
 }
 
+bool hasBus(const std::vector<simulated_mac::RegistryNode>& nodes, std::uint32_t id) {
+    return std::ranges::any_of(nodes, [id](const simulated_mac::RegistryNode& node) {
+        return (node.i2cBuses > 0 && node.busDisplay == id) || hasBus(node.children, id);
+    });
+}
+
 void blacken(Tables& tables) {
     for (auto& channel : tables) {
         std::ranges::fill(channel, 0.0F);
@@ -51,6 +57,12 @@ void blacken(Tables& tables) {
 bool Model::has(const char* function) const {
     return scene_.skyLight &&
            std::ranges::find(*scene_.skyLight, function) != scene_.skyLight->end();
+}
+
+bool Model::takesMessages(std::uint32_t id) const {
+    const auto display = std::ranges::find(scene_.displays, id, &simulated_mac::SceneDisplay::id);
+    return display != scene_.displays.end() && display->ddc && display->ddc->open == 0 &&
+           display->ddc->send == 0 && display->ddc->result == 0 && hasBus(scene_.registry, id);
 }
 
 bool Model::knows(const Switching& done) const {
@@ -136,14 +148,13 @@ Model::Due Model::switchedOff(const Switching& done, const Memory& known) const 
     if (isOurs(done, known)) {
         return {disconnectTitle, true, done.before};
     }
-    Due due = {done.outcome.method, true, done.before};
     if (has("SLSConfigureDisplayEnabled")) {
         const auto active = std::ranges::count_if(
             done.before.displays, [this](const auto& entry) { return draws(entry.second); });
         if (active < 2) {
             return {disconnectTitle, false, done.before};
         }
-        due.method = disconnectTitle;
+        Due due = {disconnectTitle, true, done.before};
         due.desk.displays.at(done.id).enabled = false;
         due.desk.stored = rememberedBy(done, known);
         due.desk.stored.insert(done.id);
@@ -153,10 +164,15 @@ Model::Due Model::switchedOff(const Switching& done, const Memory& known) const 
         }
         return due;
     }
-    const bool isSent = std::ranges::any_of(done.calls, [](const LoggedCall& call) {
-        return isSet(call) && call.notes.at("bytes") == messageBytes(0x0C, 5);
-    });
-    due.method = isSent ? ddcTitle : blackoutTitle;
+    return fallenBack(done, known);
+}
+
+Model::Due Model::fallenBack(const Switching& done, const Memory& known) const {
+    const bool isSent =
+        takesMessages(done.id) || std::ranges::any_of(done.calls, [](const LoggedCall& call) {
+            return isSet(call) && call.notes.at("bytes") == messageBytes(0x0C, 5);
+        });
+    Due due = {isSent ? ddcTitle : blackoutTitle, true, done.before};
     if (!isSent && !wasBlackedOut(done, known)) {
         blackOut(due.desk, done.id);
     }
@@ -176,6 +192,10 @@ Model::Due Model::switchedOn(const Switching& done, const Memory& known) const {
         due.desk.stored.erase(done.id);
     }
     letGo(due.desk, done, known);
+    if (takesMessages(done.id) && !isOurs(done, known) &&
+        (canSwitch || wasBlackedOut(done, known))) {
+        due.desk.displays.at(done.id).standby = false;
+    }
     return due;
 }
 

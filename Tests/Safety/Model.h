@@ -9,7 +9,8 @@
 namespace safety {
 
 /// What a power operation makes of a desk when nothing goes wrong, worked out from what stood there
-/// before. Of the calls it looks only at the messages that reached a monitor.
+/// before. Of the calls it looks only at the messages that reached a monitor; one whose bus the
+/// scene tells of must get them.
 class Model {
 public:
     /// The scene must live as long as the model.
@@ -33,7 +34,9 @@ private:
     [[nodiscard]] Due switchedOn(const Switching& done, const Memory& known) const;
     void letGo(Desk& desk, const Switching& done, const Memory& known) const;
     void blackOut(Desk& desk, std::uint32_t id) const;
+    [[nodiscard]] Due fallenBack(const Switching& done, const Memory& known) const;
     [[nodiscard]] bool has(const char* function) const;
+    [[nodiscard]] bool takesMessages(std::uint32_t id) const;
     [[nodiscard]] bool isOurs(const Switching& done, const Memory& known) const;
     [[nodiscard]] bool draws(const Sight& sight) const;
     void applyMessages(Desk& desk, const Switching& done) const;

@@ -171,7 +171,7 @@ std::string Program::looked(const Operation& operation) {
         const auto ran = tested_program::run({"--list"});
         const auto lines = std::ranges::count(ran.output, '\n');
         const auto rows = promise.listDisplays();
-        return ran.status <= 0 && lines == std::ssize(rows) ? "" : "other lines: " + ran.output;
+        return ran.status == 0 && lines == std::ssize(rows) ? "" : "other lines: " + ran.output;
     }
     const std::string line = tested_program::statusLine(operation.id);
     const std::string due = promise.statusLine(operation.id);
@@ -189,7 +189,10 @@ Switching Program::beginSwitching(bool on, std::uint32_t id, const Desk& before)
     if (!done.wasUnderBlackout) {
         const auto target = before.displays.find(id);
         const bool isBlack = target != before.displays.end() && target->second.isBlack();
-        isBlack ? (void)blackFromBefore_.insert(id) : (void)blackFromBefore_.erase(id);
+        blackFromBefore_.erase(id);
+        if (isBlack) {
+            blackFromBefore_.insert(id);
+        }
     }
     done.blackByAnother = blackFromBefore_.contains(id);
     done.tablesBeforeBlackout = tablesBefore_[id];

@@ -161,9 +161,9 @@ using Parser = OutsideAction (*)(const Words&);
 
 const std::map<std::string, Parser>& parsers() {
     static const std::map<std::string, Parser> all = {
-        {"unplug", unplug},   {"plug", plug},     {"enable", enable}, {"disable", disable},
-        {"main", makeMain},   {"mirror", mirror}, {"sleep", sleep},   {"wake", wake},
-        {"lid", lid},         {"logout", logOut}, {"reboot", reboot}, {"reset", reset},
+        {"unplug", unplug}, {"plug", plug},     {"enable", enable}, {"disable", disable},
+        {"main", makeMain}, {"mirror", mirror}, {"sleep", sleep},   {"wake", wake},
+        {"lid", lid},       {"logout", logOut}, {"reboot", reboot}, {"reset", reset},
     };
     return all;
 }

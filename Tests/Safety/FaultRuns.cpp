@@ -225,6 +225,7 @@ FaultRuns::Run FaultRuns::run(std::size_t number) const {
 // The second thing goes wrong at a call that is made although, or because, the first one has.
 FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
     if (!run.second || endsTheProgram(run.wrong)) {
+        run.calls = run.of->calls;
         return run;
     }
     const Case& one = *run.of;
@@ -232,7 +233,7 @@ FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
         silenceComplaints();
         return callsOf({*one.situation, one.start, one.operation, run.wrong});
     });
-    const CallNames calls = words(end.text);
+    const CallNames& calls = run.calls = words(end.text);
     const std::size_t place = *run.second % (calls.size() + 1);
     auto ways = mischiefAt(calls, place, one.situation->scene);
     if (hasEvent(run.wrong)) {
@@ -262,7 +263,7 @@ FaultRuns::Result FaultRuns::carryOut(std::size_t number, Forked& forked) const 
         if (hasEvent(chosen.wrong)) {
             silenceComplaints();
         }
-        return endsTheProgram(chosen.wrong) ? attemptWithAnEnd(attempt, chosen.of->calls)
+        return endsTheProgram(chosen.wrong) ? attemptWithAnEnd(attempt, chosen.calls)
                                             : attemptToTheEnd(attempt);
     });
     if (hasEvent(chosen.wrong) && end.status == impossibleEvent) {

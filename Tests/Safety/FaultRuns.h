@@ -50,6 +50,7 @@ private:
         std::vector<Mischief> wrong;
         /// Chooses the second thing that goes wrong, which depends on what the first one leads to.
         std::optional<std::size_t> second = std::nullopt;
+        CallNames calls = {}; ///< that it makes until the last thing goes wrong
     };
 
     void addCases(const Situation& situation, Forked& forked);

@@ -70,6 +70,9 @@ ProgramStep programStepFrom(Words words) {
         words.erase(words.begin(), words.begin() + 2);
     }
     if (const auto place = std::ranges::find(words, "meanwhile"); place != words.end()) {
+        if (step.killedAfter > 0 || words.end() - place < 3) {
+            throw std::invalid_argument("meanwhile: takes a number of calls and a step");
+        }
         step.meanwhileAfter = numberFrom(*(place + 1));
         std::for_each(place + 2, words.end(),
                       [&](const std::string& word) { step.meanwhile += word + " "; });
@@ -84,6 +87,20 @@ ProgramStep programStepFrom(Words words) {
 
 bool isProgramStep(const Words& words) {
     return !words.empty() && words[0].size() == 1 && words[0] >= "1" && words[0] <= "3";
+}
+
+/// Throws std::invalid_argument for what is none.
+void requireStep(const std::string& text) {
+    const Words words = simulated_mac::wordsOf(text);
+    try {
+        if (isProgramStep(words)) {
+            (void)programStepFrom(words);
+        } else {
+            (void)simulated_mac::parseVerb(words);
+        }
+    } catch (const std::exception&) {
+        throw std::invalid_argument("'" + text + "' is no step of a history");
+    }
 }
 
 /// The Mac and the programs that run on it.
@@ -323,6 +340,7 @@ History historyFrom(const std::string& text) {
         throw std::invalid_argument("there is no situation " + part);
     }
     while (std::getline(stream, part, ';')) {
+        requireStep(part);
         history.steps.push_back(part.substr(part.find_first_not_of(' ')));
     }
     return history;

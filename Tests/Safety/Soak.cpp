@@ -14,6 +14,7 @@
 #include <map>
 #include <new>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
@@ -130,6 +131,14 @@ void carryOutHistory(const History& history, Score& score) {
     }
 }
 
+History historyGiven(const std::string& text) {
+    try {
+        return historyFrom(text);
+    } catch (const std::invalid_argument& error) {
+        reject("--replay: " + std::string(error.what()));
+    }
+}
+
 struct Share {
     std::size_t worker;
     std::size_t workers;
@@ -199,7 +208,7 @@ int main(int argc, char** argv) {
     warmCollation();
     Score& score = sharedScore();
     if (options.history) {
-        carryOutHistory(historyFrom(*options.history), score);
+        carryOutHistory(historyGiven(*options.history), score);
     } else {
         const FaultRuns runs;
         std::printf("%zu fault runs to choose from; the histories' seed is %zu\n", runs.count(),

@@ -340,8 +340,9 @@ History historyFrom(const std::string& text) {
         throw std::invalid_argument("there is no situation " + part);
     }
     while (std::getline(stream, part, ';')) {
+        part.erase(0, part.find_first_not_of(' '));
         requireStep(part);
-        history.steps.push_back(part.substr(part.find_first_not_of(' ')));
+        history.steps.push_back(part);
     }
     return history;
 }

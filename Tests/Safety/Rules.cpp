@@ -202,6 +202,11 @@ std::string otherColours(const Switching& done) {
                : "the display comes back in other colours";
 }
 
+bool hasLitBeside(std::uint32_t id, const Desk& desk) {
+    return std::ranges::any_of(
+        desk.displays, [id](const auto& entry) { return entry.first != id && entry.second.lit; });
+}
+
 std::string touchedInSpiteOfRefusal(const Switching& done) {
     const bool refused =
         !done.outcome.success && done.outcome.message.find("失败") == std::string::npos;
@@ -211,9 +216,11 @@ std::string touchedInSpiteOfRefusal(const Switching& done) {
 }
 
 // Which display is the main one and how many are active is looked at before a display is switched
-// off and not again: a known limit for what others do afterwards.
-bool hasLookedTooEarly(const Switching& done, const Desk& afterwards) {
-    if (done.on || !done.meanwhile || &afterwards != &done.after) {
+// off and not again: a known limit for what others do afterwards, as long as they leave no other
+// display lit.
+bool hasLookedTooEarly(const Switching& done, const Stretch& stretch) {
+    const bool isAfterwards = done.meanwhile && &stretch.after == &done.after;
+    if (done.on || !isAfterwards || hasLitBeside(done.id, stretch.before)) {
         return false;
     }
     const auto counted = std::ranges::find(done.calls, "CGGetActiveDisplayList", &LoggedCall::call);
@@ -221,11 +228,17 @@ bool hasLookedTooEarly(const Switching& done, const Desk& afterwards) {
     return done.outcome.method != disconnectTitle || calls < done.meanwhile->calls;
 }
 
+// Others may have made the display the main one since it was asked whether it is.
+bool hasBecomeMain(const Switching& done, const Stretch& stretch) {
+    const Sight* const asked = done.meanwhile ? find(done.meanwhile->before, done.id) : nullptr;
+    return !done.on && asked != nullptr && !asked->main && &stretch.after == &done.after;
+}
+
 std::string darkMain(const Switching& done, const Stretch& stretch) {
     for (const auto& [id, before] : stretch.before.displays) {
-        const bool knownLimit =
-            !isThere(stretch.before, done.id) || (id == done.id && done.blackByAnother);
-        if (before.main && before.lit && !stretch.after.displays.at(id).lit && !knownLimit) {
+        const bool isKnownLimit =
+            id == done.id ? done.blackByAnother || hasBecomeMain(done, stretch) : isReplugged(done);
+        if (before.main && before.lit && !stretch.after.displays.at(id).lit && !isKnownLimit) {
             return "the main display is dark";
         }
     }
@@ -234,12 +247,11 @@ std::string darkMain(const Switching& done, const Stretch& stretch) {
 
 std::string darkness(const Switching& done) {
     for (const Stretch& stretch : stretchesOf(done)) {
-        const bool knownLimit = done.blackByAnother || hasLookedTooEarly(done, stretch.after);
-        if (isDarkened(stretch.before, stretch.after, done.id) && !knownLimit) {
+        const bool isKnownLimit = done.blackByAnother || hasLookedTooEarly(done, stretch);
+        if (isDarkened(stretch.before, stretch.after, done.id) && !isKnownLimit) {
             return "no display is lit any more";
         }
-        const bool wasAsked = done.meanwhile && &stretch.after == &done.after && !done.on;
-        if (std::string broken = darkMain(done, stretch); !broken.empty() && !wasAsked) {
+        if (std::string broken = darkMain(done, stretch); !broken.empty()) {
             return broken;
         }
     }

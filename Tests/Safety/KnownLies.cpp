@@ -40,6 +40,8 @@ constexpr std::string_view arrivedMessage =
 constexpr std::string_view believedCount =
     "KnownLimits.a_wrong_count_of_active_displays_is_believed";
 constexpr std::string_view lostMessage = "DisplayPower/Outcome.is_the_one_of_its_row";
+constexpr std::string_view releasedPort =
+    "DDCTransport.a_service_port_that_is_no_framebuffer_is_released_once";
 constexpr std::string_view lostDefaults =
     "RememberedDisplaysTest.the_set_is_written_without_a_synchronise";
 constexpr std::string_view shortTables =
@@ -55,6 +57,7 @@ constexpr auto knownLies = std::to_array<KnownLie>({
     {"CGCompleteDisplayConfiguration", Lie::successWithoutEffect, "the display is",
      believedSuccess},
     {"CGDisplayIsMain", Lie::answer, "the main display is dark", believedMain},
+    {"CGDisplayIsMain", Lie::answer, "no display is lit", believedMain},
     {"CGGetActiveDisplayList", Lie::answer, "no display is lit", believedCount},
     {"CGGetOnlineDisplayList", Lie::any, "the display is not off", believedOff},
     {"CGGetDisplayTransferByTable", Lie::answer, "the display is not on", unreadTables},
@@ -66,6 +69,7 @@ constexpr auto knownLies = std::to_array<KnownLie>({
     {"IOI2CSendRequest", Lie::successWithoutEffect, "the display is not", lostMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "standby", lostMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "brightness", lostMessage},
+    {"IOObjectConformsTo", Lie::any, "standby", releasedPort},
     {"IORegistryEntryCreateCFProperty", Lie::any, "is changed, too", takenMonitor},
     {"IORegistryEntryGetChildIterator", Lie::any, "is changed, too", takenMonitor},
     {"NSUserDefaults.setObject", Lie::successWithoutEffect, "remembered", lostDefaults},

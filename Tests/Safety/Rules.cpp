@@ -310,6 +310,7 @@ std::string remainingChange(Sight before, Sight after, bool isTarget, const Swit
         }
         if (!readable) {
             sight->tables = {};
+            sight->lit = false;
         }
         if (isTarget && after.brightness == 100 &&
             (off.outcome.method == blackoutTitle || off.wasUnderBlackout)) {

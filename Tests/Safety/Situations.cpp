@@ -35,7 +35,7 @@ constexpr std::string_view wrongTypesInRegistry = R"(
     { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
       "properties": { "DisplayVendorID": "4268", "DisplayProductID": true, "DisplayID": [ 2 ] } } ] },
     { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
-      "properties": { "DisplayVendorID": 7789, "DisplayProductID": { "value": 23 } } } ] })";
+      "properties": { "DisplayVendorID": 7789, "DisplayProductID": {} } } ] })";
 constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
 
 Situation situation(const char* name, std::initializer_list<std::string_view> displays,

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Tries the program's promises and safety rules against everything that can go wrong, at length: every
-# platform call failing in every way, random histories of users, programs and hardware. About five
-# minutes on two idle cores; what it is given goes to build/linux/Tests/Soak (--help).
+# platform call failing in every way, random histories of users, programs and hardware. About a quarter
+# of an hour on two cores; what it is given goes to build/linux/Tests/Soak (--help).
 set -eu
 
 usage="usage: soak.sh [OPTION...]

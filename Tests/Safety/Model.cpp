@@ -32,7 +32,7 @@ void lightUp(Desk& desk) {
 // Which display macOS makes the main one is its own business when one comes back, or when it
 // compares those of a set; so is what becomes of those that mirror the display.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
-    if (done.on || done.outcome.method == blackoutTitle) {
+    if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0) {
         due.main = after.main = false;
     }
     if (done.before.at(id).mirrors == done.id || after.mirrors == done.id) {

@@ -95,17 +95,18 @@ bool tablesAreRefused(const Passage& done) {
     return isRefused(done.calls, "CGSetDisplayTransferByTable");
 }
 
-// A display that is switched while others have made it the main one leaves that to another, or
-// takes it back, which its mirrors and a closed lid follow.
+// A display that is switched while others have made it the main one, or mirror it there, leaves
+// that to another, or takes it back, which its mirrors and a closed lid follow.
 void forgetArrangement(Sight& sight) {
     sight.main = sight.asleep = sight.lit = false;
     sight.mirrors = 0;
 }
 
-bool changesMain(const Stretch& stretch, std::uint32_t id) {
+bool mayChangeMain(const Stretch& stretch, std::uint32_t id) {
     const Sight* const before = find(stretch.before, id);
     const Sight* const after = find(stretch.after, id);
-    return before != nullptr && after != nullptr && before->main != after->main;
+    return before != nullptr && after != nullptr &&
+           (before->main != after->main || before->mirrors != 0);
 }
 
 std::string change(const Stretch& stretch, std::uint32_t id, const Switching& done) {
@@ -117,7 +118,7 @@ std::string change(const Stretch& stretch, std::uint32_t id, const Switching& do
         before.mirrors = after.mirrors = 0;
     }
     for (Sight* const sight : {&before, &after}) {
-        if (changesMain(stretch, done.id)) {
+        if (mayChangeMain(stretch, done.id)) {
             forgetArrangement(*sight);
         }
         if (isReplugged(done)) {

@@ -9,17 +9,8 @@ bool isUsed(const Sight& sight) {
     return sight.connected && sight.enabled;
 }
 
-bool wasBlackedOut(const Switching& done, const Memory& known) {
-    return known.blackouts.contains(done.id);
-}
-
 std::set<std::uint32_t> rememberedBy(const Switching& done, const Memory& known) {
     return known.remembered.value_or(done.before.stored);
-}
-
-bool isSet(const LoggedCall& call) {
-    return call.call == "IOI2CSendRequest" && call.result == 0 &&
-           !call.notes.contains("requestResult");
 }
 
 // A display shows its picture when nothing speaks against it.
@@ -74,10 +65,8 @@ bool Model::knows(const Switching& done) const {
         return !display.ddc || (display.ddc->minGapCalls == 0 && !display.ddc->deafInStandby);
     });
     const auto target = done.before.displays.find(done.id);
-    const bool resetsAll = std::ranges::find(done.calls, "CGDisplayRestoreColorSyncSettings",
-                                             &LoggedCall::call) != done.calls.end();
     const bool tablesAreKnown =
-        !resetsAll && (!done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty());
+        !resetsAllTables(done) && (!done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty());
     return areAwake && takeMessages && tablesAreKnown && scene_.habits.settleCalls == 0 &&
            scene_.faults.empty() && target != done.before.displays.end() &&
            target->second.connected && !done.meanwhile && !done.wasFaulty;
@@ -102,7 +91,7 @@ void Model::applyMessages(Desk& desk, const Switching& done) const {
         }
     }
     for (const LoggedCall& call : done.calls) {
-        if (!isSet(call)) {
+        if (!isTakenMessage(call)) {
             continue;
         }
         const std::string bytes = call.notes.at("bytes");
@@ -130,9 +119,9 @@ void Model::blackOut(Desk& desk, std::uint32_t id) const {
     }
 }
 
-void Model::letGo(Desk& desk, const Switching& done, const Memory& known) const {
+void Model::letGo(Desk& desk, const Switching& done) const {
     Sight& target = desk.displays.at(done.id);
-    if (wasBlackedOut(done, known) && !done.tablesBeforeBlackout[0].empty()) {
+    if (done.wasUnderBlackout && !done.tablesBeforeBlackout[0].empty()) {
         target.tables = done.tablesBeforeBlackout;
     }
     if (!target.main) {
@@ -158,22 +147,22 @@ Model::Due Model::switchedOff(const Switching& done, const Memory& known) const 
         due.desk.displays.at(done.id).enabled = false;
         due.desk.stored = rememberedBy(done, known);
         due.desk.stored.insert(done.id);
-        letGo(due.desk, done, known);
+        letGo(due.desk, done);
         for (auto& [id, sight] : due.desk.displays) {
             sight.mirrors = sight.mirrors == done.id ? 0 : sight.mirrors;
         }
         return due;
     }
-    return fallenBack(done, known);
+    return fallenBack(done);
 }
 
-Model::Due Model::fallenBack(const Switching& done, const Memory& known) const {
+Model::Due Model::fallenBack(const Switching& done) const {
     const bool isSent =
         takesMessages(done.id) || std::ranges::any_of(done.calls, [](const LoggedCall& call) {
-            return isSet(call) && call.notes.at("bytes") == messageBytes(0x0C, 5);
+            return isTakenMessage(call) && call.notes.at("bytes") == messageBytes(0x0C, 5);
         });
     Due due = {isSent ? ddcTitle : blackoutTitle, true, done.before};
-    if (!isSent && !wasBlackedOut(done, known)) {
+    if (!isSent && !done.wasUnderBlackout) {
         blackOut(due.desk, done.id);
     }
     return due;
@@ -184,16 +173,15 @@ Model::Due Model::switchedOn(const Switching& done, const Memory& known) const {
     if (isOurs(done, known) && !canSwitch) {
         return {disconnectTitle, false, done.before};
     }
-    const bool enables = canSwitch && (isOurs(done, known) || !wasBlackedOut(done, known));
+    const bool enables = canSwitch && (isOurs(done, known) || !done.wasUnderBlackout);
     Due due = {enables ? disconnectTitle : blackoutTitle, true, done.before};
     if (enables) {
         due.desk.displays.at(done.id).enabled = true;
         due.desk.stored = rememberedBy(done, known);
         due.desk.stored.erase(done.id);
     }
-    letGo(due.desk, done, known);
-    if (takesMessages(done.id) && !isOurs(done, known) &&
-        (canSwitch || wasBlackedOut(done, known))) {
+    letGo(due.desk, done);
+    if (takesMessages(done.id) && !isOurs(done, known) && (canSwitch || done.wasUnderBlackout)) {
         due.desk.displays.at(done.id).standby = false;
     }
     return due;

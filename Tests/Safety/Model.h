@@ -32,9 +32,9 @@ private:
     };
     [[nodiscard]] Due switchedOff(const Switching& done, const Memory& known) const;
     [[nodiscard]] Due switchedOn(const Switching& done, const Memory& known) const;
-    void letGo(Desk& desk, const Switching& done, const Memory& known) const;
+    void letGo(Desk& desk, const Switching& done) const;
     void blackOut(Desk& desk, std::uint32_t id) const;
-    [[nodiscard]] Due fallenBack(const Switching& done, const Memory& known) const;
+    [[nodiscard]] Due fallenBack(const Switching& done) const;
     [[nodiscard]] bool has(const char* function) const;
     [[nodiscard]] bool takesMessages(std::uint32_t id) const;
     [[nodiscard]] bool isOurs(const Switching& done, const Memory& known) const;

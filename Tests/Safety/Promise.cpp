@@ -83,6 +83,11 @@ std::string messageBytes(std::uint8_t code, std::uint16_t value) {
     return text;
 }
 
+bool isTakenMessage(const LoggedCall& call) {
+    return call.call == "IOI2CSendRequest" && succeeded(call) &&
+           !call.notes.contains("requestResult");
+}
+
 const LoggedCall& Promise::next(const std::string& name, const json& arguments) {
     if (!nextIs(name, arguments)) {
         const std::string made =
@@ -310,8 +315,7 @@ Promise::Failure Promise::send(std::uint8_t code, std::uint16_t value, std::uint
         bus.send->notes.at("address") != 0x6E) {
         throw BrokenPromise("the monitor gets another message than " + messageBytes(code, value));
     }
-    const bool sent = succeeded(*bus.send) && !bus.send->notes.contains("requestResult");
-    return sent ? std::nullopt : Failure("DDC 发送失败 (code 4)");
+    return isTakenMessage(*bus.send) ? std::nullopt : Failure("DDC 发送失败 (code 4)");
 }
 
 std::optional<std::uint32_t> Promise::mirrorSource(std::uint32_t id) {

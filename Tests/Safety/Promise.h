@@ -60,6 +60,9 @@ class BrokenPromise : public std::runtime_error {
 /// The bytes of a Set VCP Feature message as hexadecimal digits, as the call log shows them.
 [[nodiscard]] std::string messageBytes(std::uint8_t code, std::uint16_t value);
 
+/// Whether the call is a message that a monitor's bus has taken.
+[[nodiscard]] bool isTakenMessage(const LoggedCall& call);
+
 /// Follows the calls of one operation, each function for one operation. Throws BrokenPromise.
 class Promise {
 public:

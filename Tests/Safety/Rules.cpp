@@ -85,11 +85,6 @@ void forgetMonitor(Sight& sight) {
     sight.brightness.reset();
 }
 
-// The one way back from tables that could not be read resets those of all displays.
-bool resetsAllTables(const Passage& done) {
-    return isMade(done.calls, "CGDisplayRestoreColorSyncSettings");
-}
-
 // Nobody looks whether colour tables were set: a known limit.
 bool tablesAreRefused(const Passage& done) {
     return isRefused(done.calls, "CGSetDisplayTransferByTable");
@@ -284,8 +279,7 @@ bool wasOn(const Sight& sight) {
 
 bool isWoken(const Passage& done) {
     return std::ranges::any_of(done.calls, [](const LoggedCall& call) {
-        return call.call == "IOI2CSendRequest" && call.notes.at("bytes") == messageBytes(0x0C, 1) &&
-               call.result == 0 && !call.notes.contains("requestResult");
+        return isTakenMessage(call) && call.notes.at("bytes") == messageBytes(0x0C, 1);
     });
 }
 
@@ -360,6 +354,10 @@ std::string brokenRule(const Switching& done) {
         }
     }
     return {};
+}
+
+bool resetsAllTables(const Passage& done) {
+    return isMade(done.calls, "CGDisplayRestoreColorSyncSettings");
 }
 
 std::string brokenByLooking(const Passage& done) {

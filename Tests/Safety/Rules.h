@@ -48,6 +48,10 @@ struct Switching : Passage {
 /// The rules about a power operation's effect, apart from what the known limits tell of.
 [[nodiscard]] std::string brokenRule(const Switching& done);
 
+/// Whether the one way back from tables that could not be read was taken, which resets those of all
+/// displays.
+[[nodiscard]] bool resetsAllTables(const Passage& done);
+
 /// Looking changes nothing.
 [[nodiscard]] std::string brokenByLooking(const Passage& done);
 

@@ -16,11 +16,11 @@ namespace {
 struct Request {
     Operation operation;
     int calls = 0; ///< after which something befalls it
-    bool isKilled = false;
 };
 
 constexpr std::size_t longestAnswer = 4096;
-constexpr std::string_view interrupted = "interrupted"; // what it says then, and hears to go on
+// What it says when it has made so many calls, before the name of the last one.
+constexpr std::string_view interrupted = "interrupted by ";
 
 // A packet socket keeps each request and each answer in one piece.
 std::array<int, 2> connectedSockets() {
@@ -31,10 +31,16 @@ std::array<int, 2> connectedSockets() {
     return ends;
 }
 
-void waitForOthers(int connection) {
-    std::array<char, interrupted.size()> answer = {};
-    (void)send(connection, interrupted.data(), interrupted.size(), MSG_NOSIGNAL);
-    if (recv(connection, answer.data(), answer.size(), 0) <= 0) {
+void tell(int connection, std::string text) {
+    text.resize(std::min(text.size(), longestAnswer - 1));
+    (void)send(connection, text.c_str(), text.size() + 1, MSG_NOSIGNAL);
+}
+
+// Whoever is to be killed is never told to go on.
+void waitForOthers(int connection, const std::string& lastCall) {
+    char goOn = 0;
+    tell(connection, std::string(interrupted) + lastCall);
+    if (recv(connection, &goOn, sizeof goOn, 0) <= 0) {
         _exit(0);
     }
 }
@@ -44,13 +50,10 @@ void waitForOthers(int connection) {
     Request request;
     while (recv(connection, &request, sizeof request, 0) == sizeof request) {
         if (request.calls > 0) {
-            program.interruptAfter(static_cast<std::size_t>(request.calls), [&] {
-                request.isKilled ? _exit(0) : waitForOthers(connection);
-            });
+            program.interruptAfter(static_cast<std::size_t>(request.calls),
+                                   [&] { waitForOthers(connection, program.calls().back().call); });
         }
-        std::string broken = program.carryOut(request.operation);
-        broken.resize(std::min(broken.size(), longestAnswer - 1));
-        (void)send(connection, broken.c_str(), broken.size() + 1, MSG_NOSIGNAL);
+        tell(connection, program.carryOut(request.operation));
         if (request.operation.kind == Operation::Kind::quit) {
             break;
         }
@@ -83,18 +86,23 @@ Companion::~Companion() {
 
 std::optional<std::string> Companion::carryOut(const Operation& operation,
                                                const Befalling& befalling) {
-    const Request request = {operation, befalling.calls, !befalling.happen};
+    const Request request = {operation, befalling.calls};
     if (send(connection_, &request, sizeof request, MSG_NOSIGNAL) != sizeof request) {
         return std::nullopt;
     }
     std::array<char, longestAnswer> answer = {};
     while (recv(connection_, answer.data(), answer.size(), 0) > 0) {
-        if (answer.data() != interrupted) {
-            return std::string(answer.data());
+        const std::string told = answer.data();
+        if (!told.starts_with(interrupted)) {
+            return told;
+        }
+        lastCall_ = told.substr(interrupted.size());
+        if (!befalling.happen) {
+            (void)kill(process_, SIGKILL);
+            return std::nullopt;
         }
         befalling.happen();
-        (void)send(connection_, interrupted.data(), interrupted.size(), MSG_NOSIGNAL);
-        answer = {};
+        (void)send(connection_, "", 1, MSG_NOSIGNAL);
     }
     return std::nullopt;
 }

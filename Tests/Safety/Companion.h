@@ -30,9 +30,13 @@ public:
     [[nodiscard]] std::optional<std::string> carryOut(const Operation& operation,
                                                       const Befalling& befalling = {});
 
+    /// The last call that it had made when something befell it.
+    [[nodiscard]] const std::string& lastCall() const { return lastCall_; }
+
 private:
     int connection_ = -1;
     pid_t process_ = 0;
+    std::string lastCall_;
 };
 
 } // namespace safety

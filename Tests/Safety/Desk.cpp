@@ -30,6 +30,7 @@ Sight sightOf(const simulated_mac::DisplayStatus& status) {
     sight.main = status.main;
     sight.lit = status.lit;
     sight.asleep = status.asleep;
+    sight.online = status.online;
     sight.mirrors = status.mirrors;
     sight.standby = status.power == "standby";
     sight.brightness = status.brightness;

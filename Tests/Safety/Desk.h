@@ -21,6 +21,7 @@ using Tables = std::array<std::vector<float>, 3>;
 /// What a person sees of a display, and what another program could ask about it.
 struct Sight {
     bool connected = false, enabled = false, main = false, lit = false, asleep = false;
+    bool online = false; ///< follows from the others, of all displays
     std::uint32_t mirrors = 0;
     bool standby = false;
     std::optional<int> brightness;

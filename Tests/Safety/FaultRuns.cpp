@@ -9,7 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <iterator>
-#include <sstream>
+#include <map>
 
 namespace safety {
 namespace {
@@ -21,36 +21,40 @@ using simulated_mac::SceneFault;
 constexpr int impossibleEvent = 2;     // the status with which the simulated Mac refuses one
 constexpr std::size_t pairsOfEach = 3; // second things that go wrong, of some thousand
 
-constexpr const char* fresh = "";
-constexpr const char* switchedOff = "off before";
-constexpr const char* inStandby = "in standby before";
-constexpr const char* underBlackout = "under BlackOut before";
+std::string wordsFor(Start start) {
+    switch (start) {
+    case Start::fresh:
+        return {};
+    case Start::switchedOff:
+        return "off before; ";
+    case Start::inStandby:
+        return "in standby before; ";
+    case Start::underBlackout:
+        return "under BlackOut before; ";
+    }
+    return {};
+}
 
 /// Brings a display into the state in which the operation finds it.
-std::string prepare(Mac& mac, Program& program, const char* start, std::uint32_t display) {
-    if (start == fresh) {
+std::string prepare(Mac& mac, Program& program, Start start, std::uint32_t display) {
+    if (start == Start::fresh) {
         return {};
     }
-    if (start == inStandby || start == underBlackout) {
+    if (start != Start::switchedOff) {
         mac.failCall(fails("SLSConfigureDisplayEnabled").every().with(1001));
     }
-    if (start == underBlackout) {
+    if (start == Start::underBlackout) {
         mac.failCall(fails("IOI2CInterfaceOpen").every().with(-536870203));
     }
     std::string broken = program.carryOut({Kind::off, display});
     mac.clearFaults();
-    return broken.empty() ? "" : std::string(start) + ": " + broken;
-}
-
-CallNames words(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
+    return broken.empty() ? "" : wordsFor(start) + broken;
 }
 
 /// What is to be done on which Mac, and what goes wrong meanwhile.
 struct Attempt {
     const Situation& situation;
-    const char* start;
+    Start start;
     Operation operation;
     const std::vector<Mischief>& wrong;
 };
@@ -169,7 +173,8 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
     const std::uint32_t main = situation.displays[0];
     const std::uint32_t usual = situation.displays[1];
     const std::uint32_t other = situation.displays[2];
-    for (const char* const start : {fresh, switchedOff, inStandby, underBlackout}) {
+    for (const Start start :
+         {Start::fresh, Start::switchedOff, Start::inStandby, Start::underBlackout}) {
         for (const Operation operation :
              {Operation{Kind::off, usual}, Operation{Kind::on, usual}, Operation{Kind::off, main},
               Operation{Kind::on, main}, Operation{Kind::off, other}, Operation{Kind::on, other},
@@ -188,11 +193,17 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
 void FaultRuns::addCase(Case one, Forked& forked) {
     const auto end =
         forked.run([&] { return callsOf({*one.situation, one.start, one.operation, {}}); });
-    one.calls = words(end.text);
+    one.calls = callNamesIn(end.text);
     one.singles = 1;
+    std::map<std::string_view, std::uint16_t> waysOf;
     for (std::size_t place = 0; place <= one.calls.size(); ++place) {
-        one.ways.push_back(mischiefAt(one.calls, place, one.situation->scene).size());
-        one.singles += one.ways.back();
+        const std::string_view call = place == 0 ? "" : one.calls[place - 1];
+        if (!waysOf.contains(call)) {
+            const auto all = mischiefAt(one.calls, place, one.situation->scene);
+            waysOf[call] = static_cast<std::uint16_t>(all.size());
+        }
+        one.ways.push_back(waysOf[call]);
+        one.singles += waysOf[call];
     }
     count_ += one.singles;
     if (one.operation.isSwitching() && one.situation->scene.displays.size() == 2) {
@@ -233,7 +244,7 @@ FaultRuns::Run FaultRuns::completed(Run run, Forked& forked) const {
         silenceComplaints();
         return callsOf({*one.situation, one.start, one.operation, run.wrong});
     });
-    const CallNames& calls = run.calls = words(end.text);
+    const CallNames& calls = run.calls = callNamesIn(end.text);
     const std::size_t place = *run.second % (calls.size() + 1);
     auto ways = mischiefAt(calls, place, one.situation->scene);
     if (hasEvent(run.wrong)) {
@@ -247,8 +258,7 @@ std::string FaultRuns::described(std::size_t number) const {
     Forked forked;
     const Run chosen = completed(run(number), forked);
     std::string text = chosen.of->situation->name;
-    text += chosen.of->start == fresh ? "" : "; " + std::string(chosen.of->start);
-    text += "; " + chosen.of->operation.described();
+    text += "; " + wordsFor(chosen.of->start) + chosen.of->operation.described();
     for (const Mischief& mischief : chosen.wrong) {
         text += "; " + mischief.described();
     }

@@ -6,11 +6,20 @@
 #include "Safety/Situations.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace safety {
+
+/// How an operation finds the display that is usually switched.
+enum class Start {
+    fresh, ///< as the situation has it
+    switchedOff,
+    inStandby,
+    underBlackout,
+};
 
 /// Every call of every operation failing in every way, everything that others can do to the Mac
 /// after it, and pairs of these in the power operations with two displays: a numbered list of runs.
@@ -35,13 +44,14 @@ public:
     [[nodiscard]] Result carryOut(std::size_t number, Forked& forked) const;
 
 private:
-    /// An operation in a situation, after what the user did before.
+    /// An operation in a situation, after what the user did before. There are many in memory, and
+    /// each run is a copy of it.
     struct Case {
         const Situation* situation;
-        const char* start;
+        Start start;
         Operation operation;
         CallNames calls;
-        std::vector<std::size_t> ways; ///< in how many it can go wrong before and at each call
+        std::vector<std::uint16_t> ways; ///< in how many it can go wrong before and at each call
         std::size_t firstRun;
         std::size_t singles; ///< runs with one thing wrong; those with two follow
     };

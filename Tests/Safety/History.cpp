@@ -11,6 +11,7 @@
 #include <charconv>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <stdexcept>
@@ -89,13 +90,18 @@ bool isProgramStep(const Words& words) {
     return !words.empty() && words[0].size() == 1 && words[0] >= "1" && words[0] <= "3";
 }
 
+// Another program, whose tables last as long as the history.
+bool isCalibration(const Words& words) {
+    return words == Words{"calibrate"};
+}
+
 /// Throws std::invalid_argument for what is none.
 void requireStep(const std::string& text) {
     const Words words = simulated_mac::wordsOf(text);
     try {
         if (isProgramStep(words)) {
             (void)programStepFrom(words);
-        } else {
+        } else if (!isCalibration(words)) {
             (void)simulated_mac::parseVerb(words);
         }
     } catch (const std::exception&) {
@@ -121,6 +127,10 @@ public:
             broken = take(programStepFrom(words));
             return true;
         }
+        if (isCalibration(words)) {
+            calibrate(mac_);
+            return true;
+        }
         if (words[0] == "logout" || words[0] == "reboot") {
             broken = endPrograms();
         }
@@ -137,6 +147,7 @@ private:
         const Desk before = mayDie ? lookAt(mac_) : Desk();
         std::string brokenMeanwhile;
         const auto broken = program->carryOut(step.operation, befallingOf(step, brokenMeanwhile));
+        const std::string lastCall = program->lastCall();
         if (!broken || step.operation.kind == Kind::quit || step.program == commandLine) {
             programs_.erase(step.program);
         }
@@ -149,9 +160,8 @@ private:
         if (broken && !broken->empty()) {
             return *broken;
         }
-        return mayDie && isDarkened(before, lookAt(mac_), step.operation.id)
-                   ? "no display is lit any more"
-                   : "";
+        const bool hadTime = lastCall != "CGCompleteDisplayConfiguration";
+        return broken ? "" : brokenByAnEnd(before, lookAt(mac_), step.operation.id, hadTime);
     }
 
     [[nodiscard]] Befalling befallingOf(const ProgramStep& step, std::string& broken) {
@@ -225,49 +235,49 @@ std::string randomCommand(Chance& chance) {
     return word == "off" || word == "on" ? word + " " + chance.display() : word;
 }
 
+struct LikelyEvent {
+    int weight;
+    std::string_view form; ///< a display stands for ID and OTHER, a number for NEW
+};
+
+constexpr auto likelyEvents = std::to_array<LikelyEvent>({
+    {30, "unplug ID"},
+    {36, "plug ID"},
+    {6, "plug ID --as NEW"},
+    {18, "main ID"},
+    {6, "mirror ID OTHER"},
+    {12, "mirror ID 0"},
+    {6, "disable ID"},
+    {6, "enable ID"},
+    {6, "calibrate"},
+    {6, "sleep"},
+    {16, "wake"},
+    {3, "lid close"},
+    {7, "lid open"},
+    {2, "logout"},
+    {2, "reboot"},
+});
+
+std::string_view randomForm(Chance& chance) {
+    constexpr int total =
+        std::accumulate(likelyEvents.begin(), likelyEvents.end(), 0,
+                        [](int sum, const LikelyEvent& event) { return sum + event.weight; });
+    int left = chance.below(total);
+    const auto chosen = std::ranges::find_if(
+        likelyEvents, [&left](const LikelyEvent& event) { return (left -= event.weight) < 0; });
+    return chosen->form;
+}
+
 std::string randomEvent(Chance& chance) {
-    const std::string id = chance.display();
-    switch (chance.below(26)) {
-    case 0:
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-        return "unplug " + id;
-    case 5:
-    case 6:
-    case 7:
-    case 8:
-    case 9:
-    case 10:
-        return "plug " + id;
-    case 11:
-        return "plug " + id + " --as " + std::to_string(1 + chance.below(6));
-    case 12:
-    case 13:
-    case 14:
-        return "main " + id;
-    case 15:
-        return "mirror " + id + " " + chance.display();
-    case 16:
-    case 17:
-        return "mirror " + id + " 0";
-    case 18:
-        return "sleep";
-    case 19:
-    case 20:
-        return "wake";
-    case 21:
-        return chance.below(2) == 0 ? "lid close" : "lid open";
-    case 22:
-        return chance.below(3) == 0 ? "logout" : "lid open";
-    case 23:
-        return "disable " + id;
-    case 24:
-        return "enable " + id;
-    default:
-        return chance.below(3) == 0 ? "reboot" : "wake";
+    std::string event;
+    for (const std::string& word : simulated_mac::wordsOf(std::string(randomForm(chance)))) {
+        const bool isDisplay = word == "ID" || word == "OTHER";
+        event += event.empty() ? "" : " ";
+        event += isDisplay       ? chance.display()
+                 : word == "NEW" ? std::to_string(1 + chance.below(6))
+                                 : word;
     }
+    return event;
 }
 
 std::string randomOperationOf(int program, Chance& chance) {

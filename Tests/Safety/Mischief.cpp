@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <sstream>
+#include <stdexcept>
 
 namespace safety {
 namespace {
@@ -14,7 +16,7 @@ using simulated_mac::ListFault;
 using simulated_mac::SceneFault;
 
 // Documented codes of the call's own family.
-std::vector<std::int64_t> errorCodes(const std::string& call) {
+std::vector<std::int64_t> errorCodes(std::string_view call) {
     if (call.starts_with("IO")) {
         // kIOReturnError, NoMemory, NoResources, NoDevice, NotPrivileged, BadArgument,
         // ExclusiveAccess, Unsupported, NotOpen, Busy, Timeout, NotReady, NotResponding
@@ -30,7 +32,7 @@ std::vector<std::int64_t> errorCodes(const std::string& call) {
 
 class Ways {
 public:
-    Ways(std::string call, int nth) : call_(std::move(call)), nth_(nth) {}
+    Ways(std::string_view call, int nth) : call_(call), nth_(nth) {}
 
     void add(SceneFault fault) {
         fault.call = call_;
@@ -93,7 +95,7 @@ void addSpecial(Ways& ways, simulated_mac::CallFaults faults) {
     }
 }
 
-void addStatus(Ways& ways, const std::string& call, const simulated_mac::SimulatedCall& known) {
+void addStatus(Ways& ways, std::string_view call, const simulated_mac::SimulatedCall& known) {
     for (const std::int64_t code : errorCodes(call)) {
         ways.addReturned(code);
         if ((known.faults & simulated_mac::failuresWithEffect) != 0) {
@@ -104,7 +106,7 @@ void addStatus(Ways& ways, const std::string& call, const simulated_mac::Simulat
     ways.addReturned(0); // success without effect
 }
 
-std::vector<Mischief> wrongAnswers(const std::string& call, int nth) {
+std::vector<Mischief> wrongAnswers(std::string_view call, int nth) {
     const auto* const known = simulated_mac::findSimulatedCall(call);
     Ways ways(call, nth);
     if (known == nullptr) {
@@ -140,7 +142,7 @@ std::vector<Mischief> wrongAnswers(const std::string& call, int nth) {
 }
 
 std::vector<std::string> eventLines(const simulated_mac::Scene& scene) {
-    std::vector<std::string> lines = {"sleep", "wake"};
+    std::vector<std::string> lines = {"sleep", "wake", "kill", "logout"};
     std::uint32_t unused = 40;
     for (const auto& display : scene.displays) {
         const std::string id = std::to_string(display.id);
@@ -204,17 +206,28 @@ void Mischief::happen(simulated_mac::Mac& mac) const {
     mac.letHappen({"", simulated_mac::SceneEvent::Moment::after, 1, event->line, event->line});
 }
 
+CallNames callNamesIn(const std::string& lines) {
+    CallNames names;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        const auto* const call = simulated_mac::findSimulatedCall(line);
+        if (call == nullptr) {
+            throw std::invalid_argument("no call is named " + line);
+        }
+        names.push_back(call->name);
+    }
+    return names;
+}
+
 std::vector<Mischief> mischiefAt(const CallNames& calls, std::size_t place,
                                  const simulated_mac::Scene& scene) {
     std::vector<Mischief> all;
-    std::vector<std::string> lines = eventLines(scene);
     if (place > 0) {
-        const std::string& call = calls[place - 1];
+        const std::string_view call = calls[place - 1];
         const auto end = calls.begin() + static_cast<std::ptrdiff_t>(place);
         all = wrongAnswers(call, static_cast<int>(std::count(calls.begin(), end, call)));
-        lines.insert(lines.end(), {"kill", "logout"});
     }
-    for (const std::string& line : lines) {
+    for (const std::string& line : eventLines(scene)) {
         all.push_back({std::nullopt, Mischief::Event{place, line}});
     }
     return all;

@@ -5,12 +5,16 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace safety {
 
-/// The names of the calls that an operation makes, in order.
-using CallNames = std::vector<std::string>;
+/// The names of the calls that an operation makes, in order. They live as long as the process.
+using CallNames = std::vector<std::string_view>;
+
+/// The names in a text of lines. Throws std::invalid_argument for one that no call has.
+[[nodiscard]] CallNames callNamesIn(const std::string& lines);
 
 /// Something that goes wrong at one call of an operation: an answer, or what somebody else does to
 /// the Mac when it has returned.
@@ -32,7 +36,8 @@ struct Mischief {
 };
 
 /// Everything that can go wrong with the call at this place, counted from 1, once and from then on,
-/// and after it; 0 is before the first call.
+/// and after it; 0 is before the first call. How many these are depends on the call's name and the
+/// scene alone.
 [[nodiscard]] std::vector<Mischief> mischiefAt(const CallNames& calls, std::size_t place,
                                                const simulated_mac::Scene& scene);
 

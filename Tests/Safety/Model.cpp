@@ -57,9 +57,8 @@ bool Model::takesMessages(std::uint32_t id) const {
 }
 
 bool Model::knows(const Switching& done) const {
-    const bool areAwake = std::ranges::none_of(done.before.displays, [](const auto& entry) {
-        const Sight& sight = entry.second;
-        return sight.asleep || (isUsed(sight) && sight.tables[0].empty());
+    const bool areReadable = std::ranges::none_of(done.before.displays, [](const auto& entry) {
+        return entry.second.online && entry.second.tables[0].empty();
     });
     const bool takeMessages = std::ranges::all_of(scene_.displays, [](const auto& display) {
         return !display.ddc || (display.ddc->minGapCalls == 0 && !display.ddc->deafInStandby);
@@ -67,19 +66,19 @@ bool Model::knows(const Switching& done) const {
     const auto target = done.before.displays.find(done.id);
     const bool tablesAreKnown =
         !resetsAllTables(done) && (!done.wasUnderBlackout || !done.tablesBeforeBlackout[0].empty());
-    return areAwake && takeMessages && tablesAreKnown && scene_.habits.settleCalls == 0 &&
+    return areReadable && takeMessages && tablesAreKnown && scene_.habits.settleCalls == 0 &&
            scene_.faults.empty() && target != done.before.displays.end() &&
            target->second.connected && !done.meanwhile && !done.wasFaulty;
 }
 
 bool Model::isOurs(const Switching& done, const Memory& known) const {
     return rememberedBy(done, known).contains(done.id) && has("SLSGetDisplayList") &&
-           !done.before.at(done.id).enabled;
+           !done.before.at(done.id).online;
 }
 
 // Mirroring by hardware leaves nothing to draw on but the master.
 bool Model::draws(const Sight& sight) const {
-    return isUsed(sight) && (scene_.softwareMirroring || sight.mirrors == 0);
+    return sight.online && !sight.asleep && (scene_.softwareMirroring || sight.mirrors == 0);
 }
 
 // The only monitor that speaks DDC is taken for that of a display that has none.
@@ -114,8 +113,10 @@ void Model::blackOut(Desk& desk, std::uint32_t id) const {
         desk.displays, [&](const auto& entry) { return canBeMaster(entry) && entry.second.main; });
     master =
         master != desk.displays.end() ? master : std::ranges::find_if(desk.displays, canBeMaster);
-    if (master != desk.displays.end() && isUsed(target)) {
-        target.mirrors = master->second.mirrors == 0 ? master->first : master->second.mirrors;
+    if (master != desk.displays.end() && target.online) {
+        const std::uint32_t root =
+            master->second.mirrors == 0 ? master->first : master->second.mirrors;
+        target.mirrors = root == id ? 0 : root;
     }
 }
 

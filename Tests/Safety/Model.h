@@ -16,8 +16,8 @@ public:
     /// The scene must live as long as the model.
     explicit Model(const simulated_mac::Scene& scene) : scene_(scene) {}
 
-    /// Whether it can tell: lists that lag behind, sleeping displays, monitors that lose messages,
-    /// displays that are not there and tables that nobody has seen are left to the rules.
+    /// Whether it can tell: lists that lag behind, monitors that lose messages, displays that are
+    /// not there and tables that nobody has seen are left to the rules.
     [[nodiscard]] bool knows(const Switching& done) const;
 
     /// Empty, or in what the result or the desk is another one than due, in words. `known` is what

@@ -21,9 +21,14 @@ bool comesFirst(const ListedDisplay& a, const ListedDisplay& b) {
     return a.disconnected == b.disconnected ? a.main && !b.main : b.disconnected;
 }
 
+std::string printed(const tested_program::Ran& ran) {
+    return ran.output + "exit status " + std::to_string(ran.status);
+}
+
 std::string printed(const Outcome& outcome) {
-    return "method=" + outcome.method + " success=" + (outcome.success ? "true" : "false") + "\n" +
-           outcome.message + "\n";
+    return printed({outcome.success ? 0 : 1, "method=" + outcome.method + " success=" +
+                                                 (outcome.success ? "true" : "false") + "\n" +
+                                                 outcome.message + "\n"});
 }
 
 void noteTouched(const Desk& before, Meanwhile& meanwhile) {
@@ -131,20 +136,25 @@ std::string Program::carryOut(const Operation& operation) {
         broken = error.what();
     }
     interruptions_.clear();
-    broken = broken.empty() ? brokenRule(calls_) : broken;
+    broken = broken.empty() ? brokenRule(calls_, targetOf(operation)) : broken;
     return broken.empty() ? simulated_mac::ledger::outstanding() : broken;
+}
+
+std::uint32_t Program::targetOf(const Operation& operation) const {
+    const bool isChosen =
+        operation.kind == Kind::commandOffFirst || operation.kind == Kind::commandOnFirst;
+    return isChosen && lastSwitching_ ? lastSwitching_->id : operation.id;
 }
 
 std::string Program::promised(const Operation& operation) {
     switch (operation.kind) {
     case Kind::off:
     case Kind::on:
+    case Kind::commandOff:
+    case Kind::commandOn:
         return switched(operation);
     case Kind::quit:
         return released();
-    case Kind::commandOff:
-    case Kind::commandOn:
-        return commanded(operation.kind == Kind::commandOn, operation.id);
     case Kind::commandOffFirst:
     case Kind::commandOnFirst:
         return commandedFirst(operation.kind == Kind::commandOnFirst);
@@ -207,14 +217,16 @@ void Program::noteWhatFollowed(Passage& done) {
 }
 
 // Who cannot read the tables, or reads them when others have changed them, knows none.
-void Program::rememberTables(const Switching& done) {
-    if (!done.wasUnderBlackout) {
-        const auto target = done.before.displays.find(done.id);
-        const bool areKnown = !done.meanwhile && target != done.before.displays.end();
-        tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
-        if (done.meanwhile && done.meanwhile->touched.contains(done.id)) {
-            blackFromBefore_.insert(done.id);
-        }
+void Program::noteSwitching(const Switching& done) {
+    lastSwitching_ = done;
+    if (done.wasUnderBlackout) {
+        return;
+    }
+    const auto target = done.before.displays.find(done.id);
+    const bool areKnown = !done.meanwhile && target != done.before.displays.end();
+    tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
+    if (done.meanwhile && done.meanwhile->touched.contains(done.id)) {
+        blackFromBefore_.insert(done.id);
     }
 }
 
@@ -228,19 +240,20 @@ std::string Program::brokenBy(const Switching& done, const Memory& known) const 
 }
 
 std::string Program::switched(const Operation& operation) {
-    Switching done = beginSwitching(operation.kind == Kind::on, operation.id, lookAt(mac_));
+    const bool isCommand = operation.kind == Kind::commandOff || operation.kind == Kind::commandOn;
+    const bool on = operation.kind == Kind::on || operation.kind == Kind::commandOn;
+    Switching done = beginSwitching(on, operation.id, lookAt(mac_));
     const Memory known = memory_;
-    done.outcome = tested_program::setPower(done.on, done.id);
+    const std::string told =
+        isCommand ? printed(tested_program::run({"--power", wordFor(on), std::to_string(done.id)}))
+                  : safety::described(tested_program::setPower(on, done.id));
     noteWhatFollowed(done);
     Promise promise(calls_, memory_);
-    const Outcome promised = promise.setPower(done.on, done.id);
+    done.outcome = promise.setPower(on, done.id);
     promise.requireEnd();
-    rememberTables(done);
-    lastSwitching_ = done;
-    if (promised != done.outcome) {
-        return "says: " + described(done.outcome) + "; promised: " + described(promised);
-    }
-    return brokenBy(done, known);
+    noteSwitching(done);
+    const std::string due = isCommand ? printed(done.outcome) : safety::described(done.outcome);
+    return told == due ? brokenBy(done, known) : "says: " + told + "; promised: " + due;
 }
 
 std::string Program::listed() {
@@ -273,25 +286,6 @@ std::string Program::released() {
     return brokenByLettingGo(done, blackFromBefore_, blackedOut, tablesBefore_);
 }
 
-std::string Program::commanded(bool on, std::uint32_t id) {
-    Switching done = beginSwitching(on, id, lookAt(mac_));
-    const Memory known = memory_;
-    const auto ran = tested_program::run({"--power", wordFor(on), std::to_string(id)});
-    noteWhatFollowed(done);
-    Promise promise(calls_, memory_);
-    done.outcome = promise.setPower(on, id);
-    promise.requireEnd();
-    rememberTables(done);
-    lastSwitching_ = done;
-    if (ran.output != printed(done.outcome)) {
-        return "prints: " + ran.output + "; promised: " + printed(done.outcome);
-    }
-    if (ran.status != (done.outcome.success ? 0 : 1)) {
-        return "exit status " + std::to_string(ran.status);
-    }
-    return brokenBy(done, known);
-}
-
 // Which display comes first depends on the names as well: it is one of those that no other must
 // precede.
 std::string Program::commandedFirst(bool on) {
@@ -300,10 +294,9 @@ std::string Program::commandedFirst(bool on) {
     const Memory known = memory_;
     const auto rows = Promise(calls_, memory_).listDisplays();
     if (rows.empty()) {
-        return ran.output == "no display\n" && ran.status == 1 ? "" : "prints: " + ran.output;
+        return printed(ran) == "no display\nexit status 1" ? "" : "prints: " + printed(ran);
     }
     std::string broken;
-    Memory listedMemory;
     for (const ListedDisplay& row : rows) {
         if (std::ranges::any_of(rows, [&](const auto& other) { return comesFirst(other, row); })) {
             continue;
@@ -312,21 +305,22 @@ std::string Program::commandedFirst(bool on) {
         Switching done = beginSwitching(on, row.id, before);
         noteWhatFollowed(done);
         try {
-            Promise promise(calls_, memory_);
-            (void)promise.listDisplays();
-            listedMemory = memory_;
-            done.outcome = promise.setPower(on, row.id);
-            promise.requireEnd();
+            return listedAndSwitched(done, printed(ran));
         } catch (const BrokenPromise& error) {
             broken = error.what();
-            continue;
         }
-        rememberTables(done);
-        const bool isTold =
-            ran.output == printed(done.outcome) && ran.status == (done.outcome.success ? 0 : 1);
-        return isTold ? brokenBy(done, listedMemory) : "prints: " + ran.output;
     }
     return broken;
+}
+
+std::string Program::listedAndSwitched(Switching& done, const std::string& told) {
+    Promise promise(calls_, memory_);
+    (void)promise.listDisplays();
+    const Memory listed = memory_;
+    done.outcome = promise.setPower(done.on, done.id);
+    promise.requireEnd();
+    noteSwitching(done);
+    return told == printed(done.outcome) ? brokenBy(done, listed) : "prints: " + told;
 }
 
 std::string Program::selfTested() {

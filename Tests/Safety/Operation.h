@@ -66,17 +66,18 @@ private:
     void note(const LoggedCall& call);
     void interruptIfDue();
     [[nodiscard]] std::string promised(const Operation& operation);
+    [[nodiscard]] std::uint32_t targetOf(const Operation& operation) const;
     [[nodiscard]] std::string looked(const Operation& operation);
     /// Before the program switches; the outcome and the desk afterwards are still to come.
     [[nodiscard]] Switching beginSwitching(bool on, std::uint32_t id, const Desk& before);
     void noteWhatFollowed(Passage& done);
-    void rememberTables(const Switching& done);
+    void noteSwitching(const Switching& done);
     [[nodiscard]] std::string brokenBy(const Switching& done, const Memory& known) const;
     [[nodiscard]] std::string switched(const Operation& operation);
     [[nodiscard]] std::string listed();
     [[nodiscard]] std::string released();
-    [[nodiscard]] std::string commanded(bool on, std::uint32_t id);
     [[nodiscard]] std::string commandedFirst(bool on);
+    [[nodiscard]] std::string listedAndSwitched(Switching& done, const std::string& told);
     [[nodiscard]] std::string selfTested();
 
     simulated_mac::Mac& mac_;

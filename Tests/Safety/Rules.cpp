@@ -13,8 +13,17 @@ bool isDisable(const LoggedCall& call) {
     return call.call == "SLSConfigureDisplayEnabled" && call.args.at(2) == false;
 }
 
-/// The display that the call is to take the picture from, if it is such a call.
-std::optional<std::uint32_t> victimOf(const LoggedCall& call) {
+bool isStandby(const LoggedCall& call) {
+    return call.call == "IOI2CSendRequest" &&
+           call.notes.value("bytes", "") == messageBytes(0x0C, 5);
+}
+
+/// The display that the call is to take the picture from, if it is such a call. A message does not
+/// tell for which display it is meant; `target` is the one that is switched.
+std::optional<std::uint32_t> victimOf(const LoggedCall& call, std::uint32_t target) {
+    if (isStandby(call)) {
+        return target;
+    }
     if (isDisable(call)) {
         return displayOf(call, 1);
     }
@@ -317,7 +326,7 @@ std::string remainingChange(Sight before, Sight after, bool isTarget, const Swit
 
 } // namespace
 
-std::string brokenRule(const Calls& calls) {
+std::string brokenRule(const Calls& calls, std::uint32_t target) {
     std::set<std::uint32_t> mains;
     std::size_t active = 0;
     bool disables = false;
@@ -331,7 +340,7 @@ std::string brokenRule(const Calls& calls) {
             // A call that says nothing of its count has left the caller with any number.
             active = call.result == 0 ? call.notes.value("count", std::size_t{UINT32_MAX}) : 0;
         }
-        if (const auto victim = victimOf(call); victim && mains.contains(*victim)) {
+        if (const auto victim = victimOf(call, target); victim && mains.contains(*victim)) {
             return call.call + " against the main display";
         }
         if (isDisable(call) && active < 2) {
@@ -435,6 +444,10 @@ std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t i
         const bool wentOff = sight.connected && sight.enabled && !after.at(other).enabled;
         if (wentOff && hadTime && !after.stored.contains(other)) {
             return "ended, it has forgotten what it disconnected";
+        }
+        const bool isNew = after.stored.contains(other) && !before.stored.contains(other);
+        if (isNew && after.at(other).enabled) {
+            return "ended, it remembers a display that is on";
         }
     }
     return {};

@@ -42,8 +42,8 @@ struct Switching : Passage {
 };
 
 /// The rules that hold for every operation whatever it was answered; empty, or the one that is
-/// broken, in words.
-[[nodiscard]] std::string brokenRule(const Calls& calls);
+/// broken, in words. `target` is the display that it switched; 0 for none, or for several.
+[[nodiscard]] std::string brokenRule(const Calls& calls, std::uint32_t target);
 
 /// The rules about a power operation's effect, apart from what the known limits tell of.
 [[nodiscard]] std::string brokenRule(const Switching& done);
@@ -69,8 +69,8 @@ struct Switching : Passage {
 /// apart from what the known limits tell of.
 [[nodiscard]] std::string brokenByOffAndOn(const Switching& off, const Switching& on);
 
-/// A program that is ended within an operation on this display leaves a picture, and what it has
-/// disconnected is remembered, unless it had no time for that.
+/// A program that is ended within an operation on this display leaves a picture; what it has
+/// disconnected is remembered, unless it had no time for that, and nothing else is.
 [[nodiscard]] std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t id,
                                         bool hadTime);
 

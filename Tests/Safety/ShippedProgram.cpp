@@ -117,19 +117,26 @@ bool hasFunctions() {
 
 Outcome setPower(bool on, std::uint32_t id) {
     const Ran ran = run({"--power", on ? "on" : "off", std::to_string(id)});
-    std::istringstream stream(ran.output);
-    std::string line;
-    std::getline(stream, line);
+    const std::size_t end = ran.output.find('\n');
+    if (end == std::string::npos || !ran.output.ends_with('\n') || end + 1 == ran.output.size()) {
+        throw std::runtime_error("not a line and a message: " + ran.output);
+    }
+    const std::string line = ran.output.substr(0, end);
     Outcome outcome;
     outcome.method = valueOf("method", line, " success=");
     outcome.success = valueOf("success", line, " ") == "true";
-    std::getline(stream, outcome.message, '\0');
-    outcome.message.pop_back();
+    outcome.message = ran.output.substr(end + 1, ran.output.size() - end - 2);
+    if (ran.status != (outcome.success ? 0 : 1)) {
+        throw std::runtime_error("exit status " + std::to_string(ran.status) + ": " + ran.output);
+    }
     return outcome;
 }
 
 std::vector<ListedDisplay> listDisplays() {
     const Ran ran = run({"--list"});
+    if (ran.status != 0) {
+        throw std::runtime_error("exit status " + std::to_string(ran.status));
+    }
     std::istringstream stream(ran.output);
     std::vector<ListedDisplay> rows;
     for (std::string line; std::getline(stream, line);) {

@@ -47,9 +47,11 @@ Situation situation(const char* name, std::initializer_list<std::string_view> di
     return {name, simulated_mac::Scene::parse(scene(displays, {members}), name), {1, 2, 3, 4}};
 }
 
-Situation situationWithProfiler() {
-    const char* const name = "two displays that the profiler names";
-    return {name, simulated_mac::Scene::parse(scene({builtIn1, ddcStudio2}), name), {1, 2, 3, 4}};
+Situation situationWithProfiler(const char* name, const char* manners) {
+    const std::string profiler = R"("profiler": {)" + std::string(manners) + "}";
+    return {name,
+            simulated_mac::Scene::parse(scene({builtIn1, ddcStudio2}, {profiler}), name),
+            {1, 2, 3, 4}};
 }
 
 std::array<std::uint32_t, 4> displaysOf(const simulated_mac::Scene& scene) {
@@ -112,7 +114,11 @@ std::vector<Situation> written() {
         situation("three displays, slow lists", {main1, ddc2, plain3}, {slowLists}),
         situation("three displays, properties of wrong types", {panel, plainLarge, small},
                   {noSkyLight, registry(wrongTypesInRegistry)}),
-        situationWithProfiler(),
+        situationWithProfiler("two displays that the profiler names", ""),
+        situationWithProfiler("a profiler that breaks off and fails",
+                              R"("output": "{\"SPDisplaysDataType\": [", "exit": 3)"),
+        situationWithProfiler("a profiler that is killed and talks nonsense",
+                              R"("output": "\u0000[[\"nonsense\"", "signal": 9)"),
     };
 }
 

@@ -42,6 +42,9 @@ bool isZero(const GammaTable& table) {
 }
 
 std::vector<float> resampled(std::span<const float> channel, std::size_t entries) {
+    if (channel.size() == entries) {
+        return {channel.begin(), channel.end()};
+    }
     std::vector<float> result(entries);
     if (channel.empty() || entries == 0) {
         return result;

@@ -540,7 +540,7 @@ GammaTable MacState::gamma(uint32_t id) const {
         return zeroGamma(capacity);
     }
     const OwnedGamma* const owned = liveGamma(id);
-    return owned != nullptr ? resampled(owned->table, capacity) : linearGamma(capacity);
+    return owned != nullptr ? owned->table : linearGamma(capacity);
 }
 
 void MacState::forgetEndedOwners() {
@@ -560,11 +560,11 @@ void MacState::forgetEndedOwners() {
 }
 
 std::string MacState::gammaKind(uint32_t id) const {
-    const GammaTable table = gamma(id);
-    if (isZero(table)) {
+    const OwnedGamma* const owned = liveGamma(id);
+    if (isZeroedByAnEnd(id) || (owned != nullptr && isZero(owned->table))) {
         return "zero";
     }
-    return isLinear(table) ? "normal" : "other";
+    return owned == nullptr || isLinear(owned->table) ? "normal" : "other";
 }
 
 void MacState::setGamma(uint32_t id, GammaTable table, const ProcessIdentity& owner) {

@@ -9,9 +9,6 @@
 #include "Support/Scenes.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 
-#include <iterator>
-#include <sstream>
-
 namespace veilpane::test {
 
 namespace {
@@ -21,12 +18,20 @@ using simulated_mac::Mac;
 using simulated_mac::Scene;
 
 constexpr int impossibleEvent = 2;  // the status with which the simulated Mac refuses one
-constexpr std::size_t everyNth = 2; // calls; the others' turns are the safety runs', without a menu
+constexpr std::size_t everyNth = 5; // calls; the others' turns are the safety runs', without a menu
 
-const Scene& desk() {
-    static const Scene scene = Scene::parse(
-        ::scene({builtIn1, ddcStudio2, right3}, {R"("profiler": { "missing": true })"}), "desk");
-    return scene;
+struct Desk {
+    const char* name;
+    std::string text;
+};
+
+// By each of the three mechanisms.
+std::vector<Desk> desks() {
+    constexpr std::string_view quick = R"("profiler": { "missing": true })";
+    return {{"soft_disconnect", ::scene({builtIn1, ddcStudio2, right3}, {quick})},
+            {"ddc_and_blackout", ::scene({builtIn1, ddcStudio2, right3}, {quick, noSkyLight})},
+            {"a_display_that_is_off", ::scene({builtIn1, disabledStudio2, right3},
+                                              {quick, softwareMirroring, remembered("[2]")})}};
 }
 
 PowerSwitchRowView* switchRowOf(NSMenu* menu, CGDirectDisplayID displayID) {
@@ -72,13 +77,13 @@ struct Session {
     std::string calls; ///< their names, a line each
 };
 
-Session runSession(const Mischief* wrong) {
+Session runSession(const Scene& scene, const Mischief* wrong) {
     @autoreleasepool {
         [NSApplication sharedApplication];
         const ReplacedMethod runModal(
             [NSAlert class], @selector(runModal),
             implementationOf(+[](NSAlert*, SEL) { return NSInteger(0); }));
-        Mac& mac = Mac::boot(desk());
+        Mac& mac = Mac::boot(scene);
         safety::Calls calls;
         mac.listen([&](const safety::LoggedCall& call) {
             calls.push_back(call);
@@ -93,7 +98,7 @@ Session runSession(const Mischief* wrong) {
         Session session;
         session.broken = useMenu(delegate.get());
         if (session.broken.empty()) {
-            session.broken = safety::brokenRule(calls);
+            session.broken = safety::brokenRule(calls, 0);
         }
         if (session.broken.empty() && (wrong == nullptr || wrong->fault) && !mac.display(1).lit) {
             session.broken = "the main display is dark";
@@ -106,24 +111,26 @@ Session runSession(const Mischief* wrong) {
 }
 
 /// One thing that can go wrong at every few calls of a session.
-std::vector<Mischief> mischiefInTurn(const std::string& text) {
-    std::istringstream stream(text);
-    const safety::CallNames calls{std::istream_iterator<std::string>(stream), {}};
+std::vector<Mischief> mischiefInTurn(const Scene& scene, const std::string& text) {
+    const safety::CallNames calls = safety::callNamesIn(text);
     std::vector<Mischief> all;
     for (std::size_t place = 1; place <= calls.size(); place += everyNth) {
-        const auto ways = safety::mischiefAt(calls, place, desk());
+        const auto ways = safety::mischiefAt(calls, place, scene);
         all.push_back(ways[place * 7 % ways.size()]);
     }
     return all;
 }
 
-TEST(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) {
+class MenuUnderFaults : public testing::TestWithParam<Desk> {};
+
+TEST_P(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) {
+    const Scene scene = Scene::parse(GetParam().text, GetParam().name);
     safety::Forked forked;
-    const auto sound = forked.run([] { return runSession(nullptr).calls; });
-    const std::vector<Mischief> all = mischiefInTurn(sound.text);
+    const auto sound = forked.run([&] { return runSession(scene, nullptr).calls; });
+    const std::vector<Mischief> all = mischiefInTurn(scene, sound.text);
     ASSERT_GT(all.size(), 20U);
     for (const Mischief& wrong : all) {
-        const auto end = forked.run([&wrong] { return runSession(&wrong).broken; });
+        const auto end = forked.run([&] { return runSession(scene, &wrong).broken; });
         const bool endedByEvent =
             wrong.endsTheProgram() || (wrong.event && end.status == impossibleEvent);
         EXPECT_EQ(end.text, "") << wrong.described();
@@ -132,6 +139,9 @@ TEST(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) 
     }
     RecordProperty("sessions", static_cast<int>(all.size()));
 }
+
+INSTANTIATE_TEST_SUITE_P(on, MenuUnderFaults, testing::ValuesIn(desks()),
+                         [](const auto& desk) { return std::string(desk.param.name); });
 
 } // namespace
 

@@ -14,6 +14,7 @@ What found something is in build/fuzz/NAME, with the command that replays it."
 answer_help "$@"
 
 cd "$(dirname "$0")/.."
+[ $# -le 1 ] || refuse "$2"
 seconds=${1:-20}
 case "$seconds" in
 '' | 0* | *[!0-9]*)

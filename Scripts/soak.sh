@@ -1,7 +1,7 @@
 #!/bin/sh
 # Tries the program's promises and safety rules against everything that can go wrong, at length: every
-# platform call failing in every way, random histories of users, programs and hardware. About a quarter
-# of an hour on two cores; what it is given goes to build/linux/Tests/Soak (--help).
+# platform call failing in every way, random histories of users, programs and hardware. About ten minutes
+# on two cores; what it is given goes to build/linux/Tests/Soak (--help).
 set -eu
 
 usage="usage: soak.sh [OPTION...]
@@ -17,17 +17,28 @@ Without options: 100000 fault runs and 1000000 steps of histories. Its last line
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
-case "${1-}" in
-'' | --fault-run | --replay | --faults | --steps | --seed | --jobs) ;;
---fuzz) exec sh "$(dirname "$0")/fuzz.sh" "${2:-600}" ;;
-*) refuse "$1" ;;
-esac
+if [ "${1-}" = --fuzz ]; then
+    [ $# -le 2 ] || refuse "$3"
+    exec sh "$(dirname "$0")/fuzz.sh" "${2:-600}"
+fi
+# A wrong option is told before anything is installed.
+is_option=yes
+for word; do
+    case "$is_option $word" in
+    'yes --fault-run' | 'yes --replay' | 'yes --faults' | 'yes --steps' | 'yes --seed' | 'yes --jobs')
+        is_option=no
+        ;;
+    yes*) refuse "$word" ;;
+    *) is_option=yes ;;
+    esac
+done
+[ $is_option = yes ] || fail 2 "'$word' needs a value; see --help"
 cd "$(dirname "$0")/.."
 sh Scripts/bootstrap.sh --tests
 sh Scripts/build.sh linux Soak
 case " $* " in
 *" --faults "* | *" --steps "* | *" --fault-run "* | *" --replay "*) ;;
-*) set -- --faults 104000 --steps 1200000 "$@" ;;
+*) set -- --faults 100000 --steps 1000000 "$@" ;;
 esac
 # The simulated Macs' files: in memory where there is a place for them.
 [ ! -w /dev/shm ] || export TMPDIR=/dev/shm

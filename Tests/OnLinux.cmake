@@ -64,7 +64,7 @@ target_link_libraries(Soak PRIVATE Safety CompilerWarnings)
 if(VEILPANE_SANITIZE)
   set(SOAK_SAMPLE --faults 600 --steps 2000)
 else()
-  set(SOAK_SAMPLE --faults 10400 --steps 58000)
+  set(SOAK_SAMPLE --faults 10000 --steps 50000)
 endif()
 add_test(NAME Safety.faults_and_histories COMMAND Soak ${SOAK_SAMPLE})
 # Its processes are thousands of copies, which end without a look for leaks; the ledger is asked instead.

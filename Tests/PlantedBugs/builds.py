@@ -8,6 +8,8 @@ import shutil
 import subprocess
 import threading
 
+from runs import STOPPED
+
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 SOURCES = PROJECT / "Sources"
 FOLDER = PROJECT / "build" / "planted"
@@ -22,9 +24,12 @@ class Failure(Exception):
 
 
 def run(command, folder=PROJECT, environment=None):
-    """What ran, with its output."""
-    return subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE,
+    """What ran, with its output. Throws Failure for what a signal has ended."""
+    done = subprocess.run(command, cwd=folder, env=environment, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, errors="replace", check=False)
+    if done.returncode < 0:
+        raise Failure(f"{command[0]} was ended by signal {-done.returncode}")
+    return done
 
 
 def build_all():
@@ -57,7 +62,12 @@ def share_out(tasks, benches, carry_out):
                 raise
 
     with concurrent.futures.ThreadPoolExecutor(len(benches)) as pool:
-        list(pool.map(work, benches))
+        try:
+            list(pool.map(work, benches))
+        except BaseException:  # of the user, too
+            waiting.clear()
+            STOPPED.set()
+            raise
 
 
 class Recipes:

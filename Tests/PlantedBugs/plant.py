@@ -17,6 +17,7 @@ import collections
 import hashlib
 import os
 import pathlib
+import signal
 import sys
 import threading
 
@@ -25,12 +26,13 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import builds  # noqa: E402
 import mutations  # noqa: E402
 import reach  # noqa: E402
+import runs  # noqa: E402
 import trials  # noqa: E402
 
 HERE = pathlib.Path(__file__).resolve().parent
 ORDER = ["Power", "WindowServer", "CDdc", "Registry", "Inventory", "CommandLine", "Support", "Ownership",
          "Veilpane", "Menu"]
-SOAK = trials.safety(10400, 0, jobs=2)  # as the suite's own sample
+SOAK = trials.safety(10000, 0, jobs=2)  # as the suite's own sample
 
 
 def source_files():
@@ -79,10 +81,13 @@ def chosen_from(mutants, options):
         mutants = [mutant for mutant in mutants if any(part in mutant.file for part in options.only)]
         if not mutants:
             raise builds.Failure(f"nothing can be planted in {', '.join(options.only)}")
-    if options.count is None or options.count >= len(mutants):
+    if options.count is None:
         return mutants
     scattered = sorted(mutants, key=lambda mutant: hashlib.sha1(mutant.name.encode()).digest())
-    kept = set(scattered[options.skip:options.skip + options.count])
+    first = options.skip or 0
+    kept = set(scattered[first:first + options.count])
+    if not kept:
+        raise builds.Failure(f"there are only {len(mutants)} to choose from")
     return [mutant for mutant in mutants if mutant in kept]
 
 
@@ -133,6 +138,8 @@ def judge(mutant, bench, knowledge, tally):
         tally.add(mutant, "not compiling")
         return
     test = knowledge.noticing(mutant.file, changed_lines(text_of(mutant.file), planted), bench)
+    if runs.STOPPED.is_set():
+        return
     tally.add(mutant, "noticed" if test else "survived", test)
 
 
@@ -204,32 +211,36 @@ def text_with(changes, text, title):
     return text
 
 
-def plant_list(path, noticing):
-    """Each bug of a list has to be noticed. `noticing` is called with a file, its changed lines and a
-    bench, and tells by what."""
-    bugs = list(read_bugs(path))
-    bench = make_benches(1)[0]
-    noticed = 0
-    for title, file, text in bugs:
+def plant_list(bugs, knowledge, benches):
+    """Plants each and tells by what it is noticed. The number of those that are."""
+    noticed = []
+
+    def plant_one(bug, bench):
+        title, file, text = bug
         if not bench.plant(file, text):
             raise builds.Failure(f"'{title}' does not compile")
-        test = noticing(file, changed_lines(text_of(file), text), bench)
-        noticed += bool(test)
-        print(f"{'noticed' if test else 'SURVIVED'}: {title}", flush=True)
+        test = knowledge.noticing(file, changed_lines(text_of(file), text), bench)
         bench.restore()
+        if test and not runs.STOPPED.is_set():
+            noticed.append(title)
+        print(f"noticed: {title} ({test})" if test else f"SURVIVED: {title}", flush=True)
+
+    builds.share_out(bugs, benches, plant_one)
+    return len(noticed)
+
+
+def plant_lists(options):
+    """The bugs chosen by hand are for the safety runs alone, which take all processors."""
+    path = HERE / ("by-hand.txt" if options.by_hand else "once-unnoticed.txt")
+    bugs = list(read_bugs(path))
+    builds.build_all()
+    benches = make_benches(1 if options.by_hand else options.jobs)
+    knowledge = trials.Trials([SOAK]) if options.by_hand else everything(options.jobs)
+    if not options.unchecked:
+        knowledge.require_all_pass(benches)
+    noticed = plant_list(bugs, knowledge, benches)
     print(f"{path.name}: {len(bugs)} planted, {noticed} noticed")
     return 0 if noticed == len(bugs) else 1
-
-
-def plant_by_hand():
-    """By the safety runs alone."""
-    builds.build_all()
-    return plant_list(HERE / "by-hand.txt", lambda file, lines, bench: trials.failure_in(SOAK, bench))
-
-
-def plant_once_unnoticed(options):
-    builds.build_all()
-    return plant_list(HERE / "once-unnoticed.txt", everything(options.jobs).noticing)
 
 
 def natural(text):
@@ -246,26 +257,40 @@ def options_from(words):
     parser.add_argument("--only", action="append", metavar="FILE",
                         help="only in files whose path below Sources/ has this in it; may be repeated")
     parser.add_argument("--count", type=natural, metavar="N", help="only N, taken evenly")
-    parser.add_argument("--skip", type=int, default=0, metavar="N",
+    parser.add_argument("--skip", type=natural, metavar="N",
                         help="with --count: not the first N of them, to go on after another run")
     parser.add_argument("--list", action="store_true", help="only print the names")
     parser.add_argument("--unchecked", action="store_true",
                         help="take it that the tests pass with no bug planted")
-    parser.add_argument("--by-hand", action="store_true",
-                        help="the bugs chosen by hand instead, against the safety runs alone")
-    parser.add_argument("--once-unnoticed", action="store_true",
-                        help="the bugs instead that all tests once let pass")
+    lists = parser.add_mutually_exclusive_group()
+    lists.add_argument("--by-hand", action="store_true",
+                       help="the bugs chosen by hand instead, against the safety runs alone")
+    lists.add_argument("--once-unnoticed", action="store_true",
+                       help="the bugs instead that all tests once let pass")
     # One line: --help has the rest.
     parser.error = lambda text: parser.exit(2, f"planted-bugs.sh: {text}; see --help\n")
-    return parser.parse_args(words)
+    options = parser.parse_args(words)
+    chooses = options.only or options.count or options.skip or options.list
+    if chooses and (options.by_hand or options.once_unnoticed):
+        parser.error("of a list all bugs are planted")
+    if options.skip and not options.count:
+        parser.error("--skip goes with --count")
+    return options
+
+
+def end_at_once(*_):
+    runs.STOPPED.set()
+    raise KeyboardInterrupt
 
 
 def main():
     options = options_from(sys.argv[1:])
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, end_at_once)
     try:
-        if options.by_hand:
-            return plant_by_hand()
-        return plant_once_unnoticed(options) if options.once_unnoticed else plant(options)
+        return plant_lists(options) if options.by_hand or options.once_unnoticed else plant(options)
+    except KeyboardInterrupt:
+        return 130
     except builds.Failure as failure:
         print(f"planted-bugs.sh: {failure}", file=sys.stderr)
         return 2

@@ -10,7 +10,8 @@ SECONDS_OF_WAITING = 20
 SECONDS_OF_COMPUTING = 60  # the longest test takes some ten
 FAILURE = re.compile(r"\[  FAILED  \] (\S+)")
 ANNOUNCEMENT = re.compile(r"\d+ fault runs to choose from")
-SUMMARY = re.compile(r"\d+ fault runs, ")
+PROGRESS = re.compile(r"\d+ % done|\d+ fault runs, ")
+STOPPED = threading.Event()  # by the user: nothing that is found from then on says anything
 
 
 def first_failure(command, environment):
@@ -30,13 +31,13 @@ def first_failure(command, environment):
 
 def _told_failure(process, heard):
     """What the process says that fails; reads all that it writes up to that. What the safety runs say
-    before their summary is a violation."""
+    beside how far they are is a violation."""
     announced = False
     for line in process.stdout:
         heard.set()
         if failure := FAILURE.match(line):
             return failure[1]
-        if announced and not SUMMARY.match(line):
+        if announced and not PROGRESS.match(line):
             return "violation"
         announced = announced or ANNOUNCEMENT.match(line) is not None
     process.wait()
@@ -53,7 +54,8 @@ def _watch(session, heard, ended):
             heard.clear()
             waited, computed = 0, seconds
         waited = 0 if "R" in states or "D" in states else waited + 1
-        if waited > SECONDS_OF_WAITING or seconds - computed > SECONDS_OF_COMPUTING:
+        if (waited > SECONDS_OF_WAITING or seconds - computed > SECONDS_OF_COMPUTING
+                or STOPPED.is_set()):
             _end(session)
             return
 

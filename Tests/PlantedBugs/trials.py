@@ -92,7 +92,7 @@ def joined(trials):
 
 
 class Trials:
-    """Chooses and runs trials. `reach` tells which of them run a line."""
+    """Chooses and runs trials. `reach` tells which of them run a line; without it all count as such."""
 
     def __init__(self, trials, reach=None):
         self.trials = trials
@@ -114,7 +114,7 @@ class Trials:
     def noticing(self, file, lines, bench):
         """The name of what first fails on the bench, where these lines of the file are changed; None when
         all passes that could notice."""
-        reaching = self.reach.names_for(file, lines)
+        reaching = self.reach.names_for(file, lines) if self.reach else {trial.name for trial in self.trials}
         near = [trial for trial in self.trials if trial.name in reaching]
         own = [trial for trial in near if _is_of(trial, file)]
         others = [trial for trial in near if trial not in own]

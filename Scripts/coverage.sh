@@ -31,7 +31,8 @@ export_as() { # FORMAT
     llvm-cov-19 export -format="$1" -instr-profile="$work/merged.profdata" \
         build/linux-coverage/Veilpane -object build/linux-coverage/Tests/UnitTests \
         -object build/linux-coverage/Tests/MenuBarTests \
-        -object build/linux-coverage/Tests/SimulatedMacTests Sources 2>"$work/$1.log"
+        -object build/linux-coverage/Tests/SimulatedMacTests Sources 2>"$work/$1.log" ||
+        fail 1 "llvm-cov-19 has failed, as $work/$1.log tells"
 }
 export_as lcov >"$work/lines.lcov"
 export_as text >"$work/coverage.json"

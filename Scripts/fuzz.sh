@@ -48,7 +48,8 @@ tell() { # NAME RESULT
 
 # Naming functions (print_funcs) would launch a symbolizer through the simulated Mac's calls.
 fuzz() { # NAME
-    echo "Feeding $1 for $seconds s"
+    fed=$((fed + 1))
+    echo "[$fed/$count] Feeding $1 for $seconds s"
     find=$work/$1/find
     mkdir -p "$work/$1/corpus"
     rm -f "$find"
@@ -66,6 +67,11 @@ fuzz() { # NAME
     [ ! -e "$find" ] || echo "  replay: build/linux-fuzz/fuzzers/$1 build/fuzz/$1/find"
 }
 
+# A program without a corpus would never be fed, nor one that is not built.
+[ "$(ls build/linux-fuzz/fuzzers)" = "$(ls Tests/Fuzz/Corpora)" ] ||
+    fail 1 "Tests/Fuzz/Corpora has not one folder for each program in build/linux-fuzz/fuzzers"
+fed=0
+count=$(find Tests/Fuzz/Corpora -mindepth 1 -type d | wc -l)
 for corpus in Tests/Fuzz/Corpora/*/; do
     fuzz "$(basename "$corpus")"
 done

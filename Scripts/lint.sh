@@ -63,9 +63,10 @@ python3 Scripts/check_limits.py
 tidy() {
     git ls-files 'Sources/*.cpp' 'Sources/*.mm' >build/lint-files.txt
     count=$(wc -l <build/lint-files.txt)
+    : >build/lint-errors.log
     # shellcheck disable=SC2016 # the inner shell's own arguments
     awk -v count="$count" '{ print "[" NR "/" count "]", $0 }' build/lint-files.txt |
-        xargs -P 2 -n 2 sh -c 'echo "$0 $1"; exec clang-tidy-19 -p build/linux --quiet "$1" 2>/dev/null'
+        xargs -P 2 -n 2 sh -c 'echo "$0 $1"; exec clang-tidy-19 -p build/linux --quiet "$1" 2>>build/lint-errors.log'
 }
 cmake --preset linux >/dev/null
 step build/lint-tidy.log "Checking the program with clang-tidy, some minutes" tidy

@@ -55,7 +55,7 @@ add_library(Safety STATIC
   Safety/Operation.cpp
   Safety/Promise.cpp
   Safety/Rules.cpp
-  Safety/SelfTestReport.cpp
+  Safety/PrintedReport.cpp
   Safety/Situations.cpp)
 target_link_libraries(Safety PUBLIC TestSupport PRIVATE CompilerWarnings)
 add_executable(Soak Safety/Soak.cpp Safety/CompiledProgram.cpp)
@@ -144,7 +144,7 @@ precompile(Safety <nlohmann/json.hpp>)
 set_target_properties(Safety PROPERTIES UNITY_BUILD_MODE GROUP)
 set_source_files_properties(
   Safety/CapturedOutput.cpp Safety/Desk.cpp Safety/Forked.cpp Safety/KnownLies.cpp Safety/Mischief.cpp
-  Safety/Model.cpp Safety/Promise.cpp Safety/Rules.cpp Safety/SelfTestReport.cpp Safety/Situations.cpp
+  Safety/Model.cpp Safety/Promise.cpp Safety/Rules.cpp Safety/PrintedReport.cpp Safety/Situations.cpp
   PROPERTIES UNITY_GROUP desk)
 set_source_files_properties(
   Safety/Companion.cpp Safety/FaultRuns.cpp Safety/History.cpp Safety/Operation.cpp

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <sys/stat.h>
+#include <utility>
 
 namespace {
 
@@ -249,6 +251,49 @@ TEST(CommandLine, a_reader_that_takes_only_the_first_line_changes_nothing_else) 
         } else {
             EXPECT_EQ(mac.macsim({"show"}), untouched.macsim({"show"})) << command;
         }
+    }
+}
+
+// The reader is there when the output is opened, and gone when something is written.
+TEST(CommandLine, a_reader_that_has_gone_does_not_keep_a_display_from_being_switched) {
+    std::signal(SIGPIPE, SIG_DFL);
+    const MacOnDisk mac;
+    ASSERT_EQ(mac.macsim({"show"}).status, 0);
+    const std::string fifo = mac.stateDirectory() + "/fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const auto& [command, isOnline] :
+         {std::pair("--power off 2", false), {"--power on 2", true}}) {
+        const std::string redirection = " 3<>'" + fifo + "' >'" + fifo + "' 3<&-";
+        EXPECT_EQ(mac.veilpaneUnderShell(command + redirection), quiet(0, "")) << command;
+        EXPECT_EQ(mac.display(2)["online"], isOnline) << command;
+    }
+}
+
+class NumberOfDisplays : public testing::TestWithParam<int> {};
+
+// A Mac is asked for 32 at most.
+TEST_P(NumberOfDisplays, is_listed_up_to_32) {
+    const MacOnDisk mac(scene({numberedDisplays(GetParam())}));
+    const int listed = std::min(GetParam(), 32);
+    const ProgramRun run = mac.veilpane({"--list"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(std::ranges::count(run.output, '\n'), listed);
+    for (int id = 1; id <= listed; ++id) {
+        const std::string line = "\n" + std::to_string(id) + "\t";
+        EXPECT_NE(("\n" + run.output).find(line), std::string::npos) << id;
+    }
+    EXPECT_NE(mac.veilpane({"--selftest"}).output.find("Displays: " + std::to_string(listed)),
+              std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(CommandLine, NumberOfDisplays, testing::Values(16, 17, 32, 33));
+
+TEST(CommandLine, id_0_is_taken_for_no_other_display) {
+    for (const char* const state : {"off", "on"}) {
+        const MacOnDisk mac(scene({main1, plain2}));
+        const ProgramRun before = mac.macsim({"show"});
+        (void)mac.veilpane({"--power", state, "0"});
+        EXPECT_EQ(mac.macsim({"show"}), before) << state;
     }
 }
 

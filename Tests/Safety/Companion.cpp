@@ -1,5 +1,7 @@
 #include "Safety/Companion.h"
 
+#include "Safety/Forked.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -19,6 +21,8 @@ struct Request {
 };
 
 constexpr std::size_t longestAnswer = 4096;
+constexpr unsigned secondsToHang =
+    100; // of a program that does not come to an end; SIGALRM ends it
 // What it says when it has made so many calls, before the name of the last one.
 constexpr std::string_view interrupted = "interrupted by ";
 
@@ -53,7 +57,9 @@ void waitForOthers(int connection, const std::string& lastCall) {
             program.interruptAfter(static_cast<std::size_t>(request.calls),
                                    [&] { waitForOthers(connection, program.calls().back().call); });
         }
+        alarm(secondsToHang);
         tell(connection, program.carryOut(request.operation));
+        alarm(0);
         if (request.operation.kind == Operation::Kind::quit) {
             break;
         }

@@ -19,6 +19,7 @@ enum class Start {
     switchedOff,
     inStandby,
     underBlackout,
+    allUnderBlackout, ///< and the next one, too
 };
 
 /// Every call of every operation failing in every way, everything that others can do to the Mac

@@ -38,6 +38,7 @@ Forked::End Forked::run(const std::function<std::string()>& body) {
         throw std::system_error(errno, std::generic_category(), "fork");
     }
     if (child == 0) {
+        alarm(secondsToHang);
         const std::string text = body();
         page_->size = std::min(text.size(), page_->text.size());
         std::copy_n(text.begin(), page_->size, page_->text.begin());

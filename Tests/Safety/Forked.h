@@ -6,6 +6,9 @@
 
 namespace safety {
 
+/// For so long a program may seem to hang; then SIGALRM ends it.
+constexpr unsigned secondsToHang = 100;
+
 /// Runs bodies one after another, each in a process of its own, as the program keeps what it knows
 /// for the life of a process. What a body returns comes back through memory that both share.
 class Forked {

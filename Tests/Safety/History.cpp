@@ -2,6 +2,7 @@
 
 #include "Safety/Companion.h"
 #include "Safety/Desk.h"
+#include "Safety/Model.h"
 #include "Safety/Rules.h"
 #include "Safety/TestedProgram.h"
 #include "SimulatedMac/World/Verbs.h"
@@ -161,7 +162,10 @@ private:
             return *broken;
         }
         const bool hadTime = lastCall != "CGCompleteDisplayConfiguration";
-        return broken ? "" : brokenByAnEnd(before, lookAt(mac_), step.operation.id, hadTime);
+        return broken ? ""
+                      : brokenByAnEnd({before, lookAt(mac_), step.operation.id, hadTime,
+                                       mayReachAnother(mac_.scene(), before, step.operation.id),
+                                       hasInSkyLight(mac_.scene(), "SLSGetDisplayList")});
     }
 
     [[nodiscard]] Befalling befallingOf(const ProgramStep& step, std::string& broken) {
@@ -244,6 +248,7 @@ constexpr auto likelyEvents = std::to_array<LikelyEvent>({
     {30, "unplug ID"},
     {36, "plug ID"},
     {6, "plug ID --as NEW"},
+    {3, "plug ID --as OTHER"},
     {18, "main ID"},
     {6, "mirror ID OTHER"},
     {12, "mirror ID 0"},
@@ -256,6 +261,7 @@ constexpr auto likelyEvents = std::to_array<LikelyEvent>({
     {7, "lid open"},
     {2, "logout"},
     {2, "reboot"},
+    {1, "reboot --renumber"},
 });
 
 std::string_view randomForm(Chance& chance) {
@@ -293,7 +299,7 @@ std::string randomInterruption(int program, Chance& chance) {
     std::string event;
     do {
         event = randomEvent(chance);
-    } while (event == "logout" || event == "reboot");
+    } while (event == "logout" || event.starts_with("reboot"));
     return event;
 }
 
@@ -370,19 +376,43 @@ Course carryOut(const History& history) {
     return course;
 }
 
+namespace {
+
+// Numbers are those of displays, calls and configurations, which come earlier in shorter histories.
+bool isAlike(std::string some, std::string other) {
+    for (std::string* const text : {&some, &other}) {
+        std::erase_if(*text, [](char character) { return character >= '0' && character <= '9'; });
+        text->resize(std::min(text->size(), text->find(" (at: ")));
+    }
+    return some == other;
+}
+
+} // namespace
+
 History shrunk(const History& history, const std::string& broken) {
     History smallest = history;
+    const auto isBroken = [&broken](const History& shorter) {
+        return isAlike(carryOut(shorter).broken, broken);
+    };
     for (std::size_t size = smallest.steps.size() / 2; size > 0; size /= 2) {
         for (std::size_t place = 0; place < smallest.steps.size();) {
             History shorter = smallest;
             const auto first = shorter.steps.begin() + static_cast<std::ptrdiff_t>(place);
             const auto count = std::min(size, shorter.steps.size() - place);
             shorter.steps.erase(first, first + static_cast<std::ptrdiff_t>(count));
-            if (carryOut(shorter).broken == broken) {
+            if (isBroken(shorter)) {
                 smallest = std::move(shorter);
             } else {
                 place += size;
             }
+        }
+    }
+    for (std::size_t place = 0; place < smallest.steps.size(); ++place) {
+        History simpler = smallest;
+        std::string& step = simpler.steps[place];
+        step.resize(std::min(step.size(), step.find(" meanwhile ")));
+        if (step != smallest.steps[place] && isBroken(simpler)) {
+            smallest = std::move(simpler);
         }
     }
     return smallest;

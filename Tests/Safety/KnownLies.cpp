@@ -1,8 +1,12 @@
 #include "Safety/KnownLies.h"
 
+#include "Safety/Model.h"
+#include "Safety/Rules.h"
+
 #include <algorithm>
 #include <array>
 #include <ranges>
+#include <sstream>
 #include <string_view>
 
 namespace safety {
@@ -53,41 +57,54 @@ constexpr std::string_view refusedTables =
 
 constexpr auto knownLies = std::to_array<KnownLie>({
     {"CFNumberGetValue", Lie::any, "is changed, too", "lit, standby, brightness", takenMonitor},
+    {"CFNumberGetValue", Lie::any, "off and then on", "brightness", takenMonitor},
     {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "remembered", "", believedFailure},
+    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "it remembers", "", believedFailure},
     {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "has forgotten", "",
      believedFailure},
-    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "off and then on", "?",
-     believedFailure},
+    {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "off and then on",
+     "enabled, lit, standby, tables", believedFailure},
     {"CGCompleteDisplayConfiguration", Lie::successWithoutEffect, "the display is", "",
      believedSuccess},
+    {"CGCompleteDisplayConfiguration", Lie::successWithoutEffect, "it remembers", "",
+     believedSuccess},
+    {"CGCompleteDisplayConfiguration", Lie::successWithoutEffect, "off and then on",
+     "enabled, lit, tables", believedSuccess},
     {"CGDisplayIsMain", Lie::answer, "the main display is dark", "", believedMain},
     {"CGDisplayIsMain", Lie::answer, "no display is lit", "", believedMain},
+    {"CGDisplayIsMain", Lie::answer, "leaves no display lit", "", believedMain},
     {"CGGetActiveDisplayList", Lie::answer, "no display is lit", "", believedCount},
     {"CGGetOnlineDisplayList", Lie::any, "the display is not off", "", believedOff},
     {"CGGetDisplayTransferByTable", Lie::answer, "the display is not on", "", unreadTables},
     {"CGGetDisplayTransferByTable", Lie::answer, "in other colours", "", shortTables},
-    {"CGGetDisplayTransferByTable", Lie::answer, "off and then on", "?", unreadTables},
+    {"CGGetDisplayTransferByTable", Lie::answer, "off and then on", "lit, tables", unreadTables},
+    {"CGGetDisplayTransferByTable", Lie::answer, "the model expects", "lit, tables", unreadTables},
     {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "the display is", "", refusedTables},
     {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "black", "", refusedTables},
-    {"IOI2CSendRequest", Lie::failureWithEffect, "", "brightness", arrivedMessage},
+    {"CGSetDisplayTransferByTable", Lie::successWithoutEffect, "in other colours", "",
+     refusedTables},
+    {"IOI2CSendRequest", Lie::failureWithEffect, "", "lit, standby, brightness", arrivedMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "the display is not", "", lostMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "", "lit, standby, brightness", lostMessage},
     {"IOObjectConformsTo", Lie::any, "", "lit, standby", releasedPort},
     {"IORegistryEntryCreateCFProperty", Lie::any, "is changed, too", "lit, standby, brightness",
      takenMonitor},
+    {"IORegistryEntryCreateCFProperty", Lie::any, "the display is not off", "", takenMonitor},
     {"IORegistryEntryGetChildIterator", Lie::any, "is changed, too", "lit, standby, brightness",
      takenMonitor},
     {"NSUserDefaults.setObject", Lie::successWithoutEffect, "remembered", "", lostDefaults},
     {"NSUserDefaults.setObject", Lie::successWithoutEffect, "has forgotten", "", lostDefaults},
     {"SLSConfigureDisplayEnabled", Lie::successWithoutEffect, "the display is", "",
      believedSuccess},
+    {"SLSConfigureDisplayEnabled", Lie::successWithoutEffect, "off and then on",
+     "enabled, lit, tables", believedSuccess},
     {"SLSGetDisplayList", Lie::any, "has forgotten", "", forgottenDisplay},
     {"dlopen", Lie::any, "has forgotten", "", forgottenDisplay},
     {"dlsym", Lie::any, "has forgotten", "", forgottenDisplay},
 });
 
 bool isFailure(const simulated_mac::SceneFault& fault) {
-    return fault.returns && *fault.returns != 0;
+    return fault.result || (fault.returns && *fault.returns != 0);
 }
 
 bool tells(const simulated_mac::SceneFault& fault, Lie lie) {
@@ -116,21 +133,36 @@ bool differsOnlyIn(std::string_view members, std::string_view broken) {
     });
 }
 
+// Where several buses are told apart none is taken for another.
 bool excuses(const KnownLie& known, const simulated_mac::SceneFault& fault,
-             std::string_view broken) {
-    return known.call == fault.call && tells(fault, known.lie) &&
+             const std::string& broken, const simulated_mac::Scene& scene) {
+    return (known.limit != takenMonitor || busDisplays(scene).size() == 1) &&
+           known.call == fault.call && tells(fault, known.lie) &&
            broken.find(known.broken) != std::string_view::npos &&
            (known.members.empty() || differsOnlyIn(known.members, broken));
 }
 
-} // namespace
-
-bool isKnownLimit(const std::vector<Mischief>& wrong, const std::string& broken) {
+bool isKnownLimit(const std::vector<Mischief>& wrong, const std::string& broken,
+                  const simulated_mac::Scene& scene) {
     return std::ranges::any_of(wrong, [&](const Mischief& mischief) {
         return mischief.fault && std::ranges::any_of(knownLies, [&](const KnownLie& known) {
-                   return excuses(known, *mischief.fault, broken);
+                   return excuses(known, *mischief.fault, broken, scene);
                });
     });
+}
+
+} // namespace
+
+std::string withoutKnownLimits(const std::string& lines, const std::vector<Mischief>& wrong,
+                               const simulated_mac::Scene& scene) {
+    std::string left;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+        if (!isKnownLimit(wrong, line, scene)) {
+            addLine(left, line);
+        }
+    }
+    return left;
 }
 
 } // namespace safety

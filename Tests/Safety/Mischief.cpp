@@ -3,6 +3,7 @@
 #include "SimulatedMac/World/SimulatedCalls.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <sstream>
@@ -30,6 +31,10 @@ std::vector<std::int64_t> errorCodes(std::string_view call) {
     return {1000, 1001, 1002, 1003, 1004, 1006, 1007, 1008, 1010, 1011};
 }
 
+/// Those around the launch of the system profiler, as far as they are made.
+constexpr auto unseenCalls =
+    std::to_array<std::string_view>({"pipe", "fcntl", "fcntl", "read", "read", "waitpid"});
+
 class Ways {
 public:
     Ways(std::string_view call, int nth) : call_(call), nth_(nth) {}
@@ -37,7 +42,9 @@ public:
     void add(SceneFault fault) {
         fault.call = call_;
         fault.nth = nth_;
-        for (const bool lasts : {false, true}) {
+        // A call that is always interrupted never ends, and the program waits for it.
+        const bool canLast = fault.errorNumber != EINTR;
+        for (const bool lasts : canLast ? std::vector{false, true} : std::vector{false}) {
             fault.lasts = lasts;
             all_.push_back({fault, std::nullopt});
         }
@@ -77,9 +84,14 @@ void addSpecial(Ways& ways, simulated_mac::CallFaults faults) {
         }
     }
     if ((faults & simulated_mac::requestResults) != 0) {
-        SceneFault fault;
-        fault.result = -536870208; // kIOReturnNoDevice
-        ways.add(fault);
+        for (const std::int64_t code : errorCodes("IOI2CSendRequest")) {
+            for (const bool withEffect : {false, true}) {
+                SceneFault fault;
+                fault.result = code;
+                fault.effect = withEffect;
+                ways.add(fault);
+            }
+        }
     }
     if ((faults & simulated_mac::errorNumbers) != 0) {
         for (const int number : {EINTR, EIO, EMFILE}) {
@@ -126,8 +138,12 @@ std::vector<Mischief> wrongAnswers(std::string_view call, int nth) {
         ways.addReturned(0xFFFFFFFF);
         ways.addReturned(0);
         break;
-    case CallResult::byte:
     case CallResult::number:
+        if (call == "fcntl") {
+            break; // a descriptor that nobody gave would be one of the program's own
+        }
+        [[fallthrough]];
+    case CallResult::byte:
         ways.addReturned(0);
         ways.addReturned(1);
         break;
@@ -141,6 +157,28 @@ std::vector<Mischief> wrongAnswers(std::string_view call, int nth) {
     return std::move(ways).all();
 }
 
+/// IDs that the program remembers and that no display has.
+std::vector<std::uint32_t> rememberedAndGone(const simulated_mac::Scene& scene) {
+    std::vector<std::uint32_t> ids;
+    const auto stored = scene.defaults.find("Veilpane.disconnectedDisplayIDs");
+    if (stored != scene.defaults.end() && stored->is_array()) {
+        for (const auto& element : *stored) {
+            const auto id = element.is_number_unsigned() ? element.get<std::uint32_t>() : 0;
+            const auto display =
+                std::ranges::find(scene.displays, id, &simulated_mac::SceneDisplay::id);
+            if (id != 0 && display == scene.displays.end()) {
+                ids.push_back(id);
+            }
+        }
+    }
+    return ids;
+}
+
+// They are logged only when they fail, so nothing can be told to happen after one.
+bool isUnseen(std::string_view call) {
+    return std::ranges::find(unseenCalls, call) != unseenCalls.end();
+}
+
 std::vector<std::string> eventLines(const simulated_mac::Scene& scene) {
     std::vector<std::string> lines = {"sleep", "wake", "kill", "logout"};
     std::uint32_t unused = 40;
@@ -149,6 +187,9 @@ std::vector<std::string> eventLines(const simulated_mac::Scene& scene) {
         lines.push_back("unplug " + id);
         lines.push_back("plug " + id);
         lines.push_back("plug " + id + " --as " + std::to_string(++unused));
+        for (const std::uint32_t taken : rememberedAndGone(scene)) {
+            lines.push_back("plug " + id + " --as " + std::to_string(taken));
+        }
         if (display.builtin) {
             lines.push_back("lid close");
             lines.push_back("lid open");
@@ -180,7 +221,8 @@ std::string described(const SceneFault& fault) {
         return text + " yields null";
     }
     if (fault.result) {
-        return text + " has the request's result " + std::to_string(*fault.result);
+        return text + (fault.effect ? " acts and has" : " has") + " the request's result " +
+               std::to_string(*fault.result);
     }
     if (fault.samples) {
         return text + " gives " + std::to_string(*fault.samples) + " samples";
@@ -216,6 +258,9 @@ CallNames callNamesIn(const std::string& lines) {
         }
         names.push_back(call->name);
     }
+    if (std::ranges::find(names, "posix_spawn") != names.end()) {
+        names.insert(names.end(), unseenCalls.begin(), unseenCalls.end());
+    }
     return names;
 }
 
@@ -226,6 +271,9 @@ std::vector<Mischief> mischiefAt(const CallNames& calls, std::size_t place,
         const std::string_view call = calls[place - 1];
         const auto end = calls.begin() + static_cast<std::ptrdiff_t>(place);
         all = wrongAnswers(call, static_cast<int>(std::count(calls.begin(), end, call)));
+    }
+    if (place > 0 && isUnseen(calls[place - 1])) {
+        return all;
     }
     for (const std::string& line : eventLines(scene)) {
         all.push_back({std::nullopt, Mischief::Event{place, line}});

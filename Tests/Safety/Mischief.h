@@ -13,7 +13,8 @@ namespace safety {
 /// The names of the calls that an operation makes, in order. They live as long as the process.
 using CallNames = std::vector<std::string_view>;
 
-/// The names in a text of lines. Throws std::invalid_argument for one that no call has.
+/// The names in a text of lines, and those of calls that are made unseen with them. Throws
+/// std::invalid_argument for one that no call has.
 [[nodiscard]] CallNames callNamesIn(const std::string& lines);
 
 /// Something that goes wrong at one call of an operation: an answer, or what somebody else does to

@@ -20,20 +20,59 @@ void lightUp(Desk& desk) {
     }
 }
 
+bool mainIsAwake(const Desk& desk) {
+    return std::ranges::any_of(
+        desk.displays, [](const auto& entry) { return entry.second.main && !entry.second.asleep; });
+}
+
 // Which display macOS makes the main one is its own business when one comes back, or when it
-// compares those of a set; so is what becomes of those that mirror the display.
+// compares those of a set; so is what becomes of those that mirror the display, or were to mirror
+// one that does, and which display comes first in the list when the main one sleeps.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
     if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0) {
         due.main = after.main = false;
     }
-    if (done.before.at(id).mirrors == done.id || after.mirrors == done.id) {
+    const bool mayMirror =
+        done.outcome.method == disconnectTitle && id != done.id && done.before.at(id).mirrors == 0;
+    const bool isBlackout = done.outcome.method == blackoutTitle && id == done.id && !done.on;
+    if (done.before.at(id).mirrors == done.id || after.mirrors == done.id || mayMirror ||
+        (isBlackout && !mainIsAwake(done.before))) {
         due.mirrors = after.mirrors = 0;
     }
 }
 
+void addBuses(const std::vector<simulated_mac::RegistryNode>& nodes,
+              std::vector<std::optional<std::uint32_t>>& displays) {
+    for (const simulated_mac::RegistryNode& node : nodes) {
+        if (node.i2cBuses > 0) {
+            displays.push_back(node.busDisplay);
+        }
+        addBuses(node.children, displays);
+    }
+}
+
+bool isNamedIn(const std::vector<simulated_mac::RegistryNode>& nodes,
+               const simulated_mac::SceneDisplay& display) {
+    return std::ranges::any_of(nodes, [&](const simulated_mac::RegistryNode& node) {
+        const auto is = [&node](const char* key, std::uint32_t number) {
+            return number != 0 && node.properties.contains(key) && node.properties[key] == number;
+        };
+        return node.connectorOf == display.id || node.display == display.id ||
+               is("DisplayID", display.id) ||
+               (is("DisplayVendorID", display.vendor) && is("DisplayProductID", display.model)) ||
+               isNamedIn(node.children, display);
+    });
+}
+
+// A framebuffer's own numbers of maker and model are not looked at.
+bool isNamed(const simulated_mac::RegistryNode& framebuffer) {
+    return !framebuffer.properties.contains("DisplayVendorID");
+}
+
 bool hasBus(const std::vector<simulated_mac::RegistryNode>& nodes, std::uint32_t id) {
     return std::ranges::any_of(nodes, [id](const simulated_mac::RegistryNode& node) {
-        return (node.i2cBuses > 0 && node.busDisplay == id) || hasBus(node.children, id);
+        return (node.i2cBuses > 0 && node.busDisplay == id && isNamed(node)) ||
+               hasBus(node.children, id);
     });
 }
 
@@ -45,9 +84,29 @@ void blacken(Tables& tables) {
 
 } // namespace
 
+std::vector<std::optional<std::uint32_t>> busDisplays(const simulated_mac::Scene& scene) {
+    std::vector<std::optional<std::uint32_t>> displays;
+    addBuses(scene.registry, displays);
+    return displays;
+}
+
+bool isNamedInRegistry(const simulated_mac::Scene& scene, std::uint32_t id) {
+    const auto display = std::ranges::find(scene.displays, id, &simulated_mac::SceneDisplay::id);
+    return display != scene.displays.end() && isNamedIn(scene.registry, *display);
+}
+
+bool mayReachAnother(const simulated_mac::Scene& scene, const Desk& desk, std::uint32_t id) {
+    const auto display = desk.displays.find(id);
+    const bool isThere = display != desk.displays.end() && display->second.connected;
+    return busDisplays(scene).size() == 1 && (!isThere || !isNamedInRegistry(scene, id));
+}
+
+bool hasInSkyLight(const simulated_mac::Scene& scene, const char* function) {
+    return scene.skyLight && std::ranges::find(*scene.skyLight, function) != scene.skyLight->end();
+}
+
 bool Model::has(const char* function) const {
-    return scene_.skyLight &&
-           std::ranges::find(*scene_.skyLight, function) != scene_.skyLight->end();
+    return hasInSkyLight(scene_, function);
 }
 
 bool Model::takesMessages(std::uint32_t id) const {
@@ -85,7 +144,8 @@ bool Model::draws(const Sight& sight) const {
 void Model::applyMessages(Desk& desk, const Switching& done) const {
     Sight* monitor = &desk.displays.at(done.id);
     for (auto& [id, sight] : desk.displays) {
-        if (!done.before.at(done.id).brightness && sight.brightness && sight.connected) {
+        if (mayReachAnother(done) && !done.before.at(done.id).brightness && sight.brightness &&
+            sight.connected) {
             monitor = &sight;
         }
     }

@@ -4,9 +4,27 @@
 #include "Safety/Rules.h"
 #include "SimulatedMac/World/Scene.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace safety {
+
+/// The displays to whose monitors the Mac's buses lead, one for each framebuffer that has buses;
+/// none where they lead nowhere.
+[[nodiscard]] std::vector<std::optional<std::uint32_t>>
+busDisplays(const simulated_mac::Scene& scene);
+
+/// Whether the registry tells which framebuffer is the display's.
+[[nodiscard]] bool isNamedInRegistry(const simulated_mac::Scene& scene, std::uint32_t id);
+
+/// Whether another display's monitor is taken for that of this one: there is one bus, and the
+/// display is not there or not named.
+[[nodiscard]] bool mayReachAnother(const simulated_mac::Scene& scene, const Desk& desk,
+                                   std::uint32_t id);
+
+[[nodiscard]] bool hasInSkyLight(const simulated_mac::Scene& scene, const char* function);
 
 /// What a power operation makes of a desk when nothing goes wrong, worked out from what stood there
 /// before. Of the calls it looks only at the messages that reached a monitor; one whose bus the

@@ -1,7 +1,7 @@
 #include "Safety/Operation.h"
 
 #include "Safety/Model.h"
-#include "Safety/SelfTestReport.h"
+#include "Safety/PrintedReport.h"
 #include "Safety/TestedProgram.h"
 #include "SimulatedMac/World/Ledger.h"
 
@@ -17,10 +17,6 @@ std::string described(const Outcome& outcome) {
     return outcome.method + (outcome.success ? ", success, " : ", failure, ") + outcome.message;
 }
 
-bool comesFirst(const ListedDisplay& a, const ListedDisplay& b) {
-    return a.disconnected == b.disconnected ? a.main && !b.main : b.disconnected;
-}
-
 std::string printed(const tested_program::Ran& ran) {
     return ran.output + "exit status " + std::to_string(ran.status);
 }
@@ -31,29 +27,30 @@ std::string printed(const Outcome& outcome) {
                                                  outcome.message + "\n"});
 }
 
+// Its picture comes and goes by itself when all displays sleep and wake.
+bool isChanged(Sight before, Sight after) {
+    for (Sight* const sight : {&before, &after}) {
+        sight->asleep = sight->lit = sight->online = false;
+    }
+    return before != after;
+}
+
 void noteTouched(const Desk& before, Meanwhile& meanwhile) {
     for (const Desk* const desk : {&before, &std::as_const(meanwhile.after)}) {
         for (const auto& [id, sight] : desk->displays) {
             const auto was = before.displays.find(id);
             const auto is = meanwhile.after.displays.find(id);
             if (was == before.displays.end() || is == meanwhile.after.displays.end() ||
-                was->second != is->second) {
+                isChanged(was->second, is->second)) {
                 meanwhile.touched.insert(id);
             }
         }
     }
 }
 
-// SkyLight is looked for once more before the display that is to be tested.
-bool canBeTested(const std::vector<ListedDisplay>& rows, const Calls& calls) {
-    const bool isMissing = std::ranges::any_of(calls, [](const LoggedCall& call) {
-        return (call.call == "dlopen" && call.result == false) ||
-               (call.call == "dlsym" && call.args[0] == "SLSConfigureDisplayEnabled" &&
-                call.result == false);
-    });
-    return !isMissing && std::ranges::any_of(rows, [](const ListedDisplay& row) {
-        return !row.main && !row.disconnected;
-    });
+std::string inOneLine(std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    return text;
 }
 
 std::string wordFor(bool on) {
@@ -107,7 +104,6 @@ void Program::note(const LoggedCall& call) {
     interruptIfDue();
 }
 
-// Of two interruptions the time between them counts as the others', too.
 void Program::interruptIfDue() {
     for (const Interruption& interruption : interruptions_) {
         if (interruption.calls != calls_.size()) {
@@ -115,8 +111,10 @@ void Program::interruptIfDue() {
         }
         const Desk before = lookAt(mac_);
         interruption.happen();
-        if (!meanwhile_) {
-            meanwhile_ = Meanwhile{0, before, {}, {}};
+        if (meanwhile_) {
+            meanwhile_->between.push_back({meanwhile_->after, before});
+        } else {
+            meanwhile_ = Meanwhile{0, before, {}, {}, {}};
         }
         meanwhile_->calls = calls_.size();
         meanwhile_->after = lookAt(mac_);
@@ -136,8 +134,9 @@ std::string Program::carryOut(const Operation& operation) {
         broken = error.what();
     }
     interruptions_.clear();
-    broken = broken.empty() ? brokenRule(calls_, targetOf(operation)) : broken;
-    return broken.empty() ? simulated_mac::ledger::outstanding() : broken;
+    addLine(broken, brokenRule(calls_, targetOf(operation)));
+    addLine(broken, inOneLine(simulated_mac::ledger::outstanding()));
+    return broken;
 }
 
 std::uint32_t Program::targetOf(const Operation& operation) const {
@@ -179,9 +178,10 @@ std::string Program::looked(const Operation& operation) {
     Promise promise(calls_, memory_);
     if (operation.kind == Kind::commandList) {
         const auto ran = tested_program::run({"--list"});
-        const auto lines = std::ranges::count(ran.output, '\n');
-        const auto rows = promise.listDisplays();
-        return ran.status == 0 && lines == std::ssize(rows) ? "" : "other lines: " + ran.output;
+        const PrintedReport report(ran.output);
+        const auto due = promise.printedList(report.order);
+        promise.requireEnd();
+        return ran.status == 0 ? differenceOf(report.lines, due) : inOneLine(printed(ran));
     }
     const std::string line = tested_program::statusLine(operation.id);
     const std::string due = promise.statusLine(operation.id);
@@ -195,6 +195,9 @@ Switching Program::beginSwitching(bool on, std::uint32_t id, const Desk& before)
     done.id = id;
     done.wasRemembered = memory_.remembered.value_or(before.stored).contains(id);
     done.wasUnderBlackout = memory_.blackouts.contains(id);
+    done.busDisplays = busDisplays(mac_.scene());
+    done.wasNamed = isNamedInRegistry(mac_.scene(), id);
+    done.seesAll = hasInSkyLight(mac_.scene(), "SLSGetDisplayList");
     done.before = before;
     if (!done.wasUnderBlackout) {
         const auto target = before.displays.find(id);
@@ -225,18 +228,22 @@ void Program::noteSwitching(const Switching& done) {
     const auto target = done.before.displays.find(done.id);
     const bool areKnown = !done.meanwhile && target != done.before.displays.end();
     tablesBefore_[done.id] = areKnown ? target->second.tables : Tables();
-    if (done.meanwhile && done.meanwhile->touched.contains(done.id)) {
-        blackFromBefore_.insert(done.id);
+    if (done.meanwhile) {
+        const auto found = done.meanwhile->after.displays.find(done.id);
+        if (found != done.meanwhile->after.displays.end() && found->second.isBlack()) {
+            blackFromBefore_.insert(done.id);
+        }
     }
 }
 
 // The model tells what becomes of a desk where nothing goes wrong, the rules what must not.
 std::string Program::brokenBy(const Switching& done, const Memory& known) const {
-    if (std::string broken = brokenRule(done); !broken.empty()) {
-        return broken;
-    }
+    std::string broken = brokenRule(done);
     const Model model(mac_.scene());
-    return model.knows(done) ? model.difference(done, known) : "";
+    if (model.knows(done)) {
+        addLine(broken, model.difference(done, known));
+    }
+    return broken;
 }
 
 std::string Program::switched(const Operation& operation) {
@@ -253,7 +260,9 @@ std::string Program::switched(const Operation& operation) {
     promise.requireEnd();
     noteSwitching(done);
     const std::string due = isCommand ? printed(done.outcome) : safety::described(done.outcome);
-    return told == due ? brokenBy(done, known) : "says: " + told + "; promised: " + due;
+    std::string broken = told == due ? "" : inOneLine("says: " + told + "; promised: " + due);
+    addLine(broken, brokenBy(done, known));
+    return broken;
 }
 
 std::string Program::listed() {
@@ -294,7 +303,8 @@ std::string Program::commandedFirst(bool on) {
     const Memory known = memory_;
     const auto rows = Promise(calls_, memory_).listDisplays();
     if (rows.empty()) {
-        return printed(ran) == "no display\nexit status 1" ? "" : "prints: " + printed(ran);
+        const bool isTold = printed(ran) == "no display\nexit status 1";
+        return isTold ? "" : inOneLine("prints: " + printed(ran));
     }
     std::string broken;
     for (const ListedDisplay& row : rows) {
@@ -320,36 +330,37 @@ std::string Program::listedAndSwitched(Switching& done, const std::string& told)
     done.outcome = promise.setPower(done.on, done.id);
     promise.requireEnd();
     noteSwitching(done);
-    return told == printed(done.outcome) ? brokenBy(done, listed) : "prints: " + told;
+    std::string broken = told == printed(done.outcome) ? "" : inOneLine("prints: " + told);
+    addLine(broken, brokenBy(done, listed));
+    return broken;
 }
 
 std::string Program::selfTested() {
-    Passage done;
-    done.before = lookAt(mac_);
+    const Desk before = lookAt(mac_);
     const auto ran = tested_program::run({"--selftest"});
-    noteWhatFollowed(done);
-    const auto rows = Promise(calls_, memory_).listDisplays();
-    const SelfTestReport report(ran.output);
-    if (std::string broken = report.brokenVerdict(ran.status); !broken.empty()) {
-        return broken;
+    const PrintedReport report(ran.output);
+    Promise promise(calls_, memory_);
+    const Promise::SelfTest due = promise.selfTest(report.order);
+    promise.requireEnd();
+    std::string broken = differenceOf(report.lines, due.lines);
+    if (ran.status != due.status) {
+        addLine(broken, "exit status " + std::to_string(ran.status));
     }
-    if (!report.off && canBeTested(rows, calls_)) {
-        return "the self-test tests nothing: " + report.verdict;
+    Switching off = beginSwitching(false, due.id, before);
+    noteWhatFollowed(off);
+    if (!due.off) {
+        addLine(broken, brokenByLooking(off));
+    } else if (off.meanwhile) {
+        addLine(broken, brokenByDarkness(off));
+    } else {
+        Switching on = off;
+        on.on = true;
+        off.outcome = *due.off;
+        on.outcome = *due.on;
+        addLine(broken, brokenRule(on));
+        addLine(broken, brokenByOffAndOn(off, on));
     }
-    if (!report.off) {
-        return brokenByLooking(done);
-    }
-    if (done.meanwhile) {
-        return brokenByDarkness(done);
-    }
-    Switching off = beginSwitching(false, report.id, done.before);
-    Switching on = beginSwitching(true, report.id, done.before);
-    static_cast<Passage&>(off) = done;
-    static_cast<Passage&>(on) = done;
-    off.outcome = *report.off;
-    on.outcome = *report.on;
-    const std::string broken = brokenRule(on);
-    return broken.empty() ? brokenByOffAndOn(off, on) : broken;
+    return broken;
 }
 
 } // namespace safety

@@ -53,6 +53,10 @@ bool isOfTheProfiler(const std::string& call) {
     return calls.contains(call);
 }
 
+std::string trueOrFalse(bool value) {
+    return value ? "true" : "false";
+}
+
 // An array with anything else in it counts as none.
 std::set<std::uint32_t> idsIn(const json& stored) {
     std::set<std::uint32_t> ids;
@@ -249,6 +253,8 @@ void Promise::unmirrorIfNeeded(std::uint32_t id) {
 /// What was found on the way to a monitor, and what came of it.
 struct Promise::Bus {
     bool framebuffer = false;
+    std::uint32_t offered = 0, tried = 0; ///< of its buses
+    bool looksAmongChildren = false;
     bool interface = false;
     const LoggedCall* open = nullptr;
     const LoggedCall* send = nullptr;
@@ -274,6 +280,11 @@ Promise::Bus Promise::lookAtBus() {
             searching = false;
         } else if (call.call == "IOFBGetI2CInterfaceCount" && !searching) {
             bus.framebuffer = true;
+            bus.offered = call.notes.value("count", 0U);
+        } else if (call.call == "IORegistryEntryGetChildIterator" && bus.framebuffer) {
+            bus.looksAmongChildren = true;
+        } else if (call.call == "IOFBCopyI2CInterfaceForBus" && !call.notes.contains("interface")) {
+            ++bus.tried;
         } else if (call.notes.contains("interface") ||
                    (call.call == "IOObjectConformsTo" && bus.framebuffer && call.result != 0)) {
             bus.interface = true;
@@ -285,6 +296,10 @@ Promise::Bus Promise::lookAtBus() {
             }
             bus.send = &call;
         }
+    }
+    const bool isExhausted = bus.tried == bus.offered && bus.looksAmongChildren;
+    if (bus.framebuffer && !bus.interface && !isExhausted) {
+        throw BrokenPromise("the search for a bus is given up");
     }
     return bus;
 }
@@ -504,6 +519,128 @@ std::vector<ListedDisplay> Promise::listDisplays() {
         listed.push_back(row);
     }
     return listed;
+}
+
+bool comesFirst(const ListedDisplay& a, const ListedDisplay& b) {
+    return a.disconnected == b.disconnected ? a.main && !b.main : b.disconnected;
+}
+
+std::vector<ListedDisplay> Promise::listedIn(const std::vector<std::uint32_t>& order) {
+    const std::vector<ListedDisplay> rows = listDisplays();
+    if (!std::ranges::is_permutation(rows, order, {}, &ListedDisplay::id)) {
+        throw BrokenPromise("other displays are listed than promised");
+    }
+    std::vector<ListedDisplay> sorted;
+    for (const std::uint32_t id : order) {
+        sorted.push_back(*std::ranges::find(rows, id, &ListedDisplay::id));
+    }
+    if (!std::ranges::is_sorted(sorted, comesFirst)) {
+        throw BrokenPromise("the list is out of order");
+    }
+    return sorted;
+}
+
+std::string Promise::flagsOf(const ListedDisplay& row) {
+    std::string flags = row.main ? "main," : "";
+    flags += row.builtIn ? "builtin," : "";
+    flags += canControl() ? "ddc" : "no-ddc";
+    flags += row.disconnected ? ",disconnected" : "";
+    flags += disconnectedByUs(row.id) ? ",sls-off" : "";
+    return flags + (memory_.blackouts.contains(row.id) ? ",blackout" : "");
+}
+
+std::vector<std::string> Promise::printedList(const std::vector<std::uint32_t>& order) {
+    std::vector<std::string> lines;
+    for (const ListedDisplay& row : listedIn(order)) {
+        lines.push_back(std::to_string(row.id) + "\t*\t" + flagsOf(row));
+    }
+    return lines;
+}
+
+bool Promise::isShownOn(std::uint32_t id) {
+    return !disconnectedByUs(id) && !memory_.blackouts.contains(id);
+}
+
+std::vector<bool> Promise::menu(const std::vector<std::uint32_t>& order) {
+    std::vector<bool> on;
+    for (const ListedDisplay& row : listedIn(order)) {
+        on.push_back(isShownOn(row.id));
+    }
+    return on;
+}
+
+Promise::Flip Promise::flip(bool on, std::uint32_t id) {
+    if (!on && yes("CGDisplayIsMain", id)) {
+        return {};
+    }
+    Flip flipped;
+    flipped.outcome = setPower(on, id);
+    flipped.isOn = isShownOn(id);
+    return flipped;
+}
+
+bool Promise::seemsOff(std::uint32_t id) {
+    return softDisconnected(id) || memory_.blackouts.contains(id);
+}
+
+Promise::SelfTest Promise::selfTest(const std::vector<std::uint32_t>& order) {
+    const std::vector<ListedDisplay> rows = listedIn(order);
+    SelfTest test;
+    test.lines = {"Veilpane self-test",
+                  "SLS disconnect supported: " +
+                      trueOrFalse(skyLightHas("SLSConfigureDisplayEnabled")),
+                  "Displays: " + std::to_string(rows.size())};
+    if (rows.empty()) {
+        test.lines.emplace_back("FAIL: no displays");
+        test.status = 1;
+        return test;
+    }
+    for (const ListedDisplay& row : rows) {
+        const std::string ddc = trueOrFalse(canControl());
+        const std::string off = trueOrFalse(softDisconnected(row.id));
+        test.lines.push_back("- id=" + std::to_string(row.id) + " name=* main=" +
+                             trueOrFalse(row.main) + " ddc=" + ddc + " disconnected=" + off);
+        test.lines.push_back("  " + statusLine(row.id));
+    }
+    if (!skyLightHas("SLSConfigureDisplayEnabled")) {
+        test.lines.emplace_back("SKIP: SLS API not available");
+        return test;
+    }
+    const auto chosen = std::ranges::find_if(
+        rows, [](const ListedDisplay& row) { return !row.main && !row.disconnected; });
+    if (chosen == rows.end()) {
+        test.lines.emplace_back("SKIP: no non-main display to disconnect");
+        test.lines.emplace_back("OK: guards in place");
+        return test;
+    }
+    test.id = chosen->id;
+    testDisplay(test);
+    return test;
+}
+
+void Promise::testDisplay(SelfTest& test) {
+    const auto tell = [&test](const char* word, const Outcome& outcome) {
+        test.lines.push_back(word + std::string(": method=") + outcome.method +
+                             " success=" + trueOrFalse(outcome.success) + " " + outcome.message);
+    };
+    test.lines.push_back("testing SLS disconnect/reconnect on id=" + std::to_string(test.id) +
+                         " * ...");
+    test.off = setPower(false, test.id);
+    tell("off", *test.off);
+    const bool wentOff = seemsOff(test.id);
+    test.lines.push_back("is_off_state=" + trueOrFalse(wentOff));
+    test.on = setPower(true, test.id);
+    tell("on", *test.on);
+    const bool cameOn = !seemsOff(test.id);
+    test.lines.push_back("is_on_state=" + trueOrFalse(cameOn));
+    if (test.off->success && wentOff && test.on->success && cameOn) {
+        test.lines.emplace_back("OK: power path works (disconnect preferred)");
+    } else if (test.off->success || test.on->success) {
+        test.lines.emplace_back("PARTIAL: some path worked");
+    } else {
+        test.lines.emplace_back("FAIL: power path");
+        test.status = 1;
+    }
 }
 
 } // namespace safety

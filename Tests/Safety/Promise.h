@@ -52,6 +52,9 @@ struct ListedDisplay {
     bool operator==(const ListedDisplay&) const = default;
 };
 
+/// Whether the first must come before the second in the list, whatever their names are.
+[[nodiscard]] bool comesFirst(const ListedDisplay& a, const ListedDisplay& b);
+
 /// The program made another call than it promises. The text says which, and in whose place.
 class BrokenPromise : public std::runtime_error {
     using std::runtime_error::runtime_error;
@@ -74,6 +77,30 @@ public:
     /// In the order of the candidates: the list's own order depends on the names.
     [[nodiscard]] std::vector<ListedDisplay> listDisplays();
     void restoreAll();
+
+    /// What `--list` prints, for its displays in the order in which it does; a star stands for each
+    /// name. Throws BrokenPromise for an order that is none of theirs.
+    [[nodiscard]] std::vector<std::string> printedList(const std::vector<std::uint32_t>& order);
+
+    /// What `--selftest` prints, likewise.
+    struct SelfTest {
+        std::vector<std::string> lines;
+        int status = 0;
+        std::uint32_t id = 0;           ///< the display that was switched
+        std::optional<Outcome> off, on; ///< absent when none was
+    };
+    [[nodiscard]] SelfTest selfTest(const std::vector<std::uint32_t>& order);
+
+    /// Building the menu, for its rows in the order in which they stand: which of them are on.
+    [[nodiscard]] std::vector<bool> menu(const std::vector<std::uint32_t>& order);
+
+    /// Flipping a switch: what is told, if anything is tried, and how the switch stands then.
+    struct Flip {
+        std::optional<Outcome> outcome;
+        bool isOn = true;
+    };
+    [[nodiscard]] Flip flip(bool on, std::uint32_t id);
+
     /// Throws unless every call has been followed.
     void requireEnd() const;
 
@@ -116,6 +143,11 @@ private:
     [[nodiscard]] Outcome switchOn(std::uint32_t id);
     [[nodiscard]] Outcome fallBack(std::uint32_t id);
     void followNames();
+    [[nodiscard]] std::vector<ListedDisplay> listedIn(const std::vector<std::uint32_t>& order);
+    [[nodiscard]] std::string flagsOf(const ListedDisplay& row);
+    [[nodiscard]] bool seemsOff(std::uint32_t id);
+    [[nodiscard]] bool isShownOn(std::uint32_t id);
+    void testDisplay(SelfTest& test);
 
     const Calls& calls_;
     Memory& memory_;

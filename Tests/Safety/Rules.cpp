@@ -59,36 +59,54 @@ bool isThere(const Desk& desk, std::uint32_t id) {
     return sight != nullptr && sight->connected;
 }
 
-/// A time in which the program alone acted.
-struct Stretch {
+/// A stretch of a passage.
+struct Part {
     const Desk& before;
     const Desk& after;
+    bool isFirst = true; ///< nobody has interfered yet
 };
 
-std::vector<Stretch> stretchesOf(const Passage& done) {
+std::vector<Part> partsOf(const Passage& done) {
     if (!done.meanwhile) {
         return {{done.before, done.after}};
     }
-    return {{done.before, done.meanwhile->before}, {done.meanwhile->after, done.after}};
+    std::vector<Part> parts = {{done.before, done.meanwhile->before}};
+    for (const Stretch& stretch : done.meanwhile->between) {
+        parts.push_back({stretch.before, stretch.after, false});
+    }
+    parts.push_back({done.meanwhile->after, done.after, false});
+    return parts;
 }
 
-bool isTouched(const Stretch& stretch) {
+bool isTouched(const Part& stretch) {
     return stretch.before.displays != stretch.after.displays ||
            stretch.before.stored != stretch.after.stored;
+}
+
+bool hasMoved(const Switching& done) {
+    return done.meanwhile && std::ranges::any_of(done.meanwhile->touched, [&](std::uint32_t id) {
+               return isThere(done.meanwhile->before, id) != isThere(done.meanwhile->after, id);
+           });
 }
 
 // Which monitor is a display's cannot be told while displays come and go, nor of one that is not
 // there.
 bool isReplugged(const Switching& done) {
-    const auto hasMoved = [&](std::uint32_t id) {
-        return isThere(done.meanwhile->before, id) != isThere(done.meanwhile->after, id);
-    };
-    return !isThere(done.before, done.id) || !isThere(done.after, done.id) ||
-           (done.meanwhile && std::ranges::any_of(done.meanwhile->touched, hasMoved));
+    return !isThere(done.before, done.id) || !isThere(done.after, done.id) || hasMoved(done);
 }
 
-// The only monitor that speaks DDC is taken for that of any display, so also for one that is not
-// there: a known limit.
+bool isThereThroughout(const Switching& done, std::uint32_t id) {
+    return std::ranges::all_of(partsOf(done), [id](const Part& part) {
+        return isThere(part.before, id) && isThere(part.after, id);
+    });
+}
+
+// A search of the registry sees the others only now and then.
+std::size_t steadyBuses(const Switching& done) {
+    return static_cast<std::size_t>(std::ranges::count_if(
+        done.busDisplays, [&](const auto& id) { return !id || isThereThroughout(done, *id); }));
+}
+
 void forgetMonitor(Sight& sight) {
     sight.standby = sight.lit = false;
     sight.brightness.reset();
@@ -106,14 +124,14 @@ void forgetArrangement(Sight& sight) {
     sight.mirrors = 0;
 }
 
-bool mayChangeMain(const Stretch& stretch, std::uint32_t id) {
+bool mayChangeMain(const Part& stretch, std::uint32_t id) {
     const Sight* const before = find(stretch.before, id);
     const Sight* const after = find(stretch.after, id);
     return before != nullptr && after != nullptr &&
            (before->main != after->main || before->mirrors != 0);
 }
 
-std::string change(const Stretch& stretch, std::uint32_t id, const Switching& done) {
+std::string change(const Part& stretch, std::uint32_t id, const Switching& done) {
     Sight before = stretch.before.at(id);
     Sight after = stretch.after.at(id);
     const bool readable = !before.tables[0].empty() && !after.tables[0].empty();
@@ -125,7 +143,7 @@ std::string change(const Stretch& stretch, std::uint32_t id, const Switching& do
         if (mayChangeMain(stretch, done.id)) {
             forgetArrangement(*sight);
         }
-        if (isReplugged(done)) {
+        if (mayReachAnother(done)) {
             forgetMonitor(*sight);
         }
         if (resetsAllTables(done) || !readable) {
@@ -143,7 +161,7 @@ bool isTarget(const Switching& done, std::uint32_t id) {
 }
 
 std::string changedOthers(const Switching& done) {
-    for (const Stretch& stretch : stretchesOf(done)) {
+    for (const Part& stretch : partsOf(done)) {
         for (const auto& [id, sight] : stretch.before.displays) {
             const std::string difference = change(stretch, id, done);
             if (!isTarget(done, id) && !difference.empty()) {
@@ -156,7 +174,7 @@ std::string changedOthers(const Switching& done) {
 
 bool isOn(const Sight& sight, const Switching& done) {
     const bool isDisconnected = !sight.enabled && done.outcome.method == disconnectTitle;
-    return !isDisconnected && (!sight.isBlack() || done.blackByAnother);
+    return !isDisconnected && (!sight.isBlack() || done.blackByAnother || tablesAreRefused(done));
 }
 
 // A BlackOut that counts already is not begun again, whatever has become of it.
@@ -168,7 +186,7 @@ bool isOff(const Sight& sight, const Switching& done) {
     // Success means that the message was sent; a monitor that was pulled out meanwhile has lost it,
     // and the only one is taken for that of a display that has none.
     if (done.outcome.method == ddcTitle) {
-        return sight.standby || !sight.brightness || isReplugged(done);
+        return sight.standby || isReplugged(done) || (!sight.brightness && mayReachAnother(done));
     }
     const bool canBeBlack = !sight.tables[0].empty();
     return sight.isBlack() || !canBeBlack || done.wasUnderBlackout;
@@ -184,7 +202,8 @@ bool countsAsOff(const Switching& done) {
 }
 
 std::string missingEffect(const Switching& done) {
-    const bool areRefused = tablesAreRefused(done) && done.outcome.method != disconnectTitle;
+    const bool areRefused =
+        !done.on && tablesAreRefused(done) && done.outcome.method != disconnectTitle;
     if (!done.outcome.success || !isThere(done.after, done.id) || areRefused || countsAsOff(done) ||
         isSwitchedByOthers(done)) {
         return {};
@@ -215,7 +234,7 @@ bool hasLitBeside(std::uint32_t id, const Desk& desk) {
 std::string touchedInSpiteOfRefusal(const Switching& done) {
     const bool refused =
         !done.outcome.success && done.outcome.message.find("失败") == std::string::npos;
-    return refused && std::ranges::any_of(stretchesOf(done), isTouched)
+    return refused && std::ranges::any_of(partsOf(done), isTouched)
                ? "refused, and yet something has changed"
                : "";
 }
@@ -223,9 +242,8 @@ std::string touchedInSpiteOfRefusal(const Switching& done) {
 // Which display is the main one and how many are active is looked at before a display is switched
 // off and not again: a known limit for what others do afterwards, as long as they leave no other
 // display lit.
-bool hasLookedTooEarly(const Switching& done, const Stretch& stretch) {
-    const bool isAfterwards = done.meanwhile && &stretch.after == &done.after;
-    if (done.on || !isAfterwards || hasLitBeside(done.id, stretch.before)) {
+bool hasLookedTooEarly(const Switching& done, const Part& stretch) {
+    if (done.on || stretch.isFirst || hasLitBeside(done.id, stretch.before)) {
         return false;
     }
     const auto counted = std::ranges::find(done.calls, "CGGetActiveDisplayList", &LoggedCall::call);
@@ -234,15 +252,16 @@ bool hasLookedTooEarly(const Switching& done, const Stretch& stretch) {
 }
 
 // Others may have made the display the main one since it was asked whether it is.
-bool hasBecomeMain(const Switching& done, const Stretch& stretch) {
+bool hasBecomeMain(const Switching& done, const Part& stretch) {
     const Sight* const asked = done.meanwhile ? find(done.meanwhile->before, done.id) : nullptr;
-    return !done.on && asked != nullptr && !asked->main && &stretch.after == &done.after;
+    return !done.on && (asked == nullptr || !asked->main) && done.meanwhile && !stretch.isFirst;
 }
 
-std::string darkMain(const Switching& done, const Stretch& stretch) {
+std::string darkMain(const Switching& done, const Part& stretch) {
     for (const auto& [id, before] : stretch.before.displays) {
-        const bool isKnownLimit =
-            id == done.id ? done.blackByAnother || hasBecomeMain(done, stretch) : isReplugged(done);
+        const bool isKnownLimit = id == done.id
+                                      ? done.blackByAnother || hasBecomeMain(done, stretch)
+                                      : mayReachAnother(done);
         if (before.main && before.lit && !stretch.after.displays.at(id).lit && !isKnownLimit) {
             return "the main display is dark";
         }
@@ -250,10 +269,21 @@ std::string darkMain(const Switching& done, const Stretch& stretch) {
     return {};
 }
 
+// A display that nobody can see counts as one that remains: a known limit.
+bool isDarkened(const Part& stretch, std::uint32_t id) {
+    const auto counts = [id](const auto& entry) {
+        const Sight& sight = entry.second;
+        return entry.first != id && sight.connected && sight.enabled && !sight.lit;
+    };
+    return stretch.before.litDisplays() > 0 && stretch.after.litDisplays() == 0 &&
+           std::ranges::none_of(stretch.before.displays, counts);
+}
+
 std::string darkness(const Switching& done) {
-    for (const Stretch& stretch : stretchesOf(done)) {
-        const bool isKnownLimit = done.blackByAnother || hasLookedTooEarly(done, stretch);
-        if (isDarkened(stretch.before, stretch.after, done.id) && !isKnownLimit) {
+    for (const Part& stretch : partsOf(done)) {
+        const bool isKnownLimit =
+            done.blackByAnother || hasLookedTooEarly(done, stretch) || mayReachAnother(done);
+        if (isDarkened(stretch, done.id) && !isKnownLimit) {
             return "no display is lit any more";
         }
         if (std::string broken = darkMain(done, stretch); !broken.empty()) {
@@ -320,6 +350,9 @@ std::string remainingChange(Sight before, Sight after, bool isTarget, const Swit
             (off.outcome.method == blackoutTitle || off.wasUnderBlackout)) {
             sight->brightness = 100;
         }
+        if (mayReachAnother(off)) {
+            forgetMonitor(*sight);
+        }
     }
     return differenceOf(before, after);
 }
@@ -356,13 +389,25 @@ std::string brokenRule(const Calls& calls, std::uint32_t target) {
 }
 
 std::string brokenRule(const Switching& done) {
+    std::string lines;
     for (const auto rule : {touchedInSpiteOfRefusal, darkness, changedOthers, missingEffect,
                             otherColours, badMemory}) {
-        if (std::string broken = rule(done); !broken.empty()) {
-            return broken;
-        }
+        addLine(lines, rule(done));
     }
-    return {};
+    return lines;
+}
+
+// A search that goes on while a display comes or goes ends early.
+bool mayReachAnother(const Switching& done) {
+    const bool seesOne =
+        steadyBuses(done) <= 1 && (!isThereThroughout(done, done.id) || !done.wasNamed);
+    return !done.busDisplays.empty() && (hasMoved(done) || seesOne);
+}
+
+void addLine(std::string& lines, const std::string& line) {
+    if (!line.empty() && ("\n" + lines + "\n").find("\n" + line + "\n") == std::string::npos) {
+        lines += (lines.empty() ? "" : "\n") + line;
+    }
 }
 
 bool resetsAllTables(const Passage& done) {
@@ -370,20 +415,20 @@ bool resetsAllTables(const Passage& done) {
 }
 
 std::string brokenByLooking(const Passage& done) {
-    return std::ranges::any_of(stretchesOf(done), isTouched) ? "looking has changed something" : "";
+    return std::ranges::any_of(partsOf(done), isTouched) ? "looking has changed something" : "";
 }
 
 std::string brokenByDarkness(const Passage& done) {
-    const auto isDark = [](const Stretch& stretch) {
+    const auto isDark = [](const Part& stretch) {
         return stretch.before.litDisplays() > 1 && stretch.after.litDisplays() == 0;
     };
-    return std::ranges::any_of(stretchesOf(done), isDark) ? "no display is lit any more" : "";
+    return std::ranges::any_of(partsOf(done), isDark) ? "no display is lit any more" : "";
 }
 
 std::string brokenByLettingGo(const Passage& done, const std::set<std::uint32_t>& blackFromBefore,
                               const std::set<std::uint32_t>& underBlackout,
                               const std::map<std::uint32_t, Tables>& tablesBefore) {
-    for (const Stretch& stretch : stretchesOf(done)) {
+    for (const Part& stretch : partsOf(done)) {
         if (stretch.before.stored != stretch.after.stored) {
             return "the end has changed what is remembered";
         }
@@ -429,39 +474,29 @@ std::string brokenByOffAndOn(const Switching& off, const Switching& on) {
     }
     for (const std::uint32_t id : off.before.stored) {
         const bool isOff = isThere(on.after, id) && !on.after.at(id).enabled;
-        if (isOff && !on.after.stored.contains(id)) {
+        if (isOff && on.seesAll && !on.after.stored.contains(id)) {
             return "off and then on has forgotten " + named(id);
         }
     }
     return {};
 }
 
-std::string brokenByAnEnd(const Desk& before, const Desk& after, std::uint32_t id, bool hadTime) {
-    if (isDarkened(before, after, id)) {
+std::string brokenByAnEnd(const End& end) {
+    const auto& [before, after, id, hadTime, mayReachAnother, seesAll] = end;
+    if (isDarkened({before, after}, id) && !mayReachAnother) {
         return "ended, it leaves no display lit";
     }
     for (const auto& [other, sight] : before.displays) {
         const bool wentOff = sight.connected && sight.enabled && !after.at(other).enabled;
-        if (wentOff && hadTime && !after.stored.contains(other)) {
+        if (wentOff && hadTime && seesAll && !after.stored.contains(other)) {
             return "ended, it has forgotten what it disconnected";
         }
         const bool isNew = after.stored.contains(other) && !before.stored.contains(other);
-        if (isNew && after.at(other).enabled) {
+        if (isNew && hadTime && other == id && after.at(other).enabled) {
             return "ended, it remembers a display that is on";
         }
     }
     return {};
-}
-
-// Two limits are known: the only monitor that speaks DDC is taken for that of a display that is not
-// there, and a display that nobody can see counts as one that remains.
-bool isDarkened(const Desk& before, const Desk& after, std::uint32_t id) {
-    const bool anotherCounts = std::ranges::any_of(before.displays, [id](const auto& entry) {
-        const Sight& sight = entry.second;
-        return entry.first != id && sight.connected && sight.enabled && !sight.lit;
-    });
-    return before.litDisplays() > 0 && after.litDisplays() == 0 && !anotherCounts &&
-           (id == 0 || isThere(before, id));
 }
 
 } // namespace safety

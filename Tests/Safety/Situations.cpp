@@ -36,6 +36,14 @@ constexpr std::string_view wrongTypesInRegistry = R"(
       "properties": { "DisplayVendorID": "4268", "DisplayProductID": true, "DisplayID": [ 2 ] } } ] },
     { "class": "IOFramebuffer", "i2cBuses": 1, "children": [ { "class": "IODisplayConnect",
       "properties": { "DisplayVendorID": 7789, "DisplayProductID": {} } } ] })";
+// The monitors' numbers are where nobody looks for them.
+constexpr std::string_view nothingNamedInRegistry = R"(
+    { "class": "IOFramebuffer", "i2cBuses": 1,
+      "properties": { "DisplayVendorID": 4268, "DisplayProductID": 16 } },
+    { "class": "IOFramebuffer", "i2cBuses": 1,
+      "properties": { "DisplayVendorID": 7789, "DisplayProductID": 23 } })";
+constexpr std::string_view oneBusInRegistry = R"(
+    { "class": "IOFramebuffer" }, { "class": "IOFramebuffer", "i2cBuses": 2 })";
 constexpr std::string_view unreadable2 = R"({ "id": 2, "gamma": false })";
 
 Situation situation(const char* name, std::initializer_list<std::string_view> displays,
@@ -47,11 +55,10 @@ Situation situation(const char* name, std::initializer_list<std::string_view> di
     return {name, simulated_mac::Scene::parse(scene(displays, {members}), name), {1, 2, 3, 4}};
 }
 
-Situation situationWithProfiler(const char* name, const char* manners) {
+Situation situationWithProfiler(const char* name, std::initializer_list<std::string_view> displays,
+                                const char* manners) {
     const std::string profiler = R"("profiler": {)" + std::string(manners) + "}";
-    return {name,
-            simulated_mac::Scene::parse(scene({builtIn1, ddcStudio2}, {profiler}), name),
-            {1, 2, 3, 4}};
+    return {name, simulated_mac::Scene::parse(scene(displays, {profiler}), name), {1, 2, 3, 4}};
 }
 
 std::array<std::uint32_t, 4> displaysOf(const simulated_mac::Scene& scene) {
@@ -114,10 +121,14 @@ std::vector<Situation> written() {
         situation("three displays, slow lists", {main1, ddc2, plain3}, {slowLists}),
         situation("three displays, properties of wrong types", {panel, plainLarge, small},
                   {noSkyLight, registry(wrongTypesInRegistry)}),
-        situationWithProfiler("two displays that the profiler names", ""),
-        situationWithProfiler("a profiler that breaks off and fails",
+        situation("three displays, two buses that nobody can tell apart",
+                  {panel, plainLarge, small}, {noSkyLight, registry(nothingNamedInRegistry)}),
+        situation("two displays, one framebuffer with buses", {main1, ddc2},
+                  {noSkyLight, registry(oneBusInRegistry)}),
+        situationWithProfiler("two displays that the profiler names", {builtIn1, ddcStudio2}, ""),
+        situationWithProfiler("a profiler that breaks off and fails", {main1, ddc2},
                               R"("output": "{\"SPDisplaysDataType\": [", "exit": 3)"),
-        situationWithProfiler("a profiler that is killed and talks nonsense",
+        situationWithProfiler("a profiler that is killed and talks nonsense", {main1, ddc2},
                               R"("output": "\u0000[[\"nonsense\"", "signal": 9)"),
     };
 }

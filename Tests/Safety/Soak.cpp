@@ -6,6 +6,7 @@
 #include "Support/WarmFoundation.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <charconv>
 #include <chrono>
@@ -34,12 +35,13 @@ constexpr const char* usage =
     "\n"
     "  --faults N       carry out N fault runs, evenly chosen from all (10000)\n"
     "  --steps N        take at least N steps of random histories (50000)\n"
-    "  --seed N         what the histories are made from (1)\n"
+    "  --seed N         which of the fault runs, and what the histories are made from (1)\n"
     "  --jobs N         so many at once (2)\n"
     "  --fault-run N    only this one\n"
     "  --replay HISTORY only this one, as a failure prints it\n";
 
 constexpr std::size_t historyLength = 200;
+constexpr std::size_t mostWorkers = 64;
 
 struct Options {
     std::map<std::string, std::size_t> numbers = {
@@ -83,8 +85,8 @@ Options optionsFrom(const std::vector<std::string>& words) {
             reject("there is no option " + option);
         }
     }
-    if (options.numbers["--jobs"] == 0) {
-        reject("--jobs: at least 1");
+    if (options.numbers["--jobs"] == 0 || options.numbers["--jobs"] > mostWorkers) {
+        reject("--jobs: from 1 to " + std::to_string(mostWorkers));
     }
     return options;
 }
@@ -94,6 +96,12 @@ struct Score {
     std::atomic<std::size_t> faultRuns = 0;
     std::atomic<std::size_t> steps = 0;
     std::atomic<std::size_t> violations = 0;
+    /// Where each worker is, for the case that it dies there.
+    struct Place {
+        std::atomic<std::size_t> faultRun = 0;
+        std::atomic<std::size_t> history = 0;
+    };
+    std::array<Place, mostWorkers> places;
 };
 
 Score& sharedScore() {
@@ -158,12 +166,16 @@ struct Share {
 
 void work(const FaultRuns& runs, Options& options, Share share, Score& score) {
     Forked forked;
+    Score::Place& place = score.places.at(share.worker);
     const std::size_t wanted = std::min(options.numbers["--faults"], runs.count());
     for (std::size_t i = share.worker; i < wanted; i += share.workers) {
-        carryOutFaultFrom(runs, i * runs.count() / wanted, forked, score);
+        const std::size_t stride = runs.count() / wanted;
+        place.faultRun = i * runs.count() / wanted + options.numbers["--seed"] % stride;
+        carryOutFaultFrom(runs, place.faultRun, forked, score);
     }
     for (std::size_t i = share.worker; score.steps < options.numbers["--steps"];
          i += share.workers) {
+        place.history = i;
         carryOutHistory(randomHistory(options.numbers["--seed"], i, historyLength), score);
     }
 }
@@ -184,6 +196,13 @@ bool watch(pid_t process, const Score& score, std::size_t wanted) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+std::string whereItDied(const Score::Place& place, Options& options) {
+    const std::string command = std::string("\n    ") + tested_program::replayCommand;
+    const History history = randomHistory(options.numbers["--seed"], place.history, historyLength);
+    return "a worker has not come to its end" + command + " --fault-run " +
+           std::to_string(place.faultRun) + command + " --replay '" + textOf(history) + "'";
+}
+
 void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
     std::vector<pid_t> processes;
     const std::size_t jobs = options.numbers["--jobs"];
@@ -196,9 +215,9 @@ void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
     }
     const std::size_t wanted =
         std::min(options.numbers["--faults"], runs.count()) + options.numbers["--steps"];
-    for (const pid_t process : processes) {
-        if (!watch(process, score, wanted)) {
-            tell(score, "a worker has not come to its end");
+    for (std::size_t worker = 0; worker < jobs; ++worker) {
+        if (!watch(processes[worker], score, wanted)) {
+            tell(score, whereItDied(score.places.at(worker), options));
         }
     }
 }
@@ -215,7 +234,7 @@ int main(int argc, char** argv) {
         carryOutHistory(historyGiven(*options.history), score);
     } else {
         const FaultRuns runs;
-        std::printf("%zu fault runs to choose from; the histories' seed is %zu\n", runs.count(),
+        std::printf("%zu fault runs to choose from; the seed is %zu\n", runs.count(),
                     options.numbers["--seed"]);
         std::fflush(stdout);
         if (options.faultRun) {

@@ -11,8 +11,7 @@ namespace veilpane::test {
 
 namespace {
 
-// A report that is far larger than any real one: it is read to its end, takes no longer than its
-// size explains, and leaves nothing behind.
+// A report that is far larger than any real one is read to its end and leaves nothing behind.
 
 constexpr std::size_t size = 50'000'000; // bytes
 

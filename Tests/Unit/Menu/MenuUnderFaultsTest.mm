@@ -3,11 +3,14 @@
 
 #include "Safety/Forked.h"
 #include "Safety/Mischief.h"
+#include "Safety/Promise.h"
 #include "Safety/Rules.h"
 #include "SimulatedMac/World/Ledger.h"
 #include "Support/MenuBarTest.h"
 #include "Support/Scenes.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
+
+#include <csignal>
 
 namespace veilpane::test {
 
@@ -34,16 +37,18 @@ std::vector<Desk> desks() {
                                               {quick, softwareMirroring, remembered("[2]")})}};
 }
 
-PowerSwitchRowView* switchRowOf(NSMenu* menu, CGDirectDisplayID displayID) {
+std::vector<PowerSwitchRowView*> rowsOf(NSMenu* menu) {
+    std::vector<PowerSwitchRowView*> rows;
     for (NSMenuItem* item in [menu itemArray]) {
         if ([[item view] isKindOfClass:[PowerSwitchRowView class]]) {
-            auto* const row = static_cast<PowerSwitchRowView*>([item view]);
-            if ([row displayID] == displayID) {
-                return row;
-            }
+            rows.push_back(static_cast<PowerSwitchRowView*>([item view]));
         }
     }
-    return nil;
+    return rows;
+}
+
+bool isOn(PowerSwitchRowView* row) {
+    return [[row powerSwitch] state] == NSControlStateValueOn;
 }
 
 bool hasQuitItem(NSMenu* menu) {
@@ -55,58 +60,121 @@ bool hasQuitItem(NSMenu* menu) {
     return false;
 }
 
-/// What the application does between its start and its end, and what is wrong with it; empty for
-/// nothing.
-std::string useMenu(AppDelegate* delegate) {
-    NSMenu* const menu = [[[NSMenu alloc] init] autorelease];
-    for (const CGDirectDisplayID displayID : {2U, 3U}) {
-        [delegate menuNeedsUpdate:menu];
-        if (!hasQuitItem(menu)) {
-            return "a menu without a way to quit";
-        }
-        if (PowerSwitchRowView* const row = switchRowOf(menu, displayID)) {
-            flip(row);
+int alerts = 0;
+
+/// What the application does between its start and its end, held against its promise.
+class Session {
+public:
+    Session(const Scene& scene, const Mischief* wrong) : mac_(Mac::boot(scene)), wrong_(wrong) {
+        mac_.listen([this](const safety::LoggedCall& call) { note(call); });
+        if (wrong_ != nullptr && wrong_->fault) {
+            mac_.failCall(*wrong_->fault);
         }
     }
-    [delegate applicationWillTerminate:anyNotification()];
-    return simulated_mac::ledger::outstanding();
-}
 
-struct Session {
+    /// Throws BrokenPromise.
+    void run() {
+        const auto delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
+        NSMenu* const menu = [[[NSMenu alloc] init] autorelease];
+        for (const CGDirectDisplayID displayID : {2U, 3U}) {
+            open(menu, delegate.get());
+            for (PowerSwitchRowView* const row : rowsOf(menu)) {
+                if ([row displayID] == displayID && ![row isMain]) {
+                    flipOne(row);
+                }
+            }
+        }
+        calls_.clear();
+        [delegate.get() applicationWillTerminate:anyNotification()];
+        safety::Promise promise(calls_, memory_);
+        promise.restoreAll();
+        promise.requireEnd();
+        require(!isDarkWithoutReason(), "the main display is dark");
+        require(simulated_mac::ledger::outstanding().empty(), simulated_mac::ledger::outstanding());
+    }
+
+    [[nodiscard]] const std::string& callNames() const { return names_; }
+
+private:
+    static void require(bool holds, const std::string& otherwise) {
+        if (!holds) {
+            throw safety::BrokenPromise(otherwise);
+        }
+    }
+
+    void note(const safety::LoggedCall& call) {
+        calls_.push_back(call);
+        names_ += call.call + "\n";
+        if (wrong_ != nullptr && wrong_->event && wrong_->event->calls == ++count_) {
+            wrong_->happen(mac_);
+        }
+    }
+
+    void open(NSMenu* menu, AppDelegate* delegate) {
+        calls_.clear();
+        [delegate menuNeedsUpdate:menu];
+        require(hasQuitItem(menu), "a menu without a way to quit");
+        std::vector<std::uint32_t> order;
+        for (PowerSwitchRowView* const row : rowsOf(menu)) {
+            order.push_back([row displayID]);
+        }
+        safety::Promise promise(calls_, memory_);
+        const std::vector<bool> on = promise.menu(order);
+        promise.requireEnd();
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            PowerSwitchRowView* const row = rowsOf(menu)[i];
+            require([row isMain] || isOn(row) == on[i], "a switch stands otherwise than it is");
+        }
+    }
+
+    void flipOne(PowerSwitchRowView* row) {
+        const bool wantsOn = !isOn(row);
+        calls_.clear();
+        alerts = 0;
+        flip(row);
+        const std::string broken = safety::brokenRule(calls_, [row displayID]);
+        require(broken.empty(), broken);
+        safety::Promise promise(calls_, memory_);
+        const auto flipped = promise.flip(wantsOn, [row displayID]);
+        promise.requireEnd();
+        require(isOn(row) == flipped.isOn, "the switch stands otherwise than its display");
+        const int due = flipped.outcome && !flipped.outcome->success ? 1 : 0;
+        require(alerts == due, "an alert comes without a failure, or a failure without an alert");
+    }
+
+    // Whoever makes another display the main one, or mirrors it, may darken the former one.
+    [[nodiscard]] bool isDarkWithoutReason() {
+        return (wrong_ == nullptr || wrong_->fault) && !mac_.display(1).lit;
+    }
+
+    Mac& mac_;
+    const Mischief* wrong_;
+    safety::Calls calls_; ///< since the last thing that the user did
+    safety::Memory memory_;
+    std::size_t count_ = 0; ///< of all calls
+    std::string names_;
+};
+
+struct Ran {
     std::string broken;
     std::string calls; ///< their names, a line each
 };
 
-Session runSession(const Scene& scene, const Mischief* wrong) {
+Ran runSession(const Scene& scene, const Mischief* wrong) {
     @autoreleasepool {
         [NSApplication sharedApplication];
-        const ReplacedMethod runModal(
-            [NSAlert class], @selector(runModal),
-            implementationOf(+[](NSAlert*, SEL) { return NSInteger(0); }));
-        Mac& mac = Mac::boot(scene);
-        safety::Calls calls;
-        mac.listen([&](const safety::LoggedCall& call) {
-            calls.push_back(call);
-            if (wrong != nullptr && wrong->event && wrong->event->calls == calls.size()) {
-                wrong->happen(mac);
-            }
-        });
-        if (wrong != nullptr && wrong->fault) {
-            mac.failCall(*wrong->fault);
+        const ReplacedMethod runModal([NSAlert class], @selector(runModal),
+                                      implementationOf(+[](NSAlert*, SEL) {
+                                          ++alerts;
+                                          return NSInteger(0);
+                                      }));
+        Session session(scene, wrong);
+        try {
+            session.run();
+        } catch (const safety::BrokenPromise& broken) {
+            return {broken.what(), ""};
         }
-        const auto delegate = NSRef<AppDelegate>::adopt([[AppDelegate alloc] init]);
-        Session session;
-        session.broken = useMenu(delegate.get());
-        if (session.broken.empty()) {
-            session.broken = safety::brokenRule(calls, 0);
-        }
-        if (session.broken.empty() && (wrong == nullptr || wrong->fault) && !mac.display(1).lit) {
-            session.broken = "the main display is dark";
-        }
-        for (const safety::LoggedCall& call : calls) {
-            session.calls += call.call + "\n";
-        }
-        return session;
+        return {"", session.callNames()};
     }
 }
 
@@ -121,6 +189,11 @@ std::vector<Mischief> mischiefInTurn(const Scene& scene, const std::string& text
     return all;
 }
 
+// A logout is a request to quit, which waits for the run loop.
+int signalOf(const Mischief& wrong) {
+    return wrong.event && wrong.event->line == "kill" ? SIGKILL : 0;
+}
+
 class MenuUnderFaults : public testing::TestWithParam<Desk> {};
 
 TEST_P(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit) {
@@ -131,11 +204,10 @@ TEST_P(MenuUnderFaults, keeps_its_rules_its_way_to_quit_and_the_main_display_lit
     ASSERT_GT(all.size(), 20U);
     for (const Mischief& wrong : all) {
         const auto end = forked.run([&] { return runSession(scene, &wrong).broken; });
-        const bool endedByEvent =
-            wrong.endsTheProgram() || (wrong.event && end.status == impossibleEvent);
+        const bool isImpossible = wrong.event && end.status == impossibleEvent;
         EXPECT_EQ(end.text, "") << wrong.described();
-        EXPECT_TRUE(endedByEvent || (end.signal == 0 && end.status == 0))
-            << wrong.described() << ": signal " << end.signal << ", status " << end.status;
+        EXPECT_TRUE(isImpossible || end.status == 0) << wrong.described() << ": " << end.status;
+        EXPECT_EQ(end.signal, signalOf(wrong)) << wrong.described();
     }
     RecordProperty("sessions", static_cast<int>(all.size()));
 }

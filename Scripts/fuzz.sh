@@ -7,13 +7,15 @@ set -eu
 
 usage="usage: fuzz.sh [SECONDS FOR EACH]
 
-Feeds each fuzzed program with what a fuzzer makes of its corpus, for 20 seconds or as many as it is told.
-What found something is in build/fuzz/NAME, with the command that replays it."
+Feeds each fuzzed program with what a fuzzer makes of its corpus, for 20 seconds or as many as it is told,
+two at once. What found something is in build/fuzz/NAME, with the command that replays it."
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
 answer_help "$@"
 
 cd "$(dirname "$0")/.."
+# shellcheck source=Scripts/steps.sh
+. Scripts/steps.sh
 [ $# -le 1 ] || refuse "$2"
 seconds=${1:-20}
 case "$seconds" in
@@ -31,14 +33,20 @@ work=$PWD/build/fuzz
 # The simulated Mac's files: in memory where there is a place for them.
 temporary=$(mktemp -d -p /dev/shm 2>/dev/null || mktemp -d)
 trap 'rm -rf "$temporary"' EXIT
-trap 'exit 130' INT TERM HUP
+running=
+stop_all() {
+    for process in $running; do
+        stop_with_children "$process"
+    done
+    exit 130
+}
+trap stop_all INT TERM HUP
 export TMPDIR="$temporary"
 
 of_log() { # NAME PATTERN
     sed -n "s/$2/\\1/p" "$work/$1/log" | tail -n 1
 }
 
-found=0
 tell() { # NAME RESULT
     printf '%-20s %9s executions %6s a second, corpus %4s: %s\n' "$1" \
         "$(of_log "$1" '^stat::number_of_executed_units: *\(.*\)')" \
@@ -48,8 +56,6 @@ tell() { # NAME RESULT
 
 # Naming functions (print_funcs) would launch a symbolizer through the simulated Mac's calls.
 fuzz() { # NAME
-    fed=$((fed + 1))
-    echo "[$fed/$count] Feeding $1 for $seconds s"
     find=$work/$1/find
     mkdir -p "$work/$1/corpus"
     rm -f "$find"
@@ -61,7 +67,7 @@ fuzz() { # NAME
         tell "$1" "nothing found"
         return
     fi
-    found=1
+    : >"$temporary/found"
     tell "$1" "FOUND"
     echo "  log:    build/fuzz/$1/log"
     [ ! -e "$find" ] || echo "  replay: build/linux-fuzz/fuzzers/$1 build/fuzz/$1/find"
@@ -73,6 +79,13 @@ fuzz() { # NAME
 fed=0
 count=$(find Tests/Fuzz/Corpora -mindepth 1 -type d | wc -l)
 for corpus in Tests/Fuzz/Corpora/*/; do
-    fuzz "$(basename "$corpus")"
+    name=$(basename "$corpus")
+    fed=$((fed + 1))
+    echo "[$fed/$count] Feeding $name for $seconds s"
+    fuzz "$name" &
+    running="$running $!"
+    # Two at once; all take the same time.
+    [ $((fed % 2)) -ne 0 ] || wait
 done
-exit "$found"
+wait
+[ ! -e "$temporary/found" ]

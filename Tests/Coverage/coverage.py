@@ -7,11 +7,12 @@ those that are not reached are exactly those that the file UNREACHED explains, a
     FILE | line, true or false | CODE | REASON
 
 CODE is the line without the spaces around it, or the condition that is never true or never false. It
-stands for all such places in the file.
+stands for one place in the file; "line ×2" and the like for so many.
 """
 import collections
 import json
 import pathlib
+import re
 import sys
 
 # A count that is the difference of two others is negative where a process ended in between.
@@ -94,7 +95,7 @@ def unreached_places(lines, branches, sources):
 
 
 def explanations(path):
-    """What is explained: {(file, kind, code): line in the file of explanations}."""
+    """What is explained: {(file, kind, code): (line in the file of explanations, how often)}."""
     explained = {}
     for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), start=1):
         if not line or line.startswith("#"):
@@ -103,9 +104,10 @@ def explanations(path):
         file, _, rest = line.partition(" | ")
         kind, _, rest = rest.partition(" | ")
         code, _, reason = rest.rpartition(" | ")
-        if kind not in ("line", "true", "false") or not code or not reason.strip():
+        form = re.fullmatch(r"(line|true|false)(?: ×(\d+))?", kind)
+        if not form or not code or not reason.strip():
             raise ValueError(f"{path}:{number}: not FILE | line, true or false | CODE | REASON")
-        explained[file, kind, code] = number
+        explained[file, form[1], code] = number, int(form[2] or 1)
     return explained
 
 
@@ -140,15 +142,16 @@ def report(lcov, data, unreached):
     path = pathlib.Path(unreached)
     explained = explanations(path)
     places = list(unreached_places(lines, branches, Sources()))
+    keys = collections.Counter((place.file, place.kind, place.code) for place in places)
     unexplained = [place for place in places if (place.file, place.kind, place.code) not in explained]
-    keys = {(place.file, place.kind, place.code) for place in places}
-    stale = [key for key in explained if key not in keys]
+    stale = [key for key, (_, times) in explained.items() if keys[key] != times]
 
     print(f"\n{len(places)} lines and branches are not reached, {len(unexplained)} of them unexplained")
     for place in places:
         print(("? " if place in unexplained else "  ") + describe(place))
     for key in stale:
-        print(f"{path}:{explained[key]}: explains what is reached, or is not there: {' | '.join(key)}")
+        number, times = explained[key]
+        print(f"{path}:{number}: explains {times}, and {keys[key]} are not reached: {' | '.join(key)}")
     return 1 if unexplained or stale else 0
 
 

@@ -39,6 +39,8 @@ constexpr std::string_view unreadTables =
     "KnownLimits.tables_that_macos_only_claims_to_have_read_are_given_back_black";
 constexpr std::string_view takenMonitor =
     "KnownLimits.the_only_ddc_monitor_is_taken_for_any_display_even_if_it_is_the_main_one";
+constexpr std::string_view cutSearch =
+    "KnownLimits.a_search_for_the_monitor_that_a_change_cuts_short_may_find_another_one";
 constexpr std::string_view believedOff =
     "KnownLimits.a_remembered_display_counts_as_off_while_the_online_list_fails";
 constexpr std::string_view arrivedMessage =
@@ -57,7 +59,8 @@ constexpr std::string_view refusedTables =
 
 constexpr auto knownLies = std::to_array<KnownLie>({
     {"CFNumberGetValue", Lie::any, "is changed, too", "lit, standby, brightness", takenMonitor},
-    {"CFNumberGetValue", Lie::any, "off and then on", "brightness", takenMonitor},
+    {"CFNumberGetValue", Lie::any, "off and then on", "lit, standby, brightness", takenMonitor},
+    {"CFNumberGetValue", Lie::any, "the display is not off", "", takenMonitor},
     {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "remembered", "", believedFailure},
     {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "it remembers", "", believedFailure},
     {"CGCompleteDisplayConfiguration", Lie::failureWithEffect, "has forgotten", "",
@@ -86,8 +89,13 @@ constexpr auto knownLies = std::to_array<KnownLie>({
     {"IOI2CSendRequest", Lie::failureWithEffect, "", "lit, standby, brightness", arrivedMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "the display is not", "", lostMessage},
     {"IOI2CSendRequest", Lie::successWithoutEffect, "", "lit, standby, brightness", lostMessage},
+    {"IOIteratorNext", Lie::any, "is changed, too", "lit, standby, brightness", cutSearch},
+    {"IOIteratorNext", Lie::any, "off and then on", "lit, standby, brightness", cutSearch},
+    {"IOIteratorNext", Lie::any, "the display is not off", "", cutSearch},
     {"IOObjectConformsTo", Lie::any, "", "lit, standby", releasedPort},
     {"IORegistryEntryCreateCFProperty", Lie::any, "is changed, too", "lit, standby, brightness",
+     takenMonitor},
+    {"IORegistryEntryCreateCFProperty", Lie::any, "off and then on", "lit, standby, brightness",
      takenMonitor},
     {"IORegistryEntryCreateCFProperty", Lie::any, "the display is not off", "", takenMonitor},
     {"IORegistryEntryGetChildIterator", Lie::any, "is changed, too", "lit, standby, brightness",

@@ -20,23 +20,30 @@ void lightUp(Desk& desk) {
     }
 }
 
-bool mainIsAwake(const Desk& desk) {
-    return std::ranges::any_of(
-        desk.displays, [](const auto& entry) { return entry.second.main && !entry.second.asleep; });
+// The main display is awake, and no display mirrors another one, or is to when that is back.
+bool isPlain(const Desk& desk) {
+    const auto isAwakeMain = [](const auto& entry) {
+        return entry.second.main && !entry.second.asleep;
+    };
+    const auto mayMirror = [](const auto& entry) {
+        return entry.second.mirrors != 0 || !entry.second.online;
+    };
+    return std::ranges::any_of(desk.displays, isAwakeMain) &&
+           std::ranges::none_of(desk.displays, mayMirror);
 }
 
 // Which display macOS makes the main one is its own business when one comes back, or when it
 // compares those of a set; so is what becomes of those that mirror the display, or were to mirror
-// one that does, and which display comes first in the list when the main one sleeps.
+// one that does, and of all that mirror where a display joins them.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
     if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0) {
         due.main = after.main = false;
     }
     const bool mayMirror =
         done.outcome.method == disconnectTitle && id != done.id && done.before.at(id).mirrors == 0;
-    const bool isBlackout = done.outcome.method == blackoutTitle && id == done.id && !done.on;
+    const bool isBlackout = done.outcome.method == blackoutTitle && !done.on;
     if (done.before.at(id).mirrors == done.id || after.mirrors == done.id || mayMirror ||
-        (isBlackout && !mainIsAwake(done.before))) {
+        (isBlackout && !isPlain(done.before))) {
         due.mirrors = after.mirrors = 0;
     }
 }

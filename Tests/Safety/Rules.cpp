@@ -83,9 +83,12 @@ bool isTouched(const Part& stretch) {
            stretch.before.stored != stretch.after.stored;
 }
 
+// In the parts themselves nobody but the program acts, and it plugs and unplugs nothing.
 bool hasMoved(const Switching& done) {
     return done.meanwhile && std::ranges::any_of(done.meanwhile->touched, [&](std::uint32_t id) {
-               return isThere(done.meanwhile->before, id) != isThere(done.meanwhile->after, id);
+               return std::ranges::any_of(partsOf(done), [&](const Part& part) {
+                   return isThere(part.before, id) != isThere(done.before, id);
+               });
            });
 }
 

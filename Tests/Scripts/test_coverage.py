@@ -58,7 +58,13 @@ class CoverageTest(unittest.TestCase):
             with self.subTest(stale=stale):
                 checked = self.check(EXPLAINED + stale + "\n")
                 self.assertEqual(checked.returncode, 1)
-                self.assertIn("u.txt:2: explains what is reached, or is not there: ", checked.stdout)
+                self.assertIn("u.txt:2: explains 1, and 0 are not reached: ", checked.stdout)
+
+    def test_an_explanation_stands_for_as_many_places_as_it_says(self):
+        for times, status in ((" ×2", 1), ("", 0)):
+            with self.subTest(times=times):
+                explained = EXPLAINED.replace(" | true | ", f" | true{times} | ")
+                self.assertEqual(self.check(explained).returncode, status)
 
     def test_a_condition_counts_for_all_the_types_that_it_was_compiled_for(self):
         sometimes_less = NEVER_LESS[:4] + [1, 0] + NEVER_LESS[6:]

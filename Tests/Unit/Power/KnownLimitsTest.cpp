@@ -36,6 +36,15 @@ TEST_F(KnownLimits, the_only_ddc_monitor_is_taken_for_any_display_even_if_it_is_
     }
 }
 
+TEST_F(KnownLimits, a_search_for_the_monitor_that_a_change_cuts_short_may_find_another_one) {
+    Mac& mac = boot(scene({main1, ddc2, R"({ "id": 3, "ddc": true })"}, {noSkyLight}));
+    // The second search has seen two framebuffers by then.
+    mac.during("IOFBGetI2CInterfaceCount", 5).after("unplug 3");
+    EXPECT_EQ(DisplayPower::setPower(false, 3),
+              (PowerResult{PowerMethod::ddc, true, "DDC 已发送 Power Off"}));
+    EXPECT_FALSE(mac.display(2).lit);
+}
+
 TEST_F(KnownLimits, display_0_is_asked_for_like_any_other) {
     boot(scene({main1, plain2}));
     (void)DisplayPower::setPower(false, 0);

@@ -258,47 +258,69 @@ struct Promise::Bus {
     bool interface = false;
     const LoggedCall* open = nullptr;
     const LoggedCall* send = nullptr;
+
+    void note(const LoggedCall& call);
+    [[nodiscard]] bool isExhausted() const { return tried == offered && looksAmongChildren; }
+
+private:
+    void noteSearch(const LoggedCall& call);
+    void noteFramebuffer(const LoggedCall& call);
+
+    bool searching_ = false;
+    json iterator_;
 };
 
 // The framebuffer is the one that is asked for its buses when the search has given back its
 // iterator, or has needed none.
+void Promise::Bus::note(const LoggedCall& call) {
+    noteSearch(call);
+    if (!searching_) {
+        noteFramebuffer(call);
+    }
+    if (call.call == "IOI2CInterfaceOpen") {
+        open = &call;
+    } else if (call.call == "IOI2CSendRequest") {
+        if (send != nullptr) {
+            throw BrokenPromise("two messages where one is due");
+        }
+        send = &call;
+    }
+}
+
+void Promise::Bus::noteSearch(const LoggedCall& call) {
+    if (call.call == "IOServiceGetMatchingServices") {
+        searching_ = true;
+    } else if (call.call == "IOIteratorNext" && iterator_.is_null()) {
+        iterator_ = call.args[0];
+    } else if (call.call == "IOObjectRelease" && call.args[0] == iterator_) {
+        searching_ = false;
+    }
+}
+
+void Promise::Bus::noteFramebuffer(const LoggedCall& call) {
+    if (call.call == "IOFBGetI2CInterfaceCount") {
+        framebuffer = true;
+        offered = call.notes.value("count", 0U);
+    } else if (call.call == "IORegistryEntryGetChildIterator") {
+        looksAmongChildren = framebuffer;
+    } else if (call.notes.contains("interface") ||
+               (call.call == "IOObjectConformsTo" && framebuffer && call.result != 0)) {
+        interface = true;
+    } else if (call.call == "IOFBCopyI2CInterfaceForBus") {
+        ++tried;
+    }
+}
+
 Promise::Bus Promise::lookAtBus() {
     Bus bus;
-    bool searching = false;
-    json iterator;
     next("dlopen", {coreGraphicsPath, 1});
     if (nextIs("dlsym", {"CGDisplayIOServicePort"})) {
         ++place_;
     }
     for (; place_ < calls_.size() && isOfABus(calls_[place_].call); ++place_) {
-        const LoggedCall& call = calls_[place_];
-        if (call.call == "IOServiceGetMatchingServices") {
-            searching = true;
-        } else if (call.call == "IOIteratorNext" && iterator.is_null()) {
-            iterator = call.args[0];
-        } else if (call.call == "IOObjectRelease" && call.args[0] == iterator) {
-            searching = false;
-        } else if (call.call == "IOFBGetI2CInterfaceCount" && !searching) {
-            bus.framebuffer = true;
-            bus.offered = call.notes.value("count", 0U);
-        } else if (call.call == "IORegistryEntryGetChildIterator" && bus.framebuffer) {
-            bus.looksAmongChildren = true;
-        } else if (call.call == "IOFBCopyI2CInterfaceForBus" && !call.notes.contains("interface")) {
-            ++bus.tried;
-        } else if (call.notes.contains("interface") ||
-                   (call.call == "IOObjectConformsTo" && bus.framebuffer && call.result != 0)) {
-            bus.interface = true;
-        } else if (call.call == "IOI2CInterfaceOpen") {
-            bus.open = &call;
-        } else if (call.call == "IOI2CSendRequest") {
-            if (bus.send != nullptr) {
-                throw BrokenPromise("two messages where one is due");
-            }
-            bus.send = &call;
-        }
+        bus.note(calls_[place_]);
     }
-    const bool isExhausted = bus.tried == bus.offered && bus.looksAmongChildren;
-    if (bus.framebuffer && !bus.interface && !isExhausted) {
+    if (bus.framebuffer && !bus.interface && !bus.isExhausted()) {
         throw BrokenPromise("the search for a bus is given up");
     }
     return bus;
@@ -596,26 +618,29 @@ Promise::SelfTest Promise::selfTest(const std::vector<std::uint32_t>& order) {
         return test;
     }
     for (const ListedDisplay& row : rows) {
-        const std::string ddc = trueOrFalse(canControl());
-        const std::string off = trueOrFalse(softDisconnected(row.id));
-        test.lines.push_back("- id=" + std::to_string(row.id) + " name=* main=" +
-                             trueOrFalse(row.main) + " ddc=" + ddc + " disconnected=" + off);
-        test.lines.push_back("  " + statusLine(row.id));
+        describe(row, test);
     }
-    if (!skyLightHas("SLSConfigureDisplayEnabled")) {
-        test.lines.emplace_back("SKIP: SLS API not available");
-        return test;
-    }
+    const bool canTest = skyLightHas("SLSConfigureDisplayEnabled");
     const auto chosen = std::ranges::find_if(
         rows, [](const ListedDisplay& row) { return !row.main && !row.disconnected; });
-    if (chosen == rows.end()) {
+    if (!canTest) {
+        test.lines.emplace_back("SKIP: SLS API not available");
+    } else if (chosen == rows.end()) {
         test.lines.emplace_back("SKIP: no non-main display to disconnect");
         test.lines.emplace_back("OK: guards in place");
-        return test;
+    } else {
+        test.id = chosen->id;
+        testDisplay(test);
     }
-    test.id = chosen->id;
-    testDisplay(test);
     return test;
+}
+
+void Promise::describe(const ListedDisplay& row, SelfTest& test) {
+    const std::string ddc = trueOrFalse(canControl());
+    const std::string off = trueOrFalse(softDisconnected(row.id));
+    test.lines.push_back("- id=" + std::to_string(row.id) + " name=* main=" +
+                         trueOrFalse(row.main) + " ddc=" + ddc + " disconnected=" + off);
+    test.lines.push_back("  " + statusLine(row.id));
 }
 
 void Promise::testDisplay(SelfTest& test) {

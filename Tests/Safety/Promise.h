@@ -147,6 +147,7 @@ private:
     [[nodiscard]] std::string flagsOf(const ListedDisplay& row);
     [[nodiscard]] bool seemsOff(std::uint32_t id);
     [[nodiscard]] bool isShownOn(std::uint32_t id);
+    void describe(const ListedDisplay& row, SelfTest& test);
     void testDisplay(SelfTest& test);
 
     const Calls& calls_;

@@ -148,6 +148,7 @@ class Runs(unittest.TestCase):
         announced = "echo '9 fault runs to choose from; more'; "
         self.assertEqual(self.first_failure(announced + "echo 'the display is dark'; sleep 600"), "violation")
         self.assertIsNone(self.first_failure(announced + "echo '9 fault runs, 0 history steps'"))
+        self.assertIsNone(self.first_failure(announced + "echo '20 % done'"))
 
     def test_what_ends_badly_without_a_word_has_failed(self):
         self.assertIsNone(self.first_failure("true"))
@@ -162,6 +163,20 @@ class Runs(unittest.TestCase):
             self.assertTrue(not left.exists() or ") Z " in left.read_text(encoding="utf-8"))
 
 
+class WhatCountsAsNoticed(unittest.TestCase):
+    def test_a_bug_is_noticed_only_by_what_passes_without_it(self):
+        with unittest.mock.patch.object(trials, "failure_in", lambda trial, bench: "Soak violation"):
+            with self.assertRaises(builds.Failure):
+                trials.Trials([trials.SAFETY[0]]).require_all_pass([None])
+
+    def test_without_counts_every_trial_is_asked(self):
+        asked = []
+        with unittest.mock.patch.object(trials, "failure_in", lambda trial, bench: asked.append(trial.name)):
+            known = trials.Trials([trials.SAFETY[0]])
+            self.assertIsNone(known.noticing("Veilpane/Power/DisplayPower.cpp", [1], None))
+        self.assertEqual(asked, [trials.SAFETY[0].name])
+
+
 class CommandLine(unittest.TestCase):
     def assert_refused(self, *words):
         done = subprocess.run([sys.executable, PLANT, *words], capture_output=True, text=True, check=False)
@@ -171,6 +186,11 @@ class CommandLine(unittest.TestCase):
         self.assert_refused("--jobs", "0")
         self.assert_refused("--only", "Nowhere.cpp", "--list")
         self.assert_refused("--nonsense")
+        self.assert_refused("--count", "1", "--skip", "1000000", "--list")
+        self.assert_refused("--skip", "3", "--list")
+        self.assert_refused("--by-hand", "--once-unnoticed")
+        for option in (["--count", "3"], ["--only", "ddc.cpp"], ["--list"]):
+            self.assert_refused("--by-hand", *option)
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <iterator>
 #include <map>
+#include <stdexcept>
 
 namespace safety {
 namespace {
@@ -172,6 +173,11 @@ bool endsTheProgram(const std::vector<Mischief>& wrong) {
     return std::ranges::any_of(wrong, &Mischief::endsTheProgram);
 }
 
+std::string toldBy(const Forked::End& end) {
+    return "ended by signal " + std::to_string(end.signal) + ", status " +
+           std::to_string(end.status);
+}
+
 void silenceComplaints() {
     (void)std::freopen("/dev/null", "w", stderr);
 }
@@ -210,6 +216,10 @@ void FaultRuns::addCases(const Situation& situation, Forked& forked) {
 void FaultRuns::addCase(Case one, Forked& forked) {
     const auto end =
         forked.run([&] { return callsOf({*one.situation, one.start, one.operation, {}}); });
+    if (end.signal != 0 || end.status != 0) {
+        throw std::runtime_error(one.situation->name + "; " + wordsFor(one.start) +
+                                 one.operation.described() + ": " + toldBy(end));
+    }
     one.calls = callNamesIn(end.text);
     one.singles = 1;
     std::map<std::string_view, std::uint16_t> waysOf;
@@ -297,8 +307,7 @@ FaultRuns::Result FaultRuns::carryOut(std::size_t number, Forked& forked) const 
         return {Verdict::impossible, ""};
     }
     if (end.signal != 0 || end.status != 0) {
-        return {Verdict::broken, "ended by signal " + std::to_string(end.signal) + ", status " +
-                                     std::to_string(end.status)};
+        return {Verdict::broken, toldBy(end)};
     }
     return {end.text.empty() ? Verdict::held : Verdict::broken, end.text};
 }

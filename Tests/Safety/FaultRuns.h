@@ -26,7 +26,8 @@ enum class Start {
 /// after it, and pairs of these in the power operations with two displays: a numbered list of runs.
 class FaultRuns {
 public:
-    /// Counts the calls of every operation in every situation, which takes some seconds.
+    /// Counts the calls of every operation in every situation, which takes some seconds. Throws
+    /// std::runtime_error for an operation that does not come to its end although nothing fails.
     FaultRuns();
 
     [[nodiscard]] std::size_t count() const { return count_; }

@@ -222,6 +222,23 @@ void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
     }
 }
 
+void tryFaults(Options& options, Score& score) {
+    const FaultRuns runs;
+    std::printf("%zu fault runs to choose from; the seed is %zu\n", runs.count(),
+                options.numbers["--seed"]);
+    std::fflush(stdout);
+    if (!options.faultRun) {
+        workInProcesses(runs, options, score);
+        return;
+    }
+    if (*options.faultRun >= runs.count()) {
+        reject("--fault-run: there is no run " + std::to_string(*options.faultRun));
+    }
+    Forked forked;
+    std::printf("%s\n", runs.described(*options.faultRun).c_str());
+    (void)carryOutFault(runs, *options.faultRun, forked, score);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -230,23 +247,11 @@ int main(int argc, char** argv) {
     warmFoundation();
     warmCollation();
     Score& score = sharedScore();
-    if (options.history) {
-        carryOutHistory(historyGiven(*options.history), score);
-    } else {
-        const FaultRuns runs;
-        std::printf("%zu fault runs to choose from; the seed is %zu\n", runs.count(),
-                    options.numbers["--seed"]);
-        std::fflush(stdout);
-        if (options.faultRun) {
-            if (*options.faultRun >= runs.count()) {
-                reject("--fault-run: there is no run " + std::to_string(*options.faultRun));
-            }
-            Forked forked;
-            std::printf("%s\n", runs.described(*options.faultRun).c_str());
-            (void)carryOutFault(runs, *options.faultRun, forked, score);
-        } else {
-            workInProcesses(runs, options, score);
-        }
+    try {
+        options.history ? carryOutHistory(historyGiven(*options.history), score)
+                        : tryFaults(options, score);
+    } catch (const std::runtime_error& error) {
+        tell(score, error.what());
     }
     std::printf("%zu fault runs, %zu history steps, %zu violations\n", score.faultRuns.load(),
                 score.steps.load(), score.violations.load());

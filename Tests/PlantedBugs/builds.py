@@ -174,6 +174,7 @@ class Bench:
     def plant(self, file, text):
         """Puts a text in the place of a file, which is named from Sources/ on. Whether it compiles."""
         (self.sources / file).write_text(text, encoding="utf-8")
+        self.linked.clear()
         if SOURCES / file in self.recipes.compilations:
             return self._compile(SOURCES / file, self.recipes.planting(SOURCES / file, self.sources / file))
         return all(self._compile(source, self.recipes.replanting(source, self.sources))

@@ -21,4 +21,5 @@ add_library(gtest STATIC EXCLUDE_FROM_ALL /usr/src/googletest/googletest/src/gte
 target_include_directories(gtest
   SYSTEM PUBLIC /usr/src/googletest/googletest/include PRIVATE /usr/src/googletest/googletest)
 set_target_properties(gtest PROPERTIES COMPILE_WARNING_AS_ERROR OFF)
+target_compile_options(gtest PRIVATE -O0)
 add_library(GTest::gtest ALIAS gtest)

@@ -24,10 +24,10 @@ case "$seconds" in
     ;;
 esac
 sh Scripts/bootstrap.sh --tests
-sh Scripts/build.sh linux-fuzz
+sh Scripts/build.sh linux-asan fuzzers
 
 # Stacks of allocations by frame pointers, for speed. They end in GNUstep, so leaks, of which it has its
-# own, are left to the tests under linux-asan and to the simulated Mac's ledger.
+# own, are left to the tests and to the simulated Mac's ledger.
 export ASAN_OPTIONS=fast_unwind_on_malloc=1:detect_leaks=0
 work=$PWD/build/fuzz
 # The simulated Mac's files: in memory where there is a place for them.
@@ -60,7 +60,7 @@ fuzz() { # NAME
     mkdir -p "$work/$1/corpus"
     rm -f "$find"
     python3 Tests/Fuzz/found_inputs.py unpack "Tests/Fuzz/Found/$1.txt" "$temporary/$1"
-    if "build/linux-fuzz/fuzzers/$1" -max_total_time="$seconds" -max_len=4096 -timeout=10 \
+    if "build/linux-asan/fuzzers/$1" -max_total_time="$seconds" -max_len=4096 -timeout=10 \
         -rss_limit_mb=4096 -detect_leaks=0 -print_funcs=0 -print_final_stats=1 -exact_artifact_path="$find" \
         "$work/$1/corpus" "Tests/Fuzz/Corpora/$1" "$temporary/$1" >"$work/$1/log" 2>&1 &&
         [ -n "$(of_log "$1" '^\(stat::number_of_executed_units\):')" ]; then
@@ -70,12 +70,12 @@ fuzz() { # NAME
     : >"$temporary/found"
     tell "$1" "FOUND"
     echo "  log:    build/fuzz/$1/log"
-    [ ! -e "$find" ] || echo "  replay: build/linux-fuzz/fuzzers/$1 build/fuzz/$1/find"
+    [ ! -e "$find" ] || echo "  replay: build/linux-asan/fuzzers/$1 build/fuzz/$1/find"
 }
 
 # A program without a corpus would never be fed, nor one that is not built.
-[ "$(ls build/linux-fuzz/fuzzers)" = "$(ls Tests/Fuzz/Corpora)" ] ||
-    fail 1 "Tests/Fuzz/Corpora has not one folder for each program in build/linux-fuzz/fuzzers"
+[ "$(ls build/linux-asan/fuzzers)" = "$(ls Tests/Fuzz/Corpora)" ] ||
+    fail 1 "Tests/Fuzz/Corpora has not one folder for each program in build/linux-asan/fuzzers"
 fed=0
 count=$(find Tests/Fuzz/Corpora -mindepth 1 -type d | wc -l)
 for corpus in Tests/Fuzz/Corpora/*/; do

@@ -33,9 +33,12 @@ step() {
     "$@" >"$step_log" 2>&1 &
     step_process=$!
     step_reported=$step_begin
+    step_pause=0.02
     while kill -0 "$step_process" 2>/dev/null; do
-        sleep 0.2
+        sleep $step_pause
         step_now=$(date +%s)
+        # What lasts longer than a moment need not be noticed at once when it ends.
+        [ $((step_now - step_begin)) -lt 2 ] || step_pause=0.2
         if [ $((step_now - step_reported)) -ge "$seconds_between_reports" ]; then
             step_reported=$step_now
             step_progress=$(progress_of "$step_log")

@@ -7,7 +7,7 @@ usage="usage: test.sh [--all | NAME]
 Without arguments: sets up, builds, and runs every test once, about five minutes on two processors.
   --all   also checks the form of the sources, looks through them with a static analyzer, runs the
           tests under the sanitizers, feeds the fuzzers and builds the program for a Mac, looks at it and
-          runs it here, about twenty-five minutes; on a Mac nothing more
+          runs it here, about twenty minutes; on a Mac nothing more
   NAME    runs the tests in whose names this occurs, and nothing else; UnitTests and the like are
           the names of all tests in one program
 

@@ -62,7 +62,7 @@ add_executable(Soak Safety/Soak.cpp Safety/CompiledProgram.cpp)
 target_link_libraries(Soak PRIVATE Safety CompilerWarnings)
 # A fair sample of what Scripts/soak.sh does at length; under the sanitizers a smaller one.
 if(VEILPANE_SANITIZE)
-  set(SOAK_SAMPLE --faults 600 --steps 2000)
+  set(SOAK_SAMPLE --part 10 --faults 600 --steps 2000)
 else()
   set(SOAK_SAMPLE --faults 10000 --steps 50000)
 endif()

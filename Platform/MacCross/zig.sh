@@ -7,15 +7,18 @@ folder=$(cd "$(dirname "$0")" && pwd)
 tools=$(cd "$folder/../../.tools" && pwd)
 export ZIG_GLOBAL_CACHE_DIR="$tools/zig-cache" ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
 
-has_output=false
+has_input=false
 stops_early=false
 for argument in "$@"; do
     case $argument in
-    -o) has_output=true ;;
     -c | -E | -S) stops_early=true ;;
+    -*) ;;
+    *.*) has_input=true ;;
     esac
 done
-if $has_output && ! $stops_early; then
+# Also for CMake's first question, which compiler this is. It names no target, and zig would make the C++ library
+# for this machine in a minute; refused, CMake asks with -c.
+if $has_input && ! $stops_early; then
     exec sh "$folder/link.sh" "$tools" "$@"
 fi
 exec "$tools/npm/zig" "$@"

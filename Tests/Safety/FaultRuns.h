@@ -26,9 +26,11 @@ enum class Start {
 /// after it, and pairs of these in the power operations with two displays: a numbered list of runs.
 class FaultRuns {
 public:
-    /// Counts the calls of every operation in every situation, which takes some seconds. Throws
-    /// std::runtime_error for an operation that does not come to its end although nothing fails.
-    FaultRuns();
+    /// Counts the calls of every operation in every situation, which takes some seconds. With
+    /// another `part` than 1 only every part-th of them, scattered over all, is counted and has
+    /// runs. Throws std::runtime_error for an operation that does not come to its end although
+    /// nothing fails.
+    explicit FaultRuns(std::size_t part = 1);
 
     [[nodiscard]] std::size_t count() const { return count_; }
     [[nodiscard]] std::string described(std::size_t number) const;
@@ -52,10 +54,11 @@ private:
         const Situation* situation;
         Start start;
         Operation operation;
-        CallNames calls;
-        std::vector<std::uint16_t> ways; ///< in how many it can go wrong before and at each call
-        std::size_t firstRun;
-        std::size_t singles; ///< runs with one thing wrong; those with two follow
+        CallNames calls = {};
+        /// In how many it can go wrong before and at each call.
+        std::vector<std::uint16_t> ways = {};
+        std::size_t firstRun = 0;
+        std::size_t singles = 0; ///< runs with one thing wrong; those with two follow
     };
     struct Run {
         const Case* of;
@@ -65,8 +68,8 @@ private:
         CallNames calls = {}; ///< that it makes until the last thing goes wrong
     };
 
-    void addCases(const Situation& situation, Forked& forked);
-    void addCase(Case one, Forked& forked);
+    static std::vector<Case> casesOf(const Situation& situation);
+    void addCase(Case one, const Forked::End& end);
     [[nodiscard]] Run run(std::size_t number) const;
     [[nodiscard]] Run completed(Run run, Forked& forked) const;
     [[nodiscard]] static Mischief single(const Case& one, std::size_t number);

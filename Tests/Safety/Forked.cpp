@@ -32,12 +32,17 @@ Forked::~Forked() {
 }
 
 Forked::End Forked::run(const std::function<std::string()>& body) {
+    start(body);
+    return end();
+}
+
+void Forked::start(const std::function<std::string()>& body) {
     page_->size = 0;
-    const pid_t child = fork();
-    if (child < 0) {
+    child_ = fork();
+    if (child_ < 0) {
         throw std::system_error(errno, std::generic_category(), "fork");
     }
-    if (child == 0) {
+    if (child_ == 0) {
         alarm(secondsToHang);
         const std::string text = body();
         page_->size = std::min(text.size(), page_->text.size());
@@ -45,8 +50,11 @@ Forked::End Forked::run(const std::function<std::string()>& body) {
         simulated_mac::Mac::shutDown();
         _exit(0);
     }
+}
+
+Forked::End Forked::end() {
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
     }
     return {std::string(page_->text.data(), page_->size),
             WIFSIGNALED(status) ? WTERMSIG(status) : 0,

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <sys/types.h>
 
 namespace safety {
 
@@ -26,9 +27,15 @@ public:
     };
     End run(const std::function<std::string()>& body);
 
+    /// As run(), in two halves, while others run as well. Each start has its end before the next
+    /// one.
+    void start(const std::function<std::string()>& body);
+    End end();
+
 private:
     struct Page;
     Page* page_;
+    pid_t child_ = 0;
 };
 
 } // namespace safety

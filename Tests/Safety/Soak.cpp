@@ -29,14 +29,15 @@ namespace {
 using namespace safety;
 
 constexpr const char* usage =
-    "usage: Soak [--faults N] [--steps N] [--seed N] [--jobs N]\n"
-    "       Soak --fault-run N\n"
+    "usage: Soak [--faults N] [--steps N] [--seed N] [--jobs N] [--part N]\n"
+    "       Soak [--part N] --fault-run N\n"
     "       Soak --replay HISTORY\n"
     "\n"
     "  --faults N       carry out N fault runs, evenly chosen from all (10000)\n"
     "  --steps N        take at least N steps of random histories (50000)\n"
     "  --seed N         which of the fault runs, and what the histories are made from (1)\n"
     "  --jobs N         so many at once (2)\n"
+    "  --part N         try only one operation in N, for a build in which counting takes long (1)\n"
     "  --fault-run N    only this one\n"
     "  --replay HISTORY only this one, as a failure prints it\n";
 
@@ -45,7 +46,7 @@ constexpr std::size_t mostWorkers = 64;
 
 struct Options {
     std::map<std::string, std::size_t> numbers = {
-        {"--faults", 10000}, {"--steps", 50000}, {"--seed", 1}, {"--jobs", 2}};
+        {"--faults", 10000}, {"--steps", 50000}, {"--seed", 1}, {"--jobs", 2}, {"--part", 1}};
     std::optional<std::size_t> faultRun;
     std::optional<std::string> history;
 };
@@ -88,6 +89,9 @@ Options optionsFrom(const std::vector<std::string>& words) {
     if (options.numbers["--jobs"] == 0 || options.numbers["--jobs"] > mostWorkers) {
         reject("--jobs: from 1 to " + std::to_string(mostWorkers));
     }
+    if (options.numbers["--part"] == 0) {
+        reject("--part: from 1 on");
+    }
     return options;
 }
 
@@ -120,21 +124,29 @@ void tell(Score& score, const std::string& text) {
     std::fflush(stdout);
 }
 
+std::string replayOfFault(std::size_t number, Options& options) {
+    const std::size_t part = options.numbers["--part"];
+    return tested_program::replayCommand + (part == 1 ? "" : " --part " + std::to_string(part)) +
+           " --fault-run " + std::to_string(number);
+}
+
 FaultRuns::Result carryOutFault(const FaultRuns& runs, std::size_t number, Forked& forked,
-                                Score& score) {
+                                Options& options, Score& score) {
     const auto result = runs.carryOut(number, forked);
     score.faultRuns += result.verdict == FaultRuns::Verdict::impossible ? 0 : 1;
     if (result.verdict == FaultRuns::Verdict::broken) {
         tell(score, result.text + "\n    " + runs.described(number) + "\n    " +
-                        tested_program::replayCommand + " --fault-run " + std::to_string(number));
+                        replayOfFault(number, options));
     }
     return result;
 }
 
 // Some events cannot happen to a Mac; then the next run takes its place.
-void carryOutFaultFrom(const FaultRuns& runs, std::size_t number, Forked& forked, Score& score) {
+void carryOutFaultFrom(const FaultRuns& runs, std::size_t number, Forked& forked, Options& options,
+                       Score& score) {
     for (std::size_t i = 0; i < runs.count(); ++i) {
-        const auto result = carryOutFault(runs, (number + i) % runs.count(), forked, score);
+        const auto result =
+            carryOutFault(runs, (number + i) % runs.count(), forked, options, score);
         if (result.verdict != FaultRuns::Verdict::impossible) {
             return;
         }
@@ -171,7 +183,7 @@ void work(const FaultRuns& runs, Options& options, Share share, Score& score) {
     for (std::size_t i = share.worker; i < wanted; i += share.workers) {
         const std::size_t stride = runs.count() / wanted;
         place.faultRun = i * runs.count() / wanted + options.numbers["--seed"] % stride;
-        carryOutFaultFrom(runs, place.faultRun, forked, score);
+        carryOutFaultFrom(runs, place.faultRun, forked, options, score);
     }
     for (std::size_t i = share.worker; score.steps < options.numbers["--steps"];
          i += share.workers) {
@@ -197,10 +209,9 @@ bool watch(pid_t process, const Score& score, std::size_t wanted) {
 }
 
 std::string whereItDied(const Score::Place& place, Options& options) {
-    const std::string command = std::string("\n    ") + tested_program::replayCommand;
     const History history = randomHistory(options.numbers["--seed"], place.history, historyLength);
-    return "a worker has not come to its end" + command + " --fault-run " +
-           std::to_string(place.faultRun) + command + " --replay '" + textOf(history) + "'";
+    return "a worker has not come to its end\n    " + replayOfFault(place.faultRun, options) +
+           "\n    " + tested_program::replayCommand + " --replay '" + textOf(history) + "'";
 }
 
 void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
@@ -223,7 +234,7 @@ void workInProcesses(const FaultRuns& runs, Options& options, Score& score) {
 }
 
 void tryFaults(Options& options, Score& score) {
-    const FaultRuns runs;
+    const FaultRuns runs(options.numbers["--part"]);
     std::printf("%zu fault runs to choose from; the seed is %zu\n", runs.count(),
                 options.numbers["--seed"]);
     std::fflush(stdout);
@@ -236,7 +247,7 @@ void tryFaults(Options& options, Score& score) {
     }
     Forked forked;
     std::printf("%s\n", runs.described(*options.faultRun).c_str());
-    (void)carryOutFault(runs, *options.faultRun, forked, score);
+    (void)carryOutFault(runs, *options.faultRun, forked, options, score);
 }
 
 } // namespace

@@ -387,8 +387,9 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
 }
 
 // Of whole texts in UTF-8 only: it converts all of one, or, where the buffer is too small, nothing.
-CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding, UInt8,
-                         Boolean, UInt8* buffer, CFIndex maxBufLen, CFIndex* usedBufLen) {
+CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding encoding,
+                         UInt8 lossByte, Boolean isExternalRepresentation, UInt8* buffer,
+                         CFIndex maxBufLen, CFIndex* usedBufLen) {
     Call call(__func__, {range.location, range.length, encoding, maxBufLen});
     if (call.failed()) {
         return call.returns(call.failure<CFIndex>());
@@ -397,6 +398,9 @@ CFIndex CFStringGetBytes(CFStringRef string, CFRange range, CFStringEncoding enc
     const auto units = static_cast<CFIndex>(utf16Length(text));
     if (range.location != 0 || range.length != units) {
         crash(__func__, "not the whole text");
+    }
+    if (lossByte != 0 || isExternalRepresentation) {
+        crash(__func__, "not the text as it is");
     }
     const auto size = static_cast<CFIndex>(text.size());
     if (encoding != kCFStringEncodingUTF8 || (buffer != nullptr && size > maxBufLen)) {

@@ -99,6 +99,14 @@ TEST(CrashOfCoreFoundation, misuse_ends_the_process_with_one_line) {
     const UInt8 bytes[2] = {1, 2};
     EXPECT_DEATH(CFDataGetBytes(CFDataCreate(nullptr, bytes, 2), CFRangeMake(0, 4), buffer),
                  "range beyond the data");
+    CFIndex size = 0;
+    const auto sizeOf = [&](CFRange range, UInt8 lossByte, bool hasByteOrderMark) {
+        CFStringGetBytes(CFSTR("name"), range, kCFStringEncodingUTF8, lossByte, hasByteOrderMark,
+                         nullptr, 0, &size);
+    };
+    EXPECT_DEATH(sizeOf(CFRangeMake(0, 2), 0, false), "CFStringGetBytes: not the whole text");
+    EXPECT_DEATH(sizeOf(CFRangeMake(0, 4), '?', false), "CFStringGetBytes: not the text as it is");
+    EXPECT_DEATH(sizeOf(CFRangeMake(0, 4), 0, true), "CFStringGetBytes: not the text as it is");
 }
 
 io_iterator_t servicesOfClass(const char* name) {

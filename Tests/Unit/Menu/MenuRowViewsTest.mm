@@ -3,6 +3,7 @@
 #import "Veilpane/Menu/MenuLabelRowView.h"
 #import "Veilpane/Menu/PowerSwitchRowView.h"
 
+#include <csignal>
 #include <functional>
 #include <optional>
 
@@ -388,10 +389,10 @@ TEST_F(FlippedSwitch, without_a_handler_a_flipped_switch_only_moves) {
 }
 
 TEST_F(MenuRowViews, rows_cannot_come_from_an_archive) {
-    EXPECT_DEATH([[MenuLabelRowView alloc] initWithCoder:nil],
-                 "Fatal error: init\\(coder:\\) has not been implemented");
-    EXPECT_DEATH([[PowerSwitchRowView alloc] initWithCoder:nil],
-                 "Fatal error: init\\(coder:\\) has not been implemented");
+    EXPECT_EXIT([[MenuLabelRowView alloc] initWithCoder:nil], testing::KilledBySignal(SIGABRT),
+                "Fatal error: init\\(coder:\\) has not been implemented");
+    EXPECT_EXIT([[PowerSwitchRowView alloc] initWithCoder:nil], testing::KilledBySignal(SIGABRT),
+                "Fatal error: init\\(coder:\\) has not been implemented");
 }
 
 } // namespace

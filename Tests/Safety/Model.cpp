@@ -34,7 +34,7 @@ bool isPlain(const Desk& desk) {
 
 // Which display macOS makes the main one is its own business when one comes back, or when it
 // compares those of a set; so is what becomes of those that mirror the display, or were to mirror
-// one that does, and of all that mirror where a display joins them.
+// one that does, and of all that mirror where a display joins them or their master joins it.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
     if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0) {
         due.main = after.main = false;
@@ -42,7 +42,9 @@ void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_
     const bool mayMirror =
         done.outcome.method == disconnectTitle && id != done.id && done.before.at(id).mirrors == 0;
     const bool isBlackout = done.outcome.method == blackoutTitle && !done.on;
-    if (done.before.at(id).mirrors == done.id || after.mirrors == done.id || mayMirror ||
+    const std::uint32_t master = done.before.at(id).mirrors;
+    const bool followsItsMaster = master != 0 && done.after.at(master).mirrors == done.id;
+    if (followsItsMaster || master == done.id || after.mirrors == done.id || mayMirror ||
         (isBlackout && !isPlain(done.before))) {
         due.mirrors = after.mirrors = 0;
     }

@@ -134,6 +134,15 @@ bool mayChangeMain(const Part& stretch, std::uint32_t id) {
            (before->main != after->main || before->mirrors != 0);
 }
 
+// A display that comes back may be what the master of others is to mirror again; macOS makes
+// another arrangement of them then, which may have another main display.
+bool followsItsMaster(const Part& stretch, std::uint32_t id, std::uint32_t switched) {
+    const Sight* const target = find(stretch.before, switched);
+    const std::uint32_t ownMaster = stretch.before.at(id).mirrors;
+    const Sight* const master = find(stretch.after, ownMaster != 0 ? ownMaster : id);
+    return target != nullptr && !target->online && master != nullptr && master->mirrors == switched;
+}
+
 std::string change(const Part& stretch, std::uint32_t id, const Switching& done) {
     Sight before = stretch.before.at(id);
     Sight after = stretch.after.at(id);
@@ -143,7 +152,7 @@ std::string change(const Part& stretch, std::uint32_t id, const Switching& done)
         before.mirrors = after.mirrors = 0;
     }
     for (Sight* const sight : {&before, &after}) {
-        if (mayChangeMain(stretch, done.id)) {
+        if (mayChangeMain(stretch, done.id) || followsItsMaster(stretch, id, done.id)) {
             forgetArrangement(*sight);
         }
         if (mayReachAnother(done)) {

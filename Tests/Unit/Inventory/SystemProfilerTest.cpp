@@ -64,10 +64,24 @@ TEST_F(SystemProfilerTest, nobody_hears_its_complaints) {
               std::vector<int>{STDERR_FILENO});
 }
 
-TEST_F(SystemProfilerTest, no_ended_profiler_stays_behind) {
-    (void)startOfProfiler();
+void expectNoChild() {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(SystemProfilerTest, no_ended_profiler_stays_behind) {
+    (void)startOfProfiler();
+    expectNoChild();
+}
+
+simulated_mac::SceneFault failsWith(const char* call, int error, int nth = 1) {
+    return {.call = call, .nth = nth, .returns = -1, .errorNumber = error};
+}
+
+TEST_F(SystemProfilerTest, none_stays_behind_either_where_waiting_for_it_is_interrupted) {
+    boot().failCall(failsWith("waitpid", EINTR));
+    (void)runSystemProfiler();
+    expectNoChild();
 }
 
 struct Disturbance {
@@ -86,10 +100,6 @@ TEST_P(DisturbedProfiler, is_read_as_far_as_it_can_be) {
     const auto output = runSystemProfiler();
     EXPECT_EQ(output.has_value() && output->find("Studio") != std::string::npos,
               GetParam().hasOutput);
-}
-
-simulated_mac::SceneFault failsWith(const char* call, int error, int nth = 1) {
-    return {.call = call, .nth = nth, .returns = -1, .errorNumber = error};
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -44,7 +44,8 @@ def _told_failure(process, heard):
     return None
 
 
-# Waiting for a processor counts for nothing, so that a busy machine makes no bug noticed.
+# Waiting for a processor counts for nothing, so that a busy machine makes no bug noticed. What looks now and then
+# whether something has happened is waiting all the same.
 def _watch(session, heard, ended):
     """Ends the processes of a session that compute or wait for too long without a word."""
     waited, computed = 0, 0.0
@@ -53,7 +54,7 @@ def _watch(session, heard, ended):
         if heard.is_set():
             heard.clear()
             waited, computed = 0, seconds
-        waited = 0 if "R" in states or "D" in states else waited + 1
+        waited += 0 if "R" in states or "D" in states else 1
         if (waited > SECONDS_OF_WAITING or seconds - computed > SECONDS_OF_COMPUTING
                 or STOPPED.is_set()):
             _end(session)

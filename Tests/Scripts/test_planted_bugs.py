@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """What is planted as a bug, and what the lists of bugs are held to: test_planted_bugs.py"""
 
+import itertools
 import pathlib
 import subprocess
 import sys
@@ -154,6 +155,12 @@ class Runs(unittest.TestCase):
         self.assertIsNone(self.first_failure("true"))
         self.assertIsNotNone(self.first_failure("exit 3"))
         self.assertIsNotNone(self.first_failure("kill -SEGV $$"))
+
+    def test_what_waits_too_long_has_failed_also_when_it_looks_around_meanwhile(self):
+        states = itertools.cycle([({"S"}, 0.0), ({"S", "R"}, 0.0)])
+        with (unittest.mock.patch.object(runs, "SECONDS_OF_WAITING", 1),
+              unittest.mock.patch.object(runs, "_state", lambda session: next(states))):
+            self.assertIsNotNone(self.first_failure("sleep 20"))
 
     def test_nothing_is_left_of_a_run_also_in_other_groups(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -95,6 +95,21 @@ TEST(OwnedTest, a_file_descriptor_is_closed_with_its_owner) {
     EXPECT_FALSE(FileDescriptor(-1));
 }
 
+TEST(OwnedTest, the_lowest_file_descriptor_is_one_too_and_is_closed_once) {
+    close(STDIN_FILENO);
+    const auto openLowest = [] { return open("/dev/null", O_RDONLY | O_CLOEXEC); };
+    {
+        FileDescriptor lowest(openLowest());
+        ASSERT_EQ(lowest.get(), STDIN_FILENO);
+        EXPECT_TRUE(lowest);
+        lowest.reset();
+        EXPECT_FALSE(lowest);
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+        ASSERT_EQ(openLowest(), STDIN_FILENO);
+    }
+    EXPECT_NE(fcntl(STDIN_FILENO, F_GETFD), -1);
+}
+
 TEST(OwnedTest, a_file_descriptor_that_takes_over_another_closes_its_own_at_once) {
     FileDescriptor kept(open("/dev/null", O_RDONLY | O_CLOEXEC));
     FileDescriptor moved(open("/dev/null", O_RDONLY | O_CLOEXEC));

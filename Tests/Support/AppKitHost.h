@@ -24,8 +24,9 @@ CGFloat pixelRounding();
 /// Mac without shadows and the inset of a text.
 NSRect alignmentRect(NSView* view);
 
-/// Calls `drawing` with a picture of this size, in points, as what it draws on.
-void drawUnseen(NSSize size, const std::function<void()>& drawing);
+/// Calls `drawing` with a picture of this size, in points, as what it draws on, and returns the
+/// picture, which is autoreleased: red, green, blue and what it covers for each pixel.
+NSBitmapImageRep* drawUnseen(NSSize size, const std::function<void()>& drawing);
 
 /// What the program wrote of a standard error's text. A Mac's frameworks write there too, lines
 /// that do not begin as the log's.

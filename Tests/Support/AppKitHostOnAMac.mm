@@ -24,7 +24,7 @@ NSRect alignmentRect(NSView* view) {
     return [view alignmentRectForFrame:[view frame]];
 }
 
-void drawUnseen(NSSize size, const std::function<void()>& drawing) {
+NSBitmapImageRep* drawUnseen(NSSize size, const std::function<void()>& drawing) {
     NSBitmapImageRep* const picture =
         [[[NSBitmapImageRep alloc] initWithBitmapDataPlanes:nullptr
                                                  pixelsWide:static_cast<NSInteger>(size.width)
@@ -43,6 +43,7 @@ void drawUnseen(NSSize size, const std::function<void()>& drawing) {
     }
     drawing();
     [NSGraphicsContext restoreGraphicsState];
+    return picture;
 }
 
 std::string withoutFrameworkMessages(const std::string& standardError) {

@@ -18,11 +18,14 @@ NSRect alignmentRect(NSView* view) {
     return [view frame];
 }
 
-void drawUnseen(NSSize size, const std::function<void()>& drawing) {
+NSBitmapImageRep* drawUnseen(NSSize size, const std::function<void()>& drawing) {
     NSImage* const canvas = [[[NSImage alloc] initWithSize:size] autorelease];
     [canvas lockFocus];
     drawing();
+    NSBitmapImageRep* const picture = [[[NSBitmapImageRep alloc]
+        initWithFocusedViewRect:NSMakeRect(0, 0, size.width, size.height)] autorelease];
     [canvas unlockFocus];
+    return picture;
 }
 
 std::string withoutFrameworkMessages(const std::string& standardError) {

@@ -284,6 +284,17 @@ TEST_F(DDCTransport, without_a_bus_the_first_i2c_child_is_taken) {
     EXPECT_FALSE(IOObjectConformsTo(interface.get(), "IOFramebufferI2CInterface"));
 }
 
+// Whether the one class descends from the other is the Mac's business.
+TEST_F(DDCTransport, a_child_is_asked_for_both_classes_of_i2c_interfaces) {
+    boot(ddcScene(R"({ "class": "IOFramebuffer", "properties": { "DisplayID": 2 },
+        "children": [ { "class": "IODisplayConnect" } ] })"));
+    const IORef framebuffer = copy_framebuffer_for_display(2);
+    EXPECT_FALSE(copy_i2c_interface(framebuffer.get()));
+    EXPECT_EQ(calls({"IOObjectConformsTo"}),
+              (std::vector<std::string>{"IOObjectConformsTo(4100, IOFramebufferI2CInterface) = 0",
+                                        "IOObjectConformsTo(4100, IOI2CInterface) = 0"}));
+}
+
 TEST_F(DDCTransport, when_all_buses_fail_the_children_are_tried) {
     Mac& mac = boot();
     mac.failCall(fails("IOFBCopyI2CInterfaceForBus").every().with(-1));

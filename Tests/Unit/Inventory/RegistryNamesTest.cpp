@@ -28,6 +28,7 @@ TEST_F(RegistryNames, a_product_name_is_a_text_or_the_best_language_of_a_table) 
         {R"({ "en": "\u0000\u65ad" })", std::string("\0断", 4)},
         {R"({ "en_US": "Studio", "de": "Atelier" })", "Studio"},
         {R"({ "zh_CN": "", "en": "Plain" })", "Plain"},
+        {R"({ "zh_CN": "", "de": "Atelier", "en": "Plain" })", "Plain"},
         {R"({ "zh-Hans": "二", "zh_CN": "一", "en_US": "US" })", "一"},
         {R"({ "zh-Hans": "二", "en_US": "US", "en": "E" })", "二"},
         {R"({ "en": "E", "en_US": "US" })", "US"},

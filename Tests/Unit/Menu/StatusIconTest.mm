@@ -101,6 +101,24 @@ TEST_F(StatusIcon, is_a_screen_on_a_stand_with_a_power_dot) {
                      "stroke 1.6 round M 5.5 2.8 L 12.5 2.8", "fill" + elements(dot)}));
 }
 
+// Whatever the ground, as black adds no colour to any pixel and covers some.
+TEST_F(StatusIcon, is_black_on_nothing) {
+    NSImage* const icon = makeStatusIcon();
+    NSBitmapImageRep* const picture =
+        drawUnseen(NSMakeSize(18, 18), [icon] { [[[icon representations] objectAtIndex:0] draw]; });
+    ASSERT_EQ([picture samplesPerPixel], 4);
+    NSUInteger colour = 0;
+    NSUInteger cover = 0;
+    for (NSInteger place = 0; place < [picture pixelsWide] * [picture pixelsHigh]; ++place) {
+        NSUInteger samples[4] = {};
+        [picture getPixel:samples atX:place % [picture pixelsWide] y:place / [picture pixelsWide]];
+        colour += samples[0] + samples[1] + samples[2];
+        cover += samples[3];
+    }
+    EXPECT_EQ(colour, 0U);
+    EXPECT_GT(cover, 0U);
+}
+
 } // namespace
 
 } // namespace veilpane::test

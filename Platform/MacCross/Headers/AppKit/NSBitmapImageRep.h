@@ -17,6 +17,10 @@ NS_ASSUME_NONNULL_BEGIN
                                    colorSpaceName:(NSColorSpaceName)colorSpaceName
                                       bytesPerRow:(NSInteger)rowBytes
                                      bitsPerPixel:(NSInteger)pixelBits;
+
+@property (readonly) NSInteger samplesPerPixel;
+// As many samples as a pixel has, from the picture's upper left corner on.
+- (void)getPixel:(NSUInteger[_Nonnull])samples atX:(NSInteger)x y:(NSInteger)y;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -7,6 +7,9 @@ NS_ASSUME_NONNULL_BEGIN
 @interface NSImageRep : NSObject
 // Into the current graphics context.
 - (BOOL)draw;
+
+@property NSInteger pixelsWide;
+@property NSInteger pixelsHigh;
 @end
 
 NS_ASSUME_NONNULL_END

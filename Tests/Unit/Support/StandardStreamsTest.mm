@@ -73,6 +73,20 @@ INSTANTIATE_TEST_SUITE_P(
                     MissingRow{"all", {0, 1, 2}, "/dev/null /dev/null /dev/null"}),
     [](const auto& info) { return info.param.name; });
 
+TEST(StandardStreams, nothing_is_opened_where_none_is_missing) {
+    const ChildOutcome outcome = inChildProcess([] {
+        const auto lowestFree = [] {
+            const int descriptor = dup(STDIN_FILENO);
+            close(descriptor);
+            return descriptor;
+        };
+        const int before = lowestFree();
+        openMissingStandardDescriptors();
+        return std::string(lowestFree() == before ? "none" : "some");
+    });
+    EXPECT_EQ(outcome, (ChildOutcome{0, "none"}));
+}
+
 TEST(StandardStreams, what_was_missing_can_be_read_and_written) {
     const ChildOutcome outcome = inChildProcess([] {
         std::string modes;

@@ -13,6 +13,7 @@
 #import <objc/runtime.h>
 
 #include <cmath>
+#include <csignal>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -361,7 +362,7 @@ TEST_F(AppDelegateTest, flipping_it_on_again_reconnects_the_display) {
     flip(switchRow(menu, 2));
     EXPECT_TRUE(mac.display(2).enabled);
     EXPECT_TRUE(isOn(switchRow(menu, 2)));
-    EXPECT_TRUE(rows().at(7).starts_with("disabled '开： ")) << rows().at(7);
+    EXPECT_EQ(rows().at(7), "disabled '开： 已重新连接显示器' 11 tertiary height 28");
 }
 
 TEST_F(AppDelegateTest, screen_readers_hear_of_each_display_its_name_and_what_it_really_does) {
@@ -666,6 +667,15 @@ TEST_F(AppDelegateTest, the_menu_is_cancelled_without_animation_before_an_alert)
 
 TEST_F(AppDelegateTest, restorable_state_is_said_to_be_secure) {
     EXPECT_TRUE([delegate.get() applicationSupportsSecureRestorableState:NSApp]);
+}
+
+TEST_F(AppDelegateTest, quitting_no_application_is_a_mistake_that_ends_the_program) {
+    const auto quitNothing = [this] {
+        NSApp = nil;
+        [delegate.get() quit];
+    };
+    EXPECT_EXIT(quitNothing(), testing::KilledBySignal(SIGABRT),
+                "Fatal error: there is no application to quit\n");
 }
 
 TEST_F(AppDelegateTest, quitting_closes_the_menu_and_terminates_the_application) {

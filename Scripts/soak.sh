@@ -13,6 +13,7 @@ Without options: 100000 fault runs and 1000000 steps of histories. Its last line
   --replay HISTORY   only this one, as a failure prints it
   --faults N, --steps N, --seed N, --jobs N
                      how much, from which seed, how many at once
+  --part N           of one operation in N only; those under the sanitizers are of one in ten
   --fuzz [SECONDS]   the fuzzers instead, each for so long (600)"
 # shellcheck source=Scripts/arguments.sh
 . "$(dirname "$0")/arguments.sh"
@@ -25,7 +26,8 @@ fi
 is_option=yes
 for word; do
     case "$is_option $word" in
-    'yes --fault-run' | 'yes --replay' | 'yes --faults' | 'yes --steps' | 'yes --seed' | 'yes --jobs')
+    'yes --fault-run' | 'yes --replay' | 'yes --faults' | 'yes --steps' | 'yes --seed' | 'yes --jobs' | \
+        'yes --part')
         is_option=no
         ;;
     yes*) refuse "$word" ;;

@@ -88,7 +88,7 @@ TEST_F(DDCTransport, one_message_takes_one_open_one_send_and_one_close) {
     EXPECT_TRUE(tail[0].starts_with("IOI2CInterfaceOpen"));
     EXPECT_TRUE(tail[1].starts_with("IOObjectRelease"));
     EXPECT_TRUE(tail[2].starts_with("IOI2CSendRequest"));
-    EXPECT_TRUE(tail[3].starts_with("IOI2CInterfaceClose"));
+    EXPECT_EQ(tail[3], "IOI2CInterfaceClose(1, 0) = 0");
     EXPECT_TRUE(tail[4].starts_with("IOObjectRelease"));
 }
 
@@ -187,6 +187,7 @@ INSTANTIATE_TEST_SUITE_P(
         MatchCase{"display_id_as_3_bytes_of_data_is_none",
                   framebuffer(displayID(R"({ "data": "020000" })")), 2, false},
         MatchCase{"display_id_as_text_is_none", framebuffer(displayID(R"("2")")), 2, false},
+        MatchCase{"display_id_as_text_is_not_1_either", framebuffer(displayID(R"("2")")), 1, false},
         MatchCase{"display_id_above_the_signed_range", framebuffer(displayID("4026531840")),
                   4026531840, true},
         MatchCase{"childs_display_id_as_number", framebuffer(child(R"("DisplayID": 2)")), 2, true},

@@ -11,20 +11,29 @@ target_sources(TestSupport PRIVATE
 # The safety runs have a main function of their own, and take the rest.
 set_source_files_properties(Support/TestMainOnLinux.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 
-# CTest runs four tests at once, which suits those that wait. One that computes on two processors has them for
-# itself.
-set(ALL_PROCESSORS 4)
+# CTest runs four tests at once, which suits those that wait. One that computes on two processors has them nearly
+# for itself: beside it is room for one that waits.
+set(ALL_PROCESSORS 3)
+
+# Tests are compiled more often than anybody waits for what they compute themselves. All of a precompiled header's
+# users are optimised alike.
+target_compile_options(TestSupport PRIVATE -O0)
 
 # Each executable starts once and runs its tests in copies of itself, two at a time.
 function(register_tests tests label)
-  # They are compiled more often than anybody waits for what they compute themselves.
   target_compile_options(${tests} PRIVATE -O0)
   add_test(NAME ${tests} COMMAND ${tests} --jobs 2 ${ARGN})
   # All tests of an executable together, under the sanitizers on a busy machine; a single one has its own.
   set_tests_properties(${tests} PROPERTIES LABELS ${label} PROCESSORS ${ALL_PROCESSORS} TIMEOUT 2400)
 endfunction()
+# wait_beside_others(TEST…): they wait for most of their time, so they run one after the other, beside those that
+# compute.
+function(wait_beside_others)
+  set_tests_properties(${ARGN} PROPERTIES PROCESSORS 1 RESOURCE_LOCK waiting)
+endfunction()
 register_tests(UnitTests unit)
 register_tests(SimulatedMacTests simulated-mac)
+wait_beside_others(SimulatedMacTests)
 register_tests(MenuBarTests menu-bar --screens)
 register_tests(EndToEndTests end-to-end --screens)
 
@@ -110,14 +119,14 @@ target_compile_definitions(MacProbeTests PRIVATE
   MACPROBE_EXECUTABLE="$<TARGET_FILE:macprobe>" VEILPANE_EXECUTABLE="$<TARGET_FILE:Veilpane>"
   MACSIM_EXECUTABLE="$<TARGET_FILE:macsim>")
 add_dependencies(MacProbeTests macprobe macsim Veilpane)
-precompile(MacProbeTests <nlohmann/json.hpp> <gtest/gtest.h>)
+reuse_precompiled(MacProbeTests TestSupport)
 # A killed process tells no sanitizer's findings, and copying a sanitized one twice for each call takes minutes.
 if(VEILPANE_SANITIZE)
   set(probe_tests "--gtest_filter=-MacProbeSwitching.*killed:MacProbeSwitching.it_comes_back_on*")
 endif()
-# Most of them wait, as a person at a Mac would.
+# As a person at a Mac would.
 register_tests(MacProbeTests mac-probe --jobs 4 ${probe_tests})
-set_tests_properties(MacProbeTests PROPERTIES PROCESSORS 2)
+wait_beside_others(MacProbeTests)
 
 target_sources(MenuBarTests PRIVATE
   Support/AppKitHostOnLinux.mm
@@ -139,7 +148,7 @@ target_link_libraries(GNUstepTests PRIVATE TestSupport CompilerWarnings glpk)
 compile_as_one(GNUstepTests)
 register_tests(GNUstepTests gnustep --screens)
 
-precompile(Safety <nlohmann/json.hpp>)
+reuse_precompiled(Safety SimulatedMacWorld)
 # Whoever links it takes only what it needs: the desk and what may happen to it ask for no tested program.
 set_target_properties(Safety PROPERTIES UNITY_BUILD_MODE GROUP)
 set_source_files_properties(

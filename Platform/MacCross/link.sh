@@ -28,14 +28,14 @@ x86_64-macos.*) architecture=x86_64 ;;
 esac
 
 # The C++ library and what the compiler calls: zig makes them when it links for the first time, and
-# tells where they are.
+# tells where they are; and a sanitizer's, unless told not to.
 libraries=$ZIG_GLOBAL_CACHE_DIR/libraries-$compiler-$target
 if [ ! -s "$libraries" ]; then
     temporary=$(mktemp -d)
     trap 'rm -rf "$temporary"' EXIT
     echo 'int main() {}' >"$temporary/empty.cpp"
-    "$tools/npm/zig" "$compiler" --target="$target" --verbose "$temporary/empty.cpp" \
-        -o "$temporary/empty" >"$temporary/log" 2>&1 || { cat "$temporary/log" >&2; exit 1; }
+    "$tools/npm/zig" "$compiler" --target="$target" -fno-sanitize=undefined --verbose \
+        "$temporary/empty.cpp" -o "$temporary/empty" >"$temporary/log" 2>&1 || { cat "$temporary/log" >&2; exit 1; }
     grep -o "$ZIG_GLOBAL_CACHE_DIR/o/[0-9a-f]*/lib[a-z_+]*\.a" "$temporary/log" | sort -u >"$temporary/list"
     mv "$temporary/list" "$libraries"
 fi

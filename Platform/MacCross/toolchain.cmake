@@ -13,9 +13,9 @@ string(REPLACE arm64 aarch64 VEILPANE_ZIG_ARCHITECTURE ${VEILPANE_SLICE_ARCHITEC
 foreach(language C CXX OBJCXX ASM)
   set(CMAKE_${language}_COMPILER_TARGET ${VEILPANE_ZIG_ARCHITECTURE}-macos.${CMAKE_OSX_DEPLOYMENT_TARGET})
 endforeach()
-# zig turns a sanitizer on for whatever is not optimised.
+# zig turns a sanitizer and debug information on for whatever is not optimised.
 foreach(language C CXX OBJCXX)
-  set(CMAKE_${language}_FLAGS_INIT -fno-sanitize=undefined)
+  set(CMAKE_${language}_FLAGS_INIT "-fno-sanitize=undefined -g0")
 endforeach()
 find_program(CMAKE_AR llvm-ar-19 REQUIRED)
 find_program(CMAKE_RANLIB llvm-ranlib-19 REQUIRED)

@@ -79,6 +79,11 @@ std::size_t Desk::litDisplays() const {
         std::ranges::count_if(displays, [](const auto& entry) { return entry.second.lit; }));
 }
 
+bool Desk::isMaster(std::uint32_t id) const {
+    return std::ranges::any_of(displays,
+                               [id](const auto& entry) { return entry.second.mirrors == id; });
+}
+
 Desk lookAt(simulated_mac::Mac& mac) {
     const simulated_mac::InternalCalls unseen;
     Desk desk;

@@ -41,6 +41,8 @@ struct Desk {
 
     [[nodiscard]] const Sight& at(std::uint32_t id) const { return displays.at(id); }
     [[nodiscard]] std::size_t litDisplays() const;
+    /// Whether another display mirrors this one.
+    [[nodiscard]] bool isMaster(std::uint32_t id) const;
 };
 
 /// Looks without leaving a trace in the call log.

@@ -33,10 +33,12 @@ bool isPlain(const Desk& desk) {
 }
 
 // Which display macOS makes the main one is its own business when one comes back, or when it
-// compares those of a set; so is what becomes of those that mirror the display, or were to mirror
-// one that does, and of all that mirror where a display joins them or their master joins it.
+// compares those of a set or a set loses its master; so is what becomes of those that mirror the
+// display, or were to mirror one that does, and of all that mirror where a display joins them or
+// their master joins it.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
-    if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0) {
+    const bool isInSet = done.before.at(done.id).mirrors != 0 || done.before.isMaster(done.id);
+    if (done.on || done.outcome.method == blackoutTitle || isInSet) {
         due.main = after.main = false;
     }
     const bool mayMirror =

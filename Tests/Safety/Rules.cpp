@@ -151,6 +151,11 @@ std::string change(const Part& stretch, std::uint32_t id, const Switching& done)
     if (before.mirrors == done.id || after.mirrors == done.id) {
         before.mirrors = after.mirrors = 0;
     }
+    // Without the master that goes, macOS arranges the others as it last knew them.
+    if (stretch.before.isMaster(done.id)) {
+        before.main = after.main = false;
+        before.mirrors = after.mirrors = 0;
+    }
     for (Sight* const sight : {&before, &after}) {
         if (mayChangeMain(stretch, done.id) || followsItsMaster(stretch, id, done.id)) {
             forgetArrangement(*sight);

@@ -228,6 +228,18 @@ TEST(MacStateTest, a_master_that_mirrors_another_display_itself_is_none) {
     EXPECT_EQ(state.mirrorMaster(3), 0u);
 }
 
+TEST(MacStateTest, mirrors_never_go_round_when_one_of_a_former_set_becomes_the_master) {
+    MacState state = threeDisplays();
+    state.setMirrorMaster(2, 1, false);
+    state.setEnabled(1, false, false);
+    state.setMirrorMaster(3, 2, false);
+    state.setEnabled(1, true, false);
+    state.setMirrorMaster(1, 3, false);
+    EXPECT_EQ(state.mirrorMaster(1), 3u);
+    EXPECT_EQ(state.mirrorMaster(2), 3u);
+    EXPECT_EQ(state.mirrorMaster(3), 0u);
+}
+
 TEST(MacStateTest, mirrors_that_go_round_in_a_stored_state_are_none) {
     const Scene scene = Scene::parse(three + "}", "scene");
     nlohmann::json stored = MacState(scene).toJson();

@@ -387,12 +387,15 @@ void MacState::setEnabled(uint32_t id, bool enabled, bool permanently) {
     }
 }
 
-// A display that others mirror hands them on to its own master, so that sets stay one deep.
+// A display that others mirror hands them on to its own master, and one that becomes a master no
+// longer waits for its own to end its mirroring, so that sets stay one deep.
 // Assumed: mirror-one-deep.
 void MacState::setMirrorMaster(uint32_t id, uint32_t master, bool permanently) {
     const uint32_t root = master != 0 && mirrorMaster(master) != 0 ? mirrorMaster(master) : master;
     for (auto& [other, display] : displays_) {
-        if (other != id && (root == 0 || display.session.mirrors != id)) {
+        const bool isWaitingRoot = other == root && isOnline(display.session.mirrors);
+        const bool followsMirror = root != 0 && display.session.mirrors == id;
+        if (other != id && !isWaitingRoot && !followsMirror) {
             continue;
         }
         display.session.mirrors = other == root ? 0 : root;

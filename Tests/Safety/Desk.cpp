@@ -79,8 +79,10 @@ std::size_t Desk::litDisplays() const {
         std::ranges::count_if(displays, [](const auto& entry) { return entry.second.lit; }));
 }
 
-bool Desk::isMaster(std::uint32_t id) const {
-    return std::ranges::any_of(displays,
+bool lostMaster(const Desk& before, const Desk& after, std::uint32_t id) {
+    const auto gone = after.displays.find(id);
+    return (gone == after.displays.end() || !gone->second.online) &&
+           std::ranges::any_of(before.displays,
                                [id](const auto& entry) { return entry.second.mirrors == id; });
 }
 

@@ -41,9 +41,10 @@ struct Desk {
 
     [[nodiscard]] const Sight& at(std::uint32_t id) const { return displays.at(id); }
     [[nodiscard]] std::size_t litDisplays() const;
-    /// Whether another display mirrors this one.
-    [[nodiscard]] bool isMaster(std::uint32_t id) const;
 };
+
+/// Whether the display was one that another mirrors, and is online no longer.
+[[nodiscard]] bool lostMaster(const Desk& before, const Desk& after, std::uint32_t id);
 
 /// Looks without leaving a trace in the call log.
 [[nodiscard]] Desk lookAt(simulated_mac::Mac& mac);

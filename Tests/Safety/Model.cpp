@@ -37,8 +37,8 @@ bool isPlain(const Desk& desk) {
 // display, or were to mirror one that does, and of all that mirror where a display joins them or
 // their master joins it.
 void leaveToTheMac(Sight& due, Sight& after, const Switching& done, std::uint32_t id) {
-    const bool isInSet = done.before.at(done.id).mirrors != 0 || done.before.isMaster(done.id);
-    if (done.on || done.outcome.method == blackoutTitle || isInSet) {
+    if (done.on || done.outcome.method == blackoutTitle || done.before.at(done.id).mirrors != 0 ||
+        lostMaster(done.before, done.after, done.id)) {
         due.main = after.main = false;
     }
     const bool mayMirror =

@@ -147,13 +147,13 @@ std::string change(const Part& stretch, std::uint32_t id, const Switching& done)
     Sight before = stretch.before.at(id);
     Sight after = stretch.after.at(id);
     const bool readable = !before.tables[0].empty() && !after.tables[0].empty();
-    // What mirrors it loses it with it, or follows it to its own master.
-    if (before.mirrors == done.id || after.mirrors == done.id) {
-        before.mirrors = after.mirrors = 0;
-    }
-    // Without the master that goes, macOS arranges the others as it last knew them.
-    if (stretch.before.isMaster(done.id)) {
+    // Without their master macOS arranges all others as it last knew them.
+    const bool isRearranged = lostMaster(stretch.before, stretch.after, done.id);
+    if (isRearranged) {
         before.main = after.main = false;
+    }
+    // What mirrors it loses it with it, or follows it to its own master.
+    if (isRearranged || before.mirrors == done.id || after.mirrors == done.id) {
         before.mirrors = after.mirrors = 0;
     }
     for (Sight* const sight : {&before, &after}) {

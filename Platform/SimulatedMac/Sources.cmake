@@ -9,6 +9,7 @@ set(SIMULATED_MAC_CALLS
   Calls/DisplayConfiguration.cpp
   Calls/DisplayList.cpp
   Calls/FramebufferI2C.cpp
+  Calls/LaunchOptions.cpp
   Calls/Loader.cpp
   Calls/ProcessLaunch.cpp
   Calls/ProfilerPipe.cpp

@@ -14,6 +14,10 @@ void* __real_dlsym(void* library, const char* symbol);
 int __real_dlclose(void* library);
 int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                        const posix_spawnattr_t* attributes, char* const argv[], char* const envp[]);
+int __real_posix_spawn_file_actions_init(posix_spawn_file_actions_t* actions);
+int __real_posix_spawn_file_actions_destroy(posix_spawn_file_actions_t* actions);
+int __real_posix_spawnattr_init(posix_spawnattr_t* attributes);
+int __real_posix_spawnattr_destroy(posix_spawnattr_t* attributes);
 int __real_pipe(int ends[2]);
 int __real_fcntl(int descriptor, int command, ...);
 ssize_t __real_read(int descriptor, void* buffer, size_t size);
@@ -35,6 +39,22 @@ int __real_posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_acti
                        const posix_spawnattr_t* attributes, char* const argv[],
                        char* const envp[]) {
     return posix_spawn(pid, path, actions, attributes, argv, envp);
+}
+
+int __real_posix_spawn_file_actions_init(posix_spawn_file_actions_t* actions) {
+    return posix_spawn_file_actions_init(actions);
+}
+
+int __real_posix_spawn_file_actions_destroy(posix_spawn_file_actions_t* actions) {
+    return posix_spawn_file_actions_destroy(actions);
+}
+
+int __real_posix_spawnattr_init(posix_spawnattr_t* attributes) {
+    return posix_spawnattr_init(attributes);
+}
+
+int __real_posix_spawnattr_destroy(posix_spawnattr_t* attributes) {
+    return posix_spawnattr_destroy(attributes);
 }
 
 int __real_pipe(int ends[2]) {

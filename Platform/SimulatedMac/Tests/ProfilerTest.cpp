@@ -1,3 +1,4 @@
+#include "SimulatedMac/World/Ledger.h"
 #include "SimulatedMac/World/Mac.h"
 
 #include <array>
@@ -182,6 +183,27 @@ TEST(LaunchFaults, the_waiting_fails_without_or_with_effect) {
         EXPECT_EQ(waitpid(launched.process, nullptr, 0), effect ? -1 : launched.process);
         close(launched.output);
     }
+}
+
+TEST(Launch, what_is_not_destroyed_of_its_options_is_outstanding) {
+    Mac::boot("{}");
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    EXPECT_EQ(ledger::outstanding(), "file actions of a launch: 1\nattributes of a launch: 1\n");
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    EXPECT_EQ(ledger::outstanding(), "");
+}
+
+TEST(Launch, options_that_are_destroyed_twice_end_the_process) {
+    Mac::boot("{}");
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_destroy(&attributes);
+    EXPECT_DEATH(posix_spawnattr_destroy(&attributes),
+                 "posix_spawnattr_destroy.*attributes of a launch is used after its last release");
 }
 
 TEST(LaunchFaults, without_one_these_calls_are_neither_logged_nor_counted) {

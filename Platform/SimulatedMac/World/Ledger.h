@@ -12,6 +12,8 @@ enum class Resource {
     i2cConnection,
     displayConfiguration,
     loaderHandle,
+    fileActions,
+    spawnAttributes,
 };
 
 /// Counts what the program holds of the platform. A release too many, or a use after the last

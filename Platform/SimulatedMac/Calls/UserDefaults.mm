@@ -89,6 +89,9 @@ json jsonFrom(id object) {
         }
         return members;
     }
+    if ([object isKindOfClass:[NSDate class]]) {
+        return [object timeIntervalSinceReferenceDate]; // GNUstep counts years to describe one
+    }
     return text([object description]);
 }
 

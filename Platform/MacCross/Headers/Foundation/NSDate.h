@@ -10,6 +10,9 @@ NS_ASSUME_NONNULL_BEGIN
 
 @interface NSDate : NSObject
 + (instancetype)date;
+// The reference date is the first instant of 2001, UTC.
++ (instancetype)dateWithTimeIntervalSinceReferenceDate:(NSTimeInterval)interval;
+@property (readonly) NSTimeInterval timeIntervalSinceReferenceDate;
 @end
 
 @interface NSFormatter : NSObject

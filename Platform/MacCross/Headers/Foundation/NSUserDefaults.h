@@ -16,6 +16,9 @@ FOUNDATION_EXPORT NSString* const NSRegistrationDomain;
 @interface NSUserDefaults : NSObject
 @property (class, readonly, strong) NSUserDefaults* standardUserDefaults;
 - (NSDictionary<NSString*, id>*)volatileDomainForName:(NSString*)domainName;
+// Raises NSInvalidArgumentException while there is a volatile domain of this name.
+- (void)setVolatileDomain:(NSDictionary<NSString*, id>*)domain forName:(NSString*)domainName;
+- (void)removeVolatileDomainForName:(NSString*)domainName;
 - (nullable id)objectForKey:(NSString*)key;
 - (nullable NSArray*)arrayForKey:(NSString*)key;
 // Takes effect in this process at once; it is stored some time later.

@@ -8,9 +8,11 @@ the score. What is the same program in other words is listed in equal.txt beside
 
 Which tests run which lines is counted before, in some minutes, and known until a source file changes.
 
+Two idle cores judge some fifteen in a minute, but need a minute for one that survives. So only as many are
+planted as take an hour, evenly over everything; --all and --only plant whatever there is.
+
 The exit status is 0 when every wrong program was noticed, 1 when one survived, 2 for bad usage or when the
-tests fail by themselves. Two idle cores judge some fifteen in a minute, but need a minute for one that
-survives; everything takes two to three hours.
+tests fail by themselves.
 """
 import argparse
 import collections
@@ -32,6 +34,7 @@ import trials  # noqa: E402
 HERE = pathlib.Path(__file__).resolve().parent
 ORDER = ["Power", "WindowServer", "CDdc", "Registry", "Inventory", "CommandLine", "Support", "Ownership",
          "Veilpane", "Menu"]
+SAMPLE = 900  # as many as take an hour
 SOAK = trials.safety(10000, 0, jobs=2)  # as the suite's own sample
 
 
@@ -81,11 +84,9 @@ def chosen_from(mutants, options):
         mutants = [mutant for mutant in mutants if any(part in mutant.file for part in options.only)]
         if not mutants:
             raise builds.Failure(f"nothing can be planted in {', '.join(options.only)}")
-    if options.count is None:
-        return mutants
     scattered = sorted(mutants, key=lambda mutant: hashlib.sha1(mutant.name.encode()).digest())
-    first = options.skip or 0
-    kept = set(scattered[first:first + options.count])
+    rest = scattered[options.skip or 0:]
+    kept = set(rest[:options.count])
     if not kept:
         raise builds.Failure(f"there are only {len(mutants)} to choose from")
     return [mutant for mutant in mutants if mutant in kept]
@@ -256,9 +257,10 @@ def options_from(words):
     parser.add_argument("--jobs", type=natural, default=2, metavar="N", help="so many at once (2)")
     parser.add_argument("--only", action="append", metavar="FILE",
                         help="only in files whose path below Sources/ has this in it; may be repeated")
-    parser.add_argument("--count", type=natural, metavar="N", help="only N, taken evenly")
+    parser.add_argument("--count", type=natural, metavar="N", help=f"only N, taken evenly ({SAMPLE})")
     parser.add_argument("--skip", type=natural, metavar="N",
-                        help="with --count: not the first N of them, to go on after another run")
+                        help="not the first N of them, to go on after another run")
+    parser.add_argument("--all", action="store_true", help="all of them, for two to three hours")
     parser.add_argument("--list", action="store_true", help="only print the names")
     parser.add_argument("--unchecked", action="store_true",
                         help="take it that the tests pass with no bug planted")
@@ -270,11 +272,13 @@ def options_from(words):
     # One line: --help has the rest.
     parser.error = lambda text: parser.exit(2, f"planted-bugs.sh: {text}; see --help\n")
     options = parser.parse_args(words)
-    chooses = options.only or options.count or options.skip or options.list
+    chooses = options.only or options.count or options.skip or options.list or options.all
     if chooses and (options.by_hand or options.once_unnoticed):
         parser.error("of a list all bugs are planted")
-    if options.skip and not options.count:
-        parser.error("--skip goes with --count")
+    if options.all and (options.count or options.skip):
+        parser.error("all of them are more than some")
+    if not (options.all or options.only or options.list or options.count):
+        options.count = SAMPLE
     return options
 
 

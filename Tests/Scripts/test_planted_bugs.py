@@ -194,10 +194,21 @@ class CommandLine(unittest.TestCase):
         self.assert_refused("--only", "Nowhere.cpp", "--list")
         self.assert_refused("--nonsense")
         self.assert_refused("--count", "1", "--skip", "1000000", "--list")
-        self.assert_refused("--skip", "3", "--list")
+        self.assert_refused("--all", "--count", "3")
+        self.assert_refused("--all", "--skip", "3")
         self.assert_refused("--by-hand", "--once-unnoticed")
-        for option in (["--count", "3"], ["--only", "ddc.cpp"], ["--list"]):
+        for option in (["--count", "3"], ["--only", "ddc.cpp"], ["--list"], ["--all"]):
             self.assert_refused("--by-hand", *option)
+
+    def test_without_options_a_sample_is_planted_that_no_other_part_repeats(self):
+        mutants = plant.all_mutants()
+        sample = plant.chosen_from(mutants, plant.options_from([]))
+        self.assertEqual(len(sample), plant.SAMPLE)
+        rest = plant.chosen_from(mutants, plant.options_from(["--skip", str(plant.SAMPLE), "--list"]))
+        self.assertEqual(set(sample) | set(rest), set(mutants))
+        self.assertFalse(set(sample) & set(rest))
+        for words in (["--all"], ["--list"]):
+            self.assertEqual(plant.chosen_from(mutants, plant.options_from(words)), mutants)
 
 
 if __name__ == "__main__":

@@ -181,6 +181,16 @@ TEST(IntelHardware, coregraphics_knows_the_framebuffer_of_a_display) {
     EXPECT_EQ(CGDisplayIOServicePort(1), IO_OBJECT_NULL);
 }
 
+TEST(IntelHardware, the_reference_of_coregraphics_is_not_the_programs_but_one_more_is) {
+    bootHardware("intel");
+    io_service_t const port = CGDisplayIOServicePort(2);
+    EXPECT_EQ(ledger::outstanding(), "");
+    IOObjectRetain(port);
+    EXPECT_EQ(ledger::outstanding(), "AppleIntelFramebuffer entry: 1\n");
+    IOObjectRelease(port);
+    EXPECT_EQ(ledger::outstanding(), "");
+}
+
 TEST(AppleSiliconHardware, has_a_pipe_for_each_display_and_nothing_of_intels) {
     bootHardware("apple-silicon");
     for (const char* const className :

@@ -30,7 +30,7 @@ void closed(Resource kind, uintptr_t handle, const char* call);        ///< one 
 void requireOpen(Resource kind, uintptr_t handle, const char* call);
 [[nodiscard]] std::size_t references(Resource kind, uintptr_t handle);
 
-/// Lets a handle stay open for good without counting as outstanding.
+/// Lets one reference more of an open handle stay for good without counting as outstanding.
 void exempt(Resource kind, uintptr_t handle);
 
 /// What is still held, a line each; empty when everything was given back.

@@ -28,15 +28,24 @@ x86_64-macos.*) architecture=x86_64 ;;
 esac
 
 # The C++ library and what the compiler calls: zig makes them when it links for the first time, and
-# tells where they are; and a sanitizer's, unless told not to.
-libraries=$ZIG_GLOBAL_CACHE_DIR/libraries-$compiler-$target
-if [ ! -s "$libraries" ]; then
+# tells where they are; and a sanitizer's, unless told not to. Its cache may have been emptied since.
+libraries=$ZIG_LOCAL_CACHE_DIR/libraries-$compiler-$target
+all_exist() { # LIST
+    [ -s "$1" ] || return 1
+    while read -r file; do
+        [ -e "$file" ] || return 1
+    done <"$1"
+}
+if ! all_exist "$libraries"; then
     temporary=$(mktemp -d)
     trap 'rm -rf "$temporary"' EXIT
     echo 'int main() {}' >"$temporary/empty.cpp"
-    "$tools/npm/zig" "$compiler" --target="$target" -fno-sanitize=undefined --verbose \
-        "$temporary/empty.cpp" -o "$temporary/empty" >"$temporary/log" 2>&1 || { cat "$temporary/log" >&2; exit 1; }
+    # What it has linked once, it does not link again, and of files below here it tells no whole paths.
+    (cd "$temporary" && ZIG_LOCAL_CACHE_DIR=$temporary "$tools/npm/zig" "$compiler" --target="$target" \
+        -fno-sanitize=undefined --verbose empty.cpp -o empty) >"$temporary/log" 2>&1 ||
+        { cat "$temporary/log" >&2; exit 1; }
     grep -o "$ZIG_GLOBAL_CACHE_DIR/o/[0-9a-f]*/lib[a-z_+]*\.a" "$temporary/log" | sort -u >"$temporary/list"
+    all_exist "$temporary/list" || { echo "link.sh: zig does not tell where its libraries are" >&2; exit 1; }
     mv "$temporary/list" "$libraries"
 fi
 

@@ -1,11 +1,18 @@
 #!/bin/sh
-# The cross compiler, with its caches beside it: zig.sh cc|c++ ARGUMENT…
+# The cross compiler: zig.sh cc|c++ ARGUMENT…
 # Links are LLVM's linker's, see link.sh.
 set -eu
 
 folder=$(cd "$(dirname "$0")" && pwd)
 tools=$(cd "$folder/../../.tools" && pwd)
-export ZIG_GLOBAL_CACHE_DIR="$tools/zig-cache" ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
+# What it makes of this project stays beside it. Its C++ library, which takes two minutes, is where zig
+# itself would keep it, so that the next checkout has it already; but not where nobody may write.
+export ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
+: "${ZIG_GLOBAL_CACHE_DIR:=${XDG_CACHE_HOME:-${HOME:-}/.cache}/zig}"
+mkdir -p "$ZIG_LOCAL_CACHE_DIR"
+mkdir -p "$ZIG_GLOBAL_CACHE_DIR" 2>/dev/null && [ -w "$ZIG_GLOBAL_CACHE_DIR" ] ||
+    ZIG_GLOBAL_CACHE_DIR=$ZIG_LOCAL_CACHE_DIR
+export ZIG_GLOBAL_CACHE_DIR
 
 has_input=false
 stops_early=false

@@ -26,6 +26,11 @@ std::string contentOf(const fs::path& file) {
     return content.str();
 }
 
+void writeScript(const fs::path& file, const std::string& commands) {
+    std::ofstream(file) << "#!/bin/sh\n" << commands << "\n";
+    fs::permissions(file, fs::perms::owner_all);
+}
+
 TemporaryDirectory::TemporaryDirectory() : path_(newDirectory()) {}
 
 TemporaryDirectory::~TemporaryDirectory() {

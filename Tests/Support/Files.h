@@ -8,6 +8,9 @@
 /// The file's bytes; empty for one that cannot be read.
 std::string contentOf(const std::filesystem::path& file);
 
+/// Writes a program for the shell, which its owner can start.
+void writeScript(const std::filesystem::path& file, const std::string& commands);
+
 /// A folder of its own, removed with all that is in it when the object goes.
 class TemporaryDirectory {
 public:

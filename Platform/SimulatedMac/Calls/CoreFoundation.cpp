@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstring>
 #include <deque>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <variant>
@@ -479,11 +480,12 @@ const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
     return call.returns<const void*>(nullptr, nullptr);
 }
 
+// In an order that is not the keys', as on a Mac.
 void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                   const void** values) {
     const Call call(__func__, nlohmann::json::array());
     std::size_t i = 0;
-    for (const auto& [key, value] : valueOf<Entries>(dictionary, __func__)) {
+    for (const auto& [key, value] : std::views::reverse(valueOf<Entries>(dictionary, __func__))) {
         keys[i] = key;
         values[i++] = value;
     }

@@ -36,8 +36,7 @@ protected:
         const std::filesystem::path report = directory_.path() / "report";
         std::ofstream(report) << row.beginning << std::string(size, 'x') << row.end;
         const std::filesystem::path profiler = directory_.path() / "profiler";
-        std::ofstream(profiler) << "#!/bin/sh\nexec cat '" << report.string() << "'\n";
-        std::filesystem::permissions(profiler, std::filesystem::perms::owner_all);
+        writeScript(profiler, "exec cat '" + report.string() + "'");
         const nlohmann::json displays = {{{"id", 1}, {"main", true}}, {{"id", 2}}};
         boot(nlohmann::json{{"displays", displays},
                             {"profiler", {{"executable", profiler.string()}}}}

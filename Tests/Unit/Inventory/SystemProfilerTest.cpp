@@ -1,5 +1,6 @@
 #include "Veilpane/Inventory/SystemProfiler.h"
 
+#include "Support/Files.h"
 #include "Support/SimulatedMacTest.h"
 
 #include <algorithm>
@@ -74,6 +75,15 @@ TEST_F(SystemProfilerTest, no_ended_profiler_stays_behind) {
     expectNoChild();
 }
 
+TEST_F(SystemProfilerTest, none_stays_behind_that_ends_after_its_output) {
+    const TemporaryDirectory directory;
+    const std::string profiler = directory.path() / "profiler";
+    writeScript(profiler, "exec >&-; sleep 0.3");
+    boot(R"({ "profiler": { "executable": ")" + profiler + R"(" } })");
+    EXPECT_EQ(runSystemProfiler(), "");
+    expectNoChild();
+}
+
 simulated_mac::SceneFault failsWith(const char* call, int error, int nth = 1) {
     return {.call = call, .nth = nth, .returns = -1, .errorNumber = error};
 }
@@ -102,11 +112,20 @@ TEST_P(DisturbedProfiler, is_read_as_far_as_it_can_be) {
               GetParam().hasOutput);
 }
 
+TEST_F(SystemProfilerTest, is_not_started_where_one_end_of_the_pipe_is_missing) {
+    for (const int end : {1, 2}) {
+        boot().failCall(failsWith("fcntl", EMFILE, end));
+        EXPECT_EQ(runSystemProfiler(), std::nullopt);
+        EXPECT_TRUE(calls({"posix_spawn"}).empty()) << "end " << end;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     SystemProfiler, DisturbedProfiler,
     testing::Values(Disturbance{"no_pipe", failsWith("pipe", EMFILE), false},
                     Disturbance{"no_second_descriptor", failsWith("fcntl", EMFILE, 2), false},
                     Disturbance{"an_interrupted_read", failsWith("read", EINTR), true},
+                    Disturbance{"a_read_of_one_byte", {.call = "read", .returns = 1}, true},
                     Disturbance{"a_failed_read", failsWith("read", EIO), false},
                     Disturbance{"an_interrupted_wait", failsWith("waitpid", EINTR), true},
                     Disturbance{"a_failed_wait", failsWith("waitpid", ECHILD), true}),

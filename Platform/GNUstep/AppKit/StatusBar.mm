@@ -142,6 +142,8 @@ constexpr CGFloat paddingOfItem = 3;
         [_button.get() setItem:self];
         [_button.get() setBordered:NO];
         [_button.get() setTitle:@""];
+        // AppKit's shows an image beside the title until told otherwise; GNUstep's own guesses.
+        [_button.get() setImagePosition:NSImageLeft];
     }
     return self;
 }

@@ -346,6 +346,15 @@ TEST_F(Menus, an_item_of_variable_length_is_as_wide_as_its_image_and_its_padding
     EXPECT_EQ(NSWidth([[item.get() button] frame]), 70);
 }
 
+TEST_F(Menus, an_item_shows_its_title_beside_its_image_until_told_otherwise) {
+    NSStatusBarButton* const button = [item.get() button];
+    [button setImage:[[[NSImage alloc] initWithSize:NSMakeSize(40, 18)] autorelease]];
+    EXPECT_EQ([button imagePosition], static_cast<NSCellImagePosition>(NSImageLeft));
+    const CGFloat withoutTitle = NSWidth([button frame]);
+    [button setTitle:@"Title"];
+    EXPECT_GT(NSWidth([button frame]), withoutTitle);
+}
+
 TEST_F(Menus, a_newer_item_stands_to_the_left_and_a_released_one_leaves_the_bar) {
     @autoreleasepool {
         NSStatusItem* const newer = [[NSStatusBar systemStatusBar] statusItemWithLength:50];

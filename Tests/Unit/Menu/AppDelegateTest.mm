@@ -573,6 +573,19 @@ TEST_F(AppDelegateTest, a_rebuilt_menu_keeps_no_row_of_a_display_that_has_gone) 
     EXPECT_EQ([row.get() retainCount], 1U) << "somebody else holds it, too";
 }
 
+TEST_F(AppDelegateTest, a_row_of_an_earlier_menu_moves_no_switch_of_the_one_that_is_shown) {
+    Mac& mac = boot(threeDisplays);
+    launch();
+    const auto earlier = NSRef<PowerSwitchRowView>::retain(switchRow(openMenu(), 3));
+    mac.unplug(3);
+    NSMenu* const menu = openMenu();
+    mac.clearCalls();
+    flip(earlier.get());
+    EXPECT_FALSE(calls().empty());
+    EXPECT_EQ([[switchRow(menu, 2) powerSwitch] state], NSControlStateValueOn);
+    EXPECT_EQ([[earlier.get() powerSwitch] state], NSControlStateValueOff);
+}
+
 TEST_F(AppDelegateTest, a_row_whose_delegate_is_gone_does_nothing) {
     Mac& mac = boot(threeDisplays);
     launch();

@@ -390,9 +390,9 @@ TEST_F(FlippedSwitch, without_a_handler_a_flipped_switch_only_moves) {
 
 TEST_F(MenuRowViews, rows_cannot_come_from_an_archive) {
     EXPECT_EXIT([[MenuLabelRowView alloc] initWithCoder:nil], testing::KilledBySignal(SIGABRT),
-                "Fatal error: init\\(coder:\\) has not been implemented");
+                "Fatal error: init\\(coder:\\) has not been implemented\n");
     EXPECT_EXIT([[PowerSwitchRowView alloc] initWithCoder:nil], testing::KilledBySignal(SIGABRT),
-                "Fatal error: init\\(coder:\\) has not been implemented");
+                "Fatal error: init\\(coder:\\) has not been implemented\n");
 }
 
 } // namespace

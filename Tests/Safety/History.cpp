@@ -179,9 +179,11 @@ private:
     // As macOS asks the applications to quit before the session ends.
     std::string endPrograms() {
         std::string broken;
-        for (const auto& [number, program] : programs_) {
+        for (auto& [number, program] : programs_) {
             const auto told = program->carryOut({Kind::quit, 0});
             broken = told && told->empty() ? broken : told.value_or("the program ended by itself");
+            // What macOS gives back when a process has gone is not the next one's doing.
+            program.reset();
         }
         programs_.clear();
         return broken;

@@ -8,7 +8,7 @@ tools=$(cd "$folder/../../.tools" && pwd)
 # What it makes of this project stays beside it. Its C++ library, which takes two minutes, is where zig
 # itself would keep it, so that the next checkout has it already; but not where nobody may write.
 export ZIG_LOCAL_CACHE_DIR="$tools/zig-cache"
-: "${ZIG_GLOBAL_CACHE_DIR:=${XDG_CACHE_HOME:-${HOME:-}/.cache}/zig}"
+: "${ZIG_GLOBAL_CACHE_DIR:=${XDG_CACHE_HOME:-${HOME:-$tools}/.cache}/zig}"
 mkdir -p "$ZIG_LOCAL_CACHE_DIR"
 mkdir -p "$ZIG_GLOBAL_CACHE_DIR" 2>/dev/null && [ -w "$ZIG_GLOBAL_CACHE_DIR" ] ||
     ZIG_GLOBAL_CACHE_DIR=$ZIG_LOCAL_CACHE_DIR

@@ -94,6 +94,14 @@ TEST_F(SystemProfilerTest, none_stays_behind_either_where_waiting_for_it_is_inte
     expectNoChild();
 }
 
+TEST_F(SystemProfilerTest, is_not_started_where_one_end_of_the_pipe_is_missing) {
+    for (const int end : {1, 2}) {
+        boot().failCall(failsWith("fcntl", EMFILE, end));
+        EXPECT_EQ(runSystemProfiler(), std::nullopt);
+        EXPECT_TRUE(calls({"posix_spawn"}).empty()) << "end " << end;
+    }
+}
+
 struct Disturbance {
     const char* name;
     simulated_mac::SceneFault fault;
@@ -110,14 +118,6 @@ TEST_P(DisturbedProfiler, is_read_as_far_as_it_can_be) {
     const auto output = runSystemProfiler();
     EXPECT_EQ(output.has_value() && output->find("Studio") != std::string::npos,
               GetParam().hasOutput);
-}
-
-TEST_F(SystemProfilerTest, is_not_started_where_one_end_of_the_pipe_is_missing) {
-    for (const int end : {1, 2}) {
-        boot().failCall(failsWith("fcntl", EMFILE, end));
-        EXPECT_EQ(runSystemProfiler(), std::nullopt);
-        EXPECT_TRUE(calls({"posix_spawn"}).empty()) << "end " << end;
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
